@@ -14,7 +14,7 @@ namespace {
 void checkRange(Range range, const char* method) {
   if (range.location >= NotFound || range.length > NotFound - range.location) {
     raise(ExceptionName::InvalidArgument, std::string("*** -[IndexSet ") + method + "]: Range " + toString(range) +
-                                              " exceeds maximum index value of NSNotFound - 1");
+                                              " exceeds the maximum index (the not-found index - 1)");
   }
 }
 
