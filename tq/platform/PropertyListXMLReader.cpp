@@ -1,0 +1,299 @@
+// The XML property-list reader: expat does the XML (encodings, entities,
+// well-formedness, positions); this file gives the elements their property-list
+// meaning and reports anything else as an error naming line and column.
+
+#include <expat.h>
+
+#include <cstring>
+#include <limits>
+#include <vector>
+
+#include "tq/platform/Array.h"
+#include "tq/platform/Date.h"
+#include "tq/platform/Dictionary.h"
+#include "tq/platform/Number.h"
+#include "tq/platform/PropertyList.h"
+#include "tq/platform/PropertyListInternal.h"
+#include "tq/platform/String.h"
+
+namespace tq::plist_detail {
+
+namespace {
+
+enum class Tag { Plist, Dict, Array, Key, String, Integer, Real, Date, Data, True, False };
+
+struct TagName {
+  const char* name;
+  Tag tag;
+};
+constexpr TagName TagNames[] = {
+    {"plist", Tag::Plist},   {"dict", Tag::Dict},       {"array", Tag::Array}, {"key", Tag::Key},
+    {"string", Tag::String}, {"integer", Tag::Integer}, {"real", Tag::Real},   {"date", Tag::Date},
+    {"data", Tag::Data},     {"true", Tag::True},       {"false", Tag::False},
+};
+
+bool lookupTag(const char* name, Tag* tag) {
+  for (const auto& entry : TagNames) {
+    if (std::strcmp(entry.name, name) == 0) {
+      *tag = entry.tag;
+      return true;
+    }
+  }
+  return false;
+}
+
+bool isContainer(Tag tag) { return tag == Tag::Plist || tag == Tag::Dict || tag == Tag::Array; }
+
+bool isBlank(std::string_view text) {
+  for (char c : text) {
+    if (c != ' ' && c != '\t' && c != '\n' && c != '\r') return false;
+  }
+  return true;
+}
+
+// Quotes a piece of the input for a message, shortened to stay one line.
+std::string quote(std::string_view text) {
+  constexpr std::size_t Limit = 40;
+  std::string shown(text.substr(0, Limit));
+  for (char& c : shown) {
+    if (c == '\n' || c == '\r' || c == '\t') c = ' ';
+  }
+  return "\"" + shown + (text.size() > Limit ? "...\"" : "\"");
+}
+
+struct Frame {
+  Tag tag;
+  const char* name;          // for messages
+  std::string text;          // leaves: the character data
+  std::vector<Id> elements;  // arrays; the plist's one value
+  std::vector<Dictionary::Entry> entries;
+  Id pendingKey;  // dictionaries: a key waiting for its value
+};
+
+class XMLReader {
+ public:
+  XMLReader(bool mutableContainers) : mutable_(mutableContainers) {}
+  Id parse(std::string_view bytes, Ref<Error>* error);
+
+ private:
+  static void XMLCALL onStart(void* self, const XML_Char* name, const XML_Char** attributes) {
+    static_cast<XMLReader*>(self)->start(name);
+  }
+  static void XMLCALL onEnd(void* self, const XML_Char* name) { static_cast<XMLReader*>(self)->end(); }
+  static void XMLCALL onText(void* self, const XML_Char* text, int length) {
+    static_cast<XMLReader*>(self)->characters(std::string_view(text, std::size_t(length)));
+  }
+  static void XMLCALL onEntity(void* self, const XML_Char*, int, const XML_Char*, int, const XML_Char*, const XML_Char*,
+                               const XML_Char*, const XML_Char*) {
+    // Entity declarations serve no purpose in a property list and are the
+    // vehicle of expansion attacks.
+    static_cast<XMLReader*>(self)->fail("entity declarations are not allowed");
+  }
+
+  void start(const char* name);
+  void end();
+  void characters(std::string_view text);
+  Id leafValue(Frame& frame);
+  Id containerValue(Frame& frame);
+  void attach(Id value);
+  void fail(const std::string& what);
+
+  XML_Parser parser_ = nullptr;
+  bool mutable_;
+  std::vector<Frame> stack_;
+  Id root_;
+  bool failed_ = false;
+  std::string failure_;
+};
+
+void XMLReader::fail(const std::string& what) {
+  if (failed_) return;
+  failed_ = true;
+  failure_ = "Malformed property list at line " + std::to_string(XML_GetCurrentLineNumber(parser_)) + ", column " +
+             std::to_string(XML_GetCurrentColumnNumber(parser_) + 1) + ": " + what + ".";
+  XML_StopParser(parser_, XML_FALSE);
+}
+
+void XMLReader::start(const char* name) {
+  if (failed_) return;
+  Tag tag;
+  if (!lookupTag(name, &tag)) return fail(std::string("unknown element <") + name + ">");
+  if (stack_.size() >= std::size_t(MaxDepth)) {
+    return fail("nested more than " + std::to_string(MaxDepth) + " levels deep");
+  }
+  if (!stack_.empty()) {
+    Frame& parent = stack_.back();
+    if (!isContainer(parent.tag)) {
+      return fail(std::string("element <") + name + "> inside <" + parent.name + ">");
+    }
+    if (tag == Tag::Plist) return fail("<plist> inside another element");
+    if (parent.tag == Tag::Plist && !parent.elements.empty()) return fail("more than one value inside <plist>");
+    if (parent.tag == Tag::Dict) {
+      if (tag == Tag::Key && parent.pendingKey) return fail("dictionary key without a value");
+      if (tag != Tag::Key && !parent.pendingKey) {
+        return fail(std::string("dictionary keys must be <key> elements, found <") + name + ">");
+      }
+    } else if (tag == Tag::Key) {
+      return fail(std::string("<key> outside a dictionary"));
+    }
+  } else if (tag == Tag::Key) {
+    return fail("<key> outside a dictionary");
+  }
+  stack_.push_back(Frame{tag, TagNames[int(tag)].name, {}, {}, {}, {}});
+}
+
+void XMLReader::characters(std::string_view text) {
+  if (failed_ || stack_.empty()) return;
+  Frame& frame = stack_.back();
+  bool textual = frame.tag == Tag::Key || frame.tag == Tag::String || frame.tag == Tag::Integer ||
+                 frame.tag == Tag::Real || frame.tag == Tag::Date || frame.tag == Tag::Data;
+  if (textual) {
+    frame.text.append(text);
+  } else if (!isBlank(text)) {
+    fail("unexpected text " + quote(text) + " in <" + frame.name + ">");
+  }
+}
+
+Id XMLReader::leafValue(Frame& frame) {
+  switch (frame.tag) {
+    case Tag::Key:
+    case Tag::String:
+      return make<String>(frame.text);
+    case Tag::Integer: {
+      Id number = parseInteger(frame.text);
+      if (!number) fail("invalid or out-of-range integer " + quote(frame.text));
+      return number;
+    }
+    case Tag::Real: {
+      auto value = parseReal(frame.text);
+      if (!value) {
+        fail("invalid real " + quote(frame.text));
+        return nullptr;
+      }
+      return make<Number>(*value);
+    }
+    case Tag::Date: {
+      auto value = parseDate(frame.text);
+      if (!value) {
+        fail("invalid date " + quote(frame.text) + " (expected yyyy-MM-ddTHH:mm:ssZ)");
+        return nullptr;
+      }
+      return make<Date>(*value);
+    }
+    case Tag::Data: {
+      auto bytes = base64Decode(frame.text);
+      if (!bytes) {
+        fail("invalid Base64 data");
+        return nullptr;
+      }
+      return make<Data>(std::move(*bytes));
+    }
+    case Tag::True:
+      return Number::numberWithBool(true);
+    case Tag::False:
+      return Number::numberWithBool(false);
+    default:
+      return nullptr;
+  }
+}
+
+Id XMLReader::containerValue(Frame& frame) {
+  if (frame.tag == Tag::Array) {
+    if (mutable_) return make<MutableArray>(std::move(frame.elements));
+    return make<Array>(std::move(frame.elements));
+  }
+  if (frame.pendingKey) {
+    fail("dictionary key " + quote(cast<String>(frame.pendingKey)->utf8()) + " has no value");
+    return nullptr;
+  }
+  // A dictionary holding only the UID key is a UID.
+  if (frame.entries.size() == 1 && cast<String>(frame.entries[0].first)->isEqualToString(UIDKey)) {
+    auto number = cast<Number>(frame.entries[0].second);
+    if (number && number->isInteger() && !number->isBool() &&
+        (number->kind() == Number::Kind::Unsigned || number->integerValue() >= 0)) {
+      return make<PropertyListUID>(number->unsignedIntegerValue());
+    }
+  }
+  if (mutable_) return make<MutableDictionary>(frame.entries);
+  return make<Dictionary>(frame.entries);
+}
+
+void XMLReader::attach(Id value) {
+  if (stack_.empty()) {
+    root_ = std::move(value);
+    return;
+  }
+  Frame& parent = stack_.back();
+  if (parent.tag == Tag::Dict) {
+    if (!parent.pendingKey) {
+      parent.pendingKey = std::move(value);
+    } else {
+      parent.entries.emplace_back(std::move(parent.pendingKey), std::move(value));
+      parent.pendingKey = nullptr;
+    }
+  } else {
+    parent.elements.push_back(std::move(value));
+  }
+}
+
+void XMLReader::end() {
+  if (failed_ || stack_.empty()) return;
+  Frame frame = std::move(stack_.back());
+  stack_.pop_back();
+  if (frame.tag == Tag::Plist) {
+    if (frame.elements.empty()) return fail("<plist> holds no value");
+    return attach(std::move(frame.elements.front()));
+  }
+  Id value = isContainer(frame.tag) ? containerValue(frame) : leafValue(frame);
+  if (!failed_) attach(std::move(value));
+}
+
+Id XMLReader::parse(std::string_view bytes, Ref<Error>* error) {
+  parser_ = XML_ParserCreate(nullptr);
+  if (!parser_) {
+    setError(error, makeError(PropertyListReadCorruptError, "Cannot create the XML parser."));
+    return nullptr;
+  }
+  XML_SetUserData(parser_, this);
+  XML_SetElementHandler(parser_, onStart, onEnd);
+  XML_SetCharacterDataHandler(parser_, onText);
+  XML_SetEntityDeclHandler(parser_, onEntity);
+
+  // Expat takes lengths as int; feed large documents in pieces.
+  constexpr std::size_t Chunk = 1 << 20;
+  bool ok = true;
+  std::size_t at = 0;
+  do {
+    std::size_t length = std::min(Chunk, bytes.size() - at);
+    bool last = at + length == bytes.size();
+    ok = XML_Parse(parser_, bytes.data() + at, int(length), last) == XML_STATUS_OK;
+    at += length;
+  } while (ok && at < bytes.size());
+
+  if (!ok && !failed_) {
+    failure_ = "Malformed property list at line " + std::to_string(XML_GetCurrentLineNumber(parser_)) + ", column " +
+               std::to_string(XML_GetCurrentColumnNumber(parser_) + 1) + ": " +
+               XML_ErrorString(XML_GetErrorCode(parser_)) + ".";
+    failed_ = true;
+  }
+  XML_ParserFree(parser_);
+  parser_ = nullptr;
+  if (!failed_ && !root_) {
+    failed_ = true;
+    failure_ = "Malformed property list: the document holds no value.";
+  }
+  if (failed_) {
+    setError(error, makeError(PropertyListReadCorruptError, failure_));
+    return nullptr;
+  }
+  return root_;
+}
+
+}  // namespace
+
+Id readXML(std::string_view bytes, bool mutableContainers, Ref<Error>* error) {
+  XMLReader reader(mutableContainers);
+  return reader.parse(bytes, error);
+}
+
+}  // namespace tq::plist_detail
