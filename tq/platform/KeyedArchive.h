@@ -39,11 +39,16 @@ class KeyedArchiver {
   virtual void encodeInt64(std::int64_t value, const std::string& key) = 0;
   virtual void encodeDouble(double value, const std::string& key) = 0;
   virtual void encodeBytes(const void* bytes, std::size_t length, const std::string& key) = 0;
+  /// Records a failure (for instance a field that cannot be archived); the
+  /// archive then fails with this reason.
+  virtual void failWithReason(const std::string& reason) = 0;
 
   /// The archive of a root object; nil and an error when some object in the
   /// graph can be neither archived natively nor through `Coding`.
   static Ref<Data> archivedDataWithRootObject(const Id& root, Ref<Error>* error = nullptr);
-  static bool archiveRootObjectToFile(const Id& root, const std::string& path);
+  /// Writes the archive atomically; false when the graph cannot be archived
+  /// or the file cannot be written.
+  static bool archiveRootObjectToFile(const Id& root, const std::string& path, Ref<Error>* error = nullptr);
 };
 
 class KeyedUnarchiver {
@@ -56,6 +61,9 @@ class KeyedUnarchiver {
   virtual std::int64_t decodeInt64(const std::string& key) = 0;
   virtual double decodeDouble(const std::string& key) = 0;
   virtual Ref<Data> decodeBytes(const std::string& key) = 0;
+  /// Records that the archive is malformed (a decoder found a field missing
+  /// or of the wrong type); unarchiving then fails with this reason.
+  virtual void failWithReason(const std::string& reason) = 0;
 
   /// Builds an object of a registered class from the coder.
   using Decoder = std::function<Id(KeyedUnarchiver& coder)>;
@@ -69,7 +77,13 @@ class KeyedUnarchiver {
   static Id unarchiveObjectWithFile(const std::string& path, Ref<Error>* error = nullptr);
 };
 
-/// The error domain of archive failures.
+/// The error domain of archive failures; codes below.
 inline constexpr const char* KeyedArchiveErrorDomain = "TQKeyedArchiveErrorDomain";
+enum KeyedArchiveErrorCode : std::int64_t {
+  KeyedArchiveReadCorruptError = 4864,   // not an archive, or a malformed one; the description says what
+  KeyedArchiveUnknownClassError = 4865,  // an object of a class no decoder is registered for
+  KeyedArchiveInvalidValueError = 4866,  // archiving met an object that can be neither archived nor coded
+  KeyedArchiveFileError = 4867,          // the archive file cannot be read or written
+};
 
 }  // namespace tq
