@@ -1,0 +1,142 @@
+#include "tq/concurrency/ThreadHelpers.h"
+
+#include <execinfo.h>
+
+#include <cstdlib>
+#include <mutex>
+#include <regex>
+#include <sstream>
+
+#include "tq/platform/DispatchQueue.h"
+#include "tq/platform/Exception.h"
+#include "tq/platform/ThreadDictionary.h"
+
+namespace tq {
+
+std::string threadFlagsKey() { return std::string(LibraryDomainPrefix) + "threadFlags"; }
+
+namespace {
+
+// The flag set lives in the thread dictionary; a vector of flags compared by
+// equality keeps it a set without needing hashing beyond the objects' own.
+class ThreadFlagSet : public Object {
+ public:
+  std::string className() const override { return "ThreadFlagSet"; }
+  std::vector<Id> flags;
+  bool contains(const Id& flag) const {
+    for (const auto& f : flags) {
+      if (tq::isEqual(f, flag)) return true;
+    }
+    return false;
+  }
+};
+
+Ref<ThreadFlagSet> currentFlagSet() {
+  return cast<ThreadFlagSet>(threadDictionary().objectForKey(std::string_view(threadFlagsKey())));
+}
+
+}  // namespace
+
+void set_tq_threadFlag(const Id& flag, bool toState) {
+  auto key = str(threadFlagsKey());
+  auto set = currentFlagSet();
+  if (toState) {
+    if (!set) {
+      set = make<ThreadFlagSet>();
+      threadDictionary().setObject(set, key);
+    }
+    if (!set->contains(flag)) set->flags.push_back(flag);
+    return;
+  }
+  if (!set) return;
+  auto& flags = set->flags;
+  for (auto it = flags.begin(); it != flags.end(); ++it) {
+    if (tq::isEqual(*it, flag)) {
+      flags.erase(it);
+      break;
+    }
+  }
+  if (flags.empty()) threadDictionary().removeObjectForKey(key);
+}
+
+bool _tq_threadFlag(const Id& flag) {
+  auto set = currentFlagSet();
+  return set && set->contains(flag);
+}
+
+namespace thread_helpers_detail {
+
+std::vector<std::string> currentStackLines() {
+  void* frames[128];
+  int count = ::backtrace(frames, 128);
+  std::vector<std::string> lines;
+  char** symbols = ::backtrace_symbols(frames, count);
+  if (!symbols) return lines;
+  lines.reserve(count);
+  for (int i = 0; i < count; ++i) lines.emplace_back(symbols[i]);
+  std::free(symbols);
+  return lines;
+}
+
+Ref<Array> filterAddOnFrames(const std::vector<std::string>& lines) {
+  static const std::regex* expression = new std::regex("\\d+.*Corvina.*0x[0-9a-f]* .*,?");
+  Array::Storage kept;
+  std::size_t first = lines.size() >= 2 ? 1 : 0;
+  for (std::size_t i = first; i < lines.size(); ++i) {
+    if (std::regex_search(lines[i], *expression)) kept.push_back(str(lines[i]));
+  }
+  return Array::arrayWithObjects(std::move(kept));
+}
+
+}  // namespace thread_helpers_detail
+
+Ref<Array> TQcallStack() { return thread_helpers_detail::filterAddOnFrames(thread_helpers_detail::currentStackLines()); }
+
+namespace {
+
+// Reads one stack line the way the add-ons always have (whitespace, frame
+// number, module, address, rest) and drops what it read.
+void scanAndDiscard(const char* line) {
+  std::istringstream scanner(line);
+  long frameNumber = 0;
+  std::string module, address, rest;
+  scanner >> frameNumber >> module >> address;
+  std::getline(scanner, rest);
+}
+
+Ref<Array> scanStack(std::size_t stopBefore) {
+  void* frames[128];
+  int captured = ::backtrace(frames, 128);
+  char** symbols = ::backtrace_symbols(frames, captured);
+  Array::Storage result;
+  result.reserve(128);
+  if (symbols) {
+    std::size_t end = std::min<std::size_t>(stopBefore, std::size_t(captured));
+    for (std::size_t i = 1; i < end; ++i) scanAndDiscard(symbols[i]);
+    std::free(symbols);
+  }
+  return Array::arrayWithObjects(std::move(result));
+}
+
+}  // namespace
+
+Ref<Array> TQabbreviatedCallStackSymbols() { return scanStack(128); }
+
+Ref<Array> TQcallStackSymbolsForFrameCount(std::uint64_t frameCount) {
+  std::uint64_t stop = frameCount >= 127 ? 128 : frameCount + 1;
+  return scanStack(std::size_t(stop));
+}
+
+Ref<String> debugLogKey(const Object&) { return nullptr; }
+
+bool catchException(const std::function<void()>& body, Ref<Error>* error) {
+  try {
+    body();
+  } catch (const Exception& exception) {
+    *error = Error::errorWithDomain(exception.name(), 0, exception.userInfo());
+    return false;
+  }
+  return true;
+}
+
+}  // namespace tq

@@ -1,0 +1,48 @@
+#pragma once
+// Per-thread flags and filtered call stacks (extensions of the thread class),
+// and the object helpers that go with them.
+
+#include <cstdint>
+#include <functional>
+
+#include "tq/platform/Array.h"
+#include "tq/platform/Error.h"
+#include "tq/platform/String.h"
+
+namespace tq {
+
+/// The thread-dictionary key of the current thread's flag set.
+std::string threadFlagsKey();
+
+/// Sets or clears a flag (compared by equality) on the calling thread. The
+/// thread-dictionary entry exists only while some flag is set.
+void set_tq_threadFlag(const Id& flag, bool toState);
+/// Whether the flag is set on the calling thread.
+bool _tq_threadFlag(const Id& flag);
+
+/// The calling thread's call-stack lines (this function's own frame left
+/// out) that belong to the add-on's own code: lines matching
+/// "\d+.*Corvina.*0x[0-9a-f]* .*,?".
+Ref<Array> TQcallStack();
+/// Capture the stack and scan each line, but keep nothing: both always
+/// answer an empty array, as the add-ons have always seen.
+Ref<Array> TQabbreviatedCallStackSymbols();
+Ref<Array> TQcallStackSymbolsForFrameCount(std::uint64_t frameCount);
+
+/// The hook that classes override to give their logging key: nil here.
+Ref<String> debugLogKey(const Object& object);
+
+/// Runs `body`. When it raises a library exception, stores an error whose
+/// domain is the exception's name, code 0 and user info the exception's, and
+/// answers false; other exceptions pass through. The slot must not be null.
+bool catchException(const std::function<void()>& body, Ref<Error>* error);
+
+namespace thread_helpers_detail {
+/// The stack lines as `backtrace_symbols` renders them, innermost first.
+std::vector<std::string> currentStackLines();
+/// The filter of `TQcallStack` applied to given lines (first line dropped
+/// when there are at least two).
+Ref<Array> filterAddOnFrames(const std::vector<std::string>& lines);
+}  // namespace thread_helpers_detail
+
+}  // namespace tq
