@@ -1,0 +1,144 @@
+// Dispatch-group and await helpers, thread flags, call stacks, exception
+// capture.
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tq/concurrency/TQDispatchGroup.h"
+#include "tq/concurrency/ThreadHelpers.h"
+#include "tq/platform/DispatchSemaphore.h"
+#include "tq/platform/Exception.h"
+#include "tq/platform/ThreadDictionary.h"
+
+namespace tq {
+namespace {
+
+using namespace std::chrono_literals;
+
+TEST(TQDispatchGroupTest, AwaitReturnsOnlyAfterTheLastDone) {
+  std::atomic<int> finished{0};
+  std::vector<std::thread> workers;
+  TQDispatchGroup::await([&](const Ref<TQDispatchGroup>& group) {
+    for (int i = 0; i < 3; ++i) {
+      group->performTask()([&, i](TQDispatchGroup::Done done) {
+        workers.emplace_back([&, i, done] {
+          std::this_thread::sleep_for(std::chrono::milliseconds(5 * (i + 1)));
+          ++finished;
+          done();
+        });
+      });
+    }
+  });
+  EXPECT_EQ(finished.load(), 3);
+  for (auto& w : workers) w.join();
+}
+
+TEST(TQDispatchGroupTest, RunCallsTheCompletionOnceEvenWithoutTasks) {
+  std::atomic<int> calls{0};
+  DispatchSemaphore called;
+  TQDispatchGroup::run([](const Ref<TQDispatchGroup>&) {},
+                       [&] {
+                         ++calls;
+                         called.signal();
+                       });
+  ASSERT_TRUE(called.waitFor(5));
+  std::this_thread::sleep_for(10ms);
+  EXPECT_EQ(calls.load(), 1);
+}
+
+TEST(TQDispatchGroupTest, RunWaitsForItsTasksBeforeTheCompletion) {
+  std::atomic<bool> taskDone{false};
+  DispatchSemaphore called;
+  bool sawTask = false;
+  std::thread worker;
+  TQDispatchGroup::run(
+      [&](const Ref<TQDispatchGroup>& group) {
+        group->performTask()([&](TQDispatchGroup::Done done) {
+          worker = std::thread([&, done] {
+            std::this_thread::sleep_for(10ms);
+            taskDone = true;
+            done();
+          });
+        });
+      },
+      [&] {
+        sawTask = taskDone.load();
+        called.signal();
+      });
+  ASSERT_TRUE(called.waitFor(5));
+  EXPECT_TRUE(sawTask);
+  worker.join();
+}
+
+TEST(TQAwaitTest, BlocksUntilDone) {
+  std::atomic<bool> done{false};
+  std::thread worker;
+  TQAwait::for_([&](std::function<void()> finish) {
+    worker = std::thread([&, finish] {
+      std::this_thread::sleep_for(10ms);
+      done = true;
+      finish();
+    });
+  });
+  EXPECT_TRUE(done.load());
+  worker.join();
+}
+
+TEST(ThreadFlagTest, FlagsAreASetPerThreadAndTheEntryGoesWithTheLastFlag) {
+  auto key = str(threadFlagsKey());
+  EXPECT_EQ(threadFlagsKey(), "org.tqbasekitthreadFlags");
+  set_tq_threadFlag(str("busy"), true);
+  set_tq_threadFlag(str("busy"), true);
+  set_tq_threadFlag(str("quiet"), true);
+  EXPECT_TRUE(_tq_threadFlag(str("busy")));
+  bool seenElsewhere = true;
+  std::thread([&] { seenElsewhere = _tq_threadFlag(str("busy")); }).join();
+  EXPECT_FALSE(seenElsewhere);
+  set_tq_threadFlag(str("busy"), false);
+  EXPECT_FALSE(_tq_threadFlag(str("busy")));
+  EXPECT_NE(threadDictionary().objectForKey(key), nullptr);
+  set_tq_threadFlag(str("quiet"), false);
+  EXPECT_EQ(threadDictionary().objectForKey(key), nullptr);
+  set_tq_threadFlag(str("never-set"), false);
+  EXPECT_FALSE(_tq_threadFlag(str("never-set")));
+}
+
+TEST(CallStackTest, SymbolMethodsAnswerEmptyArrays) {
+  EXPECT_EQ(TQabbreviatedCallStackSymbols()->count(), 0u);
+  EXPECT_EQ(TQcallStackSymbolsForFrameCount(5)->count(), 0u);
+  EXPECT_EQ(TQcallStackSymbolsForFrameCount(1000)->count(), 0u);
+}
+
+TEST(CallStackTest, KeepsOnlyAddOnFramesAfterTheFirst) {
+  std::vector<std::string> lines = {
+      "0   Corvina  0x0000000100001000 selfFrame + 12",
+      "1   libc.so  0x00007f0000001000 start + 4",
+      "2   Corvina  0x0000000100002000 -[Sync run] + 40",
+      "3   Corvina-without-address",
+  };
+  auto kept = thread_helpers_detail::filterAddOnFrames(lines);
+  ASSERT_EQ(kept->count(), 1u);
+  EXPECT_EQ(describeUTF8(kept->objectAtIndex(0)), lines[2]);
+  EXPECT_EQ(thread_helpers_detail::filterAddOnFrames({lines[0]})->count(), 1u) << "a single line is kept";
+  EXPECT_FALSE(thread_helpers_detail::currentStackLines().empty());
+  EXPECT_EQ(TQcallStack()->count(), 0u) << "no add-on frames in this process";
+}
+
+TEST(CatchExceptionTest, TurnsLibraryExceptionsIntoErrors) {
+  Ref<Error> error;
+  EXPECT_TRUE(catchException([] {}, &error));
+  EXPECT_EQ(error, nullptr);
+  EXPECT_FALSE(catchException([] { raise(ExceptionName::Range, "out"); }, &error));
+  ASSERT_NE(error, nullptr);
+  EXPECT_EQ(error->domain(), ExceptionName::Range);
+  EXPECT_EQ(error->code(), 0);
+  EXPECT_THROW(catchException([] { throw std::runtime_error("other"); }, &error), std::runtime_error);
+  EXPECT_EQ(debugLogKey(*error), nullptr);
+}
+
+}  // namespace
+}  // namespace tq
