@@ -1,0 +1,187 @@
+// The encoders of header words and plain-text bodies, and the charset names.
+
+#include <array>
+#include <string>
+
+#include "tq/encodings/MimeEncoding.h"
+
+namespace tq::MimeEncoding {
+
+namespace {
+
+using ByteSet = std::array<bool, 256>;
+
+// Bytes a Q-encoded word may carry as themselves: 0x20 to 0x7D less space,
+// "_", "=" and "?". "~" and DEL are escaped; "(", ")", "\"" and "," are not.
+const ByteSet& qSafeSet() {
+  static const ByteSet set = [] {
+    ByteSet built{};
+    for (int c = 0x20; c <= 0x7D; ++c) built[c] = true;
+    for (char c : std::string_view(" _=?")) built[static_cast<unsigned char>(c)] = false;
+    return built;
+  }();
+  return set;
+}
+
+// Bytes a quoted-printable body carries as themselves: 0x20 to 0x7D, CR and
+// LF, less the characters that gateways are known to mangle. Tab is escaped.
+const ByteSet& bodySafeSet() {
+  static const ByteSet set = [] {
+    ByteSet built{};
+    for (int c = 0x20; c <= 0x7D; ++c) built[c] = true;
+    built['\r'] = built['\n'] = true;
+    for (char c : std::string_view("=!\"#$@[\\]^`{|}~")) built[static_cast<unsigned char>(c)] = false;
+    return built;
+  }();
+  return set;
+}
+
+constexpr char HexDigits[] = "0123456789ABCDEF";
+
+void appendEscape(std::u16string& out, unsigned char byte) {
+  out.push_back(u'=');
+  out.push_back(static_cast<char16_t>(HexDigits[byte >> 4]));
+  out.push_back(static_cast<char16_t>(HexDigits[byte & 15]));
+}
+
+// ISO-8859-2 ahead of UTF-8 is the order the add-ons have always used; the
+// words it produces are stored and compared, so it stays.
+constexpr StringEncoding FallbackChain[] = {ISOLatin2StringEncoding, UTF8StringEncoding, UnicodeStringEncoding};
+
+StringEncoding firstEncodingHolding(const String& text, StringEncoding preferred) {
+  if (Charset::canBeConvertedToEncoding(text, preferred)) return preferred;
+  for (StringEncoding candidate : FallbackChain) {
+    if (Charset::canBeConvertedToEncoding(text, candidate)) return candidate;
+  }
+  return NoStringEncoding;
+}
+
+StringEncoding wordEncodingFor(const String& text, StringEncoding preferred) {
+  StringEncoding chosen = firstEncodingHolding(text, preferred);
+  if (chosen != NoStringEncoding) return chosen;
+  StringEncoding smallest = Charset::smallestEncoding(text.utf16());
+  return Charset::canBeConvertedToEncoding(text, smallest) ? smallest : NoStringEncoding;
+}
+
+std::u16string qEncode(std::string_view bytes) {
+  const ByteSet& safe = qSafeSet();
+  std::u16string out;
+  out.reserve(bytes.size() * 3);
+  for (char c : bytes) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (safe[byte]) {
+      out.push_back(byte);
+    } else if (byte == ' ') {
+      out.push_back(u'_');
+    } else {
+      appendEscape(out, byte);
+    }
+  }
+  return out;
+}
+
+std::u16string escapeBody(std::string_view bytes) {
+  const ByteSet& safe = bodySafeSet();
+  std::u16string out;
+  out.reserve(bytes.size() + bytes.size() / 8);
+  for (char c : bytes) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (safe[byte]) {
+      out.push_back(byte);
+    } else {
+      appendEscape(out, byte);
+    }
+  }
+  return out;
+}
+
+// Splits escaped body text into lines of at most 75 characters plus a soft
+// break "=", never cutting an escape, and joins them with CRLF. LF and CRLF
+// end lines; a lone CR is an ordinary character.
+std::u16string splitIntoLines(const std::u16string& escaped) {
+  const std::size_t n = escaped.size();
+  std::u16string out;
+  out.reserve(n + n / 32 + 4);
+  std::size_t start = 0, i = 0;
+  auto endLine = [&](std::size_t end, bool soft) {
+    out.append(escaped, start, end - start);
+    if (soft) out.push_back(u'=');
+    out.append(u"\r\n");
+  };
+  while (i < n) {
+    const char16_t c = escaped[i];
+    if (c == u'\n') {
+      endLine(i, false);
+      start = ++i;
+    } else if (c == u'\r' && i + 1 < n && escaped[i + 1] == u'\n') {
+      endLine(i, false);
+      i += 2;
+      start = i;
+    } else {
+      const std::size_t onLine = i - start;
+      const auto limit = static_cast<std::size_t>(kQuotedPrintableLineLength);
+      if (1 + onLine >= limit || (c == u'=' && 1 + onLine >= limit - 3)) {
+        endLine(i, true);
+        start = i;
+      } else {
+        ++i;
+      }
+    }
+  }
+  // The last line has no line end. A trailing space there would be lost in
+  // transport, so it is protected by a soft break; trailing spaces of the
+  // other lines are left as they are.
+  out.append(escaped, start, n - start);
+  if (n > start && escaped[n - 1] == u' ') out.push_back(u'=');
+  return out;
+}
+
+}  // namespace
+
+Ref<String> qEncodedStringWithString(const String& text, StringEncoding preferredEncoding,
+                                     StringEncoding* encodingUsed) {
+  const StringEncoding chosen = wordEncodingFor(text, preferredEncoding);
+  if (encodingUsed) *encodingUsed = chosen;
+  std::string bytes;
+  if (chosen == NoStringEncoding || !Charset::encode(text.utf16(), chosen, bytes)) return nullptr;
+  return make<String>(qEncode(bytes));
+}
+
+Ref<String> mimeWordWithString(const String& text, StringEncoding preferredEncoding, StringEncoding* encodingUsed) {
+  StringEncoding chosen = NoStringEncoding;
+  Ref<String> payload = qEncodedStringWithString(text, preferredEncoding, &chosen);
+  Ref<String> name = payload && chosen != NoStringEncoding ? FKcharSetNameForEncoding(chosen) : nullptr;
+  if (!name) {
+    if (encodingUsed) *encodingUsed = NoStringEncoding;
+    return nullptr;
+  }
+  if (encodingUsed) *encodingUsed = chosen;
+  std::u16string word = u"=?" + name->utf16() + u"?Q?" + payload->utf16() + u"?=";
+  return make<String>(std::move(word));
+}
+
+Ref<String> quotedPrintableStringForPlainTextBody(const String& body, StringEncoding preferredEncoding,
+                                                  StringEncoding* encodingUsed) {
+  const StringEncoding chosen = firstEncodingHolding(body, preferredEncoding);
+  if (encodingUsed) *encodingUsed = chosen;
+  std::string bytes;
+  if (chosen == NoStringEncoding || !Charset::encode(body.utf16(), chosen, bytes)) return nullptr;
+  return make<String>(splitIntoLines(escapeBody(bytes)));
+}
+
+Ref<String> FKcharSetNameForEncoding(StringEncoding encoding) {
+  std::string_view name = Charset::ianaName(encoding);
+  if (name.empty()) return nullptr;
+  std::u16string lowered(name.size(), u'\0');
+  for (std::size_t i = 0; i < name.size(); ++i) {
+    const char c = name[i];
+    lowered[i] = static_cast<char16_t>((c >= 'A' && c <= 'Z') ? c + 32 : c);
+  }
+  return make<String>(std::move(lowered));
+}
+
+StringEncoding FKencodingForCharSetName(const String& name) {
+  return Charset::encodingForIANAName(std::u16string_view(name.utf16()));
+}
+
+}  // namespace tq::MimeEncoding
