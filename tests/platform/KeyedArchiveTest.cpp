@@ -12,6 +12,7 @@
 #include "tq/platform/Dictionary.h"
 #include "tq/platform/Number.h"
 #include "tq/platform/PropertyList.h"
+#include "tq/platform/Set.h"
 #include "tq/platform/String.h"
 
 using namespace tq;
@@ -132,6 +133,8 @@ TEST(KeyedArchive, RoundTripsEveryBuiltInKind) {
       {str("date"), make<Date>(123456.5)},
       {str("uuid"), make<UUID>(std::array<std::uint8_t, 16>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16})},
       {str("null"), Null::null()},
+      {str("set"), make<Set>(std::vector<Id>{str("x"), num(1)})},
+      {str("mutable set"), make<MutableSet>(std::vector<Id>{str("y")})},
       {str("empty"), arr({})},
       {str("mutable list"), mutableList},
       {str("mutable map"), mutableMap},
@@ -144,6 +147,8 @@ TEST(KeyedArchive, RoundTripsEveryBuiltInKind) {
   EXPECT_TRUE(cast<MutableArray>(back->objectForKey(std::string_view("mutable list"))));
   EXPECT_TRUE(cast<MutableDictionary>(back->objectForKey(std::string_view("mutable map"))));
   EXPECT_FALSE(cast<MutableArray>(back->objectForKey(std::string_view("empty"))));
+  EXPECT_TRUE(cast<MutableSet>(back->objectForKey(std::string_view("mutable set"))));
+  EXPECT_FALSE(cast<MutableSet>(back->objectForKey(std::string_view("set"))));
   EXPECT_TRUE(cast<Number>(back->objectForKey(std::string_view("bool")))->isBool());
 }
 

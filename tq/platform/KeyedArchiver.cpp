@@ -14,6 +14,7 @@
 #include "tq/platform/Number.h"
 #include "tq/platform/PropertyList.h"
 #include "tq/platform/PropertyListInternal.h"
+#include "tq/platform/Set.h"
 #include "tq/platform/String.h"
 
 namespace tq {
@@ -107,6 +108,12 @@ void ArchiveWriter::encodeContents(const Object& object, MutableDictionary& entr
     } else {
       setClass(DictionaryClass, {DictionaryClass, RootClass});
     }
+  } else if (const auto* set = dynamic_cast<const Set*>(&object)) {
+    entry.setObject(make<Array>(references(set->objects())), str(ObjectsField));
+    if (isKindOf<MutableSet>(&object))
+      setClass(MutableSetClass, {MutableSetClass, SetClass, RootClass});
+    else
+      setClass(SetClass, {SetClass, RootClass});
   } else if (const auto* date = dynamic_cast<const Date*>(&object)) {
     entry.setObject(make<Number>(date->timeIntervalSinceReferenceDate()), str(TimeField));
     setClass(DateClass, {DateClass, RootClass});

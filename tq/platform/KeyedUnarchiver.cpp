@@ -19,6 +19,7 @@
 #include "tq/platform/Number.h"
 #include "tq/platform/PropertyList.h"
 #include "tq/platform/PropertyListInternal.h"
+#include "tq/platform/Set.h"
 #include "tq/platform/String.h"
 
 namespace tq {
@@ -224,6 +225,12 @@ Id ArchiveReader::decodeBuiltin(const std::string& name, const Dictionary& entry
     if (!resolveAll(get(ObjectsField), ObjectsField, elements)) return nullptr;
     if (name == MutableArrayClass) return make<MutableArray>(std::move(elements));
     return make<Array>(std::move(elements));
+  }
+  if (name == SetClass || name == MutableSetClass) {
+    Array::Storage members;
+    if (!resolveAll(get(ObjectsField), ObjectsField, members)) return nullptr;
+    if (name == MutableSetClass) return make<MutableSet>(members);
+    return make<Set>(members);
   }
   if (name == DictionaryClass || name == MutableDictionaryClass) {
     Array::Storage keys, values;
