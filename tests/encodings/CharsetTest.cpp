@@ -1,0 +1,145 @@
+#include "tq/platform/Charset.h"
+
+#include <gtest/gtest.h>
+
+namespace tq {
+namespace {
+
+TEST(CharsetTest, PlatformNumbersOfTheNamedEncodings) {
+  EXPECT_EQ(ASCIIStringEncoding, 1u);
+  EXPECT_EQ(UTF8StringEncoding, 4u);
+  EXPECT_EQ(ISOLatin1StringEncoding, 5u);
+  EXPECT_EQ(ISOLatin2StringEncoding, 9u);
+  EXPECT_EQ(UnicodeStringEncoding, 10u);
+  EXPECT_EQ(ISOLatin9StringEncoding, 0x8000020Fu);
+  EXPECT_EQ(KOI8RStringEncoding, 0x80000A02u);
+  EXPECT_EQ(UTF7StringEncoding, 0x84000100u);
+}
+
+TEST(CharsetTest, NamesMapBothWaysInAnyCase) {
+  struct Case {
+    const char* name;
+    StringEncoding encoding;
+  } cases[] = {{"utf-8", UTF8StringEncoding},
+               {"UTF-8", UTF8StringEncoding},
+               {"Iso-8859-2", ISOLatin2StringEncoding},
+               {"us-ascii", ASCIIStringEncoding},
+               {"windows-1252", WindowsCP1252StringEncoding},
+               {"koi8-r", KOI8RStringEncoding},
+               {"shift_jis", ShiftJISStringEncoding},
+               {"gb2312", GB2312StringEncoding},
+               {"big5", Big5StringEncoding},
+               {"euc-kr", EUCKRStringEncoding},
+               {"iso-2022-jp", ISO2022JPStringEncoding},
+               {"utf-16", UnicodeStringEncoding},
+               {"macintosh", MacOSRomanStringEncoding},
+               {"utf-7", UTF7StringEncoding}};
+  for (const Case& c : cases) {
+    EXPECT_EQ(Charset::encodingForIANAName(std::string_view(c.name)), c.encoding) << c.name;
+  }
+  EXPECT_EQ(Charset::ianaName(ISOLatin2StringEncoding), "ISO-8859-2");
+  EXPECT_EQ(Charset::ianaName(ShiftJISStringEncoding), "Shift_JIS");
+  EXPECT_TRUE(Charset::ianaName(UTF7IMAPStringEncoding).empty());
+  EXPECT_TRUE(Charset::ianaName(12345).empty());
+}
+
+TEST(CharsetTest, CommonAliasesResolveAndUnknownNamesAreInvalid) {
+  EXPECT_EQ(Charset::encodingForIANAName(std::string_view("latin1")), ISOLatin1StringEncoding);
+  EXPECT_EQ(Charset::encodingForIANAName(std::string_view("utf8")), UTF8StringEncoding);
+  EXPECT_EQ(Charset::encodingForIANAName(std::string_view("cp1252")), WindowsCP1252StringEncoding);
+  EXPECT_EQ(Charset::encodingForIANAName(std::string_view("ks_c_5601-1987")), DOSKoreanStringEncoding);
+  EXPECT_EQ(Charset::encodingForIANAName(std::string_view("x-unknown")), InvalidStringEncoding);
+  EXPECT_EQ(Charset::encodingForIANAName(std::string_view("utf-8*en")), InvalidStringEncoding);
+  EXPECT_EQ(Charset::encodingForIANAName(std::string_view("")), InvalidStringEncoding);
+  EXPECT_EQ(Charset::encodingForIANAName(std::u16string_view(u"utf-8\u00e9")), InvalidStringEncoding);
+  EXPECT_EQ(Charset::encodingForIANAName(std::string(200, 'a')), InvalidStringEncoding);
+}
+
+TEST(CharsetTest, ConversionsRoundTripThroughEveryCharsetThatHoldsTheText) {
+  const std::u16string cafe = u"caf\u00e9";
+  for (StringEncoding encoding :
+       {UTF8StringEncoding, ISOLatin1StringEncoding, ISOLatin2StringEncoding, UnicodeStringEncoding,
+        WindowsCP1252StringEncoding, MacOSRomanStringEncoding, UTF7StringEncoding, UTF16BigEndianStringEncoding,
+        UTF32StringEncoding, GB18030StringEncoding}) {
+    std::string bytes;
+    ASSERT_TRUE(Charset::encode(cafe, encoding, bytes)) << encoding;
+    std::u16string back;
+    ASSERT_TRUE(Charset::decode(bytes, encoding, back)) << encoding;
+    EXPECT_EQ(back, cafe) << encoding;
+  }
+  std::string bytes;
+  ASSERT_TRUE(Charset::encode(u"\u017e", ISOLatin2StringEncoding, bytes));
+  EXPECT_EQ(bytes, "\xBE");
+  ASSERT_TRUE(Charset::encode(u"\u65e5\u672c", ShiftJISStringEncoding, bytes));
+  EXPECT_EQ(bytes, "\x93\xFA\x96\x7B");
+  ASSERT_TRUE(Charset::encode(u"\u65e5\u672c", ISO2022JPStringEncoding, bytes));
+  EXPECT_EQ(bytes, "\x1b$BF|K\\\x1b(B");
+}
+
+TEST(CharsetTest, ConversionsAreStrict) {
+  std::string bytes;
+  EXPECT_FALSE(Charset::encode(u"caf\u00e9", ASCIIStringEncoding, bytes));
+  EXPECT_FALSE(Charset::encode(u"\u0151", ISOLatin1StringEncoding, bytes));
+  EXPECT_FALSE(Charset::encode(u"\u4e00", WindowsCP1252StringEncoding, bytes));
+  EXPECT_FALSE(Charset::encode(std::u16string(1, char16_t(0xD800)), UTF8StringEncoding, bytes));
+  EXPECT_FALSE(Charset::canBeConvertedToEncoding(u"\u0151", ISOLatin1StringEncoding));
+  EXPECT_TRUE(Charset::canBeConvertedToEncoding(u"\u0151", ISOLatin2StringEncoding));
+  EXPECT_FALSE(Charset::canBeConvertedToEncoding(u"a", NoStringEncoding));
+
+  std::u16string text;
+  EXPECT_FALSE(Charset::decode("\x80", ASCIIStringEncoding, text));
+  EXPECT_FALSE(Charset::decode("\xC3", UTF8StringEncoding, text));
+  EXPECT_FALSE(Charset::decode("\xED\xA0\x80", UTF8StringEncoding, text));  // encoded surrogate
+  EXPECT_FALSE(Charset::decode("\x81", ShiftJISStringEncoding, text));
+  EXPECT_FALSE(Charset::decode("a", 777, text));
+  EXPECT_EQ(Charset::stringWithBytes("\xC3", UTF8StringEncoding), nullptr);
+
+  text = u"kept";
+  EXPECT_FALSE(Charset::decodeAppending("\xFF", UTF8StringEncoding, text));
+  EXPECT_EQ(text, u"kept");
+}
+
+TEST(CharsetTest, SixteenBitUnicodeWritesAMarkAndReadsByIt) {
+  std::string bytes;
+  ASSERT_TRUE(Charset::encode(u"A", UnicodeStringEncoding, bytes));
+  EXPECT_EQ(bytes, std::string("\xFF\xFE\x41\x00", 4));
+  // Unpaired surrogates survive: the encoding holds any sequence of units.
+  const std::u16string lone(1, char16_t(0xDC00));
+  EXPECT_TRUE(Charset::canBeConvertedToEncoding(lone, UnicodeStringEncoding));
+  std::u16string text;
+  ASSERT_TRUE(Charset::decode(std::string("\xFE\xFF\x00\x41", 4), UnicodeStringEncoding, text));
+  EXPECT_EQ(text, u"A");
+  ASSERT_TRUE(Charset::decode(std::string("\x00\x42", 2), UnicodeStringEncoding, text));
+  EXPECT_EQ(text, u"B");
+  EXPECT_FALSE(Charset::decode("abc", UnicodeStringEncoding, text));
+}
+
+TEST(CharsetTest, CStringsEndAtTheFirstNul) {
+  auto text = Charset::stringWithCString(std::string("ab\0cd", 5), UTF8StringEncoding);
+  ASSERT_TRUE(text);
+  EXPECT_EQ(text->utf8(), "ab");
+}
+
+TEST(CharsetTest, SmallestEncodingPrefersTheNarrowestCharset) {
+  EXPECT_EQ(Charset::smallestEncoding(u"plain"), ASCIIStringEncoding);
+  EXPECT_EQ(Charset::smallestEncoding(u"caf\u00e9"), ISOLatin1StringEncoding);
+  EXPECT_EQ(Charset::smallestEncoding(u"\u20ac"), WindowsCP1252StringEncoding);
+  EXPECT_EQ(Charset::smallestEncoding(u"\u0151"), ISOLatin2StringEncoding);
+  EXPECT_EQ(Charset::smallestEncoding(u"\u043f\u0440\u0438"), WindowsCP1251StringEncoding);
+  EXPECT_EQ(Charset::smallestEncoding(u"\u65e5\u0151\u043f"), UTF8StringEncoding);
+  EXPECT_EQ(Charset::smallestEncoding(std::u16string(1, char16_t(0xD800))), UnicodeStringEncoding);
+}
+
+TEST(CharsetTest, ModifiedUTF7BothWays) {
+  std::string bytes;
+  ASSERT_TRUE(Charset::encodeModifiedUTF7(u"Entw\u00fcrfe & Co/x", bytes));
+  EXPECT_EQ(bytes, "Entw&APw-rfe &- Co/x");
+  std::u16string text;
+  ASSERT_TRUE(Charset::decodeModifiedUTF7("&ZeVnLIqe-", text));
+  EXPECT_EQ(text, u"\u65e5\u672c\u8a9e");
+  EXPECT_FALSE(Charset::decodeModifiedUTF7("caf\xC3\xA9", text));
+  EXPECT_FALSE(Charset::decodeModifiedUTF7("&Jjo!", text));
+}
+
+}  // namespace
+}  // namespace tq

@@ -1,0 +1,114 @@
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <vector>
+
+#include "tq/encodings/MimeEncoding.h"
+
+namespace tq {
+namespace {
+
+using MimeEncoding::decodedMimeEncodedString;
+
+std::string decode(const std::string& header, bool* flag = nullptr) {
+  return decodedMimeEncodedString(*str(header), flag)->utf8();
+}
+
+// Collects what the decoder sends to the platform log.
+std::vector<std::string> logged;
+void collect(const std::string& message) { logged.push_back(message); }
+
+class MimeHeaderLogTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    logged.clear();
+    previous_ = MimeEncodingDetail::setPlatformLogHandler(collect);
+  }
+  void TearDown() override { MimeEncodingDetail::setPlatformLogHandler(previous_); }
+  MimeEncodingDetail::PlatformLogHandler previous_ = nullptr;
+};
+
+TEST(MimeHeaderTest, PlainTextComesBackWithLeadingWhitespaceOnlyBeforeText) {
+  EXPECT_EQ(decode("Hello world"), "Hello world");
+  EXPECT_EQ(decode("  Hello"), "  Hello");
+  EXPECT_EQ(decode(""), "");
+  EXPECT_EQ(decode(" \t\r\n"), "");
+  EXPECT_EQ(decode("a=b ? c"), "a=b ? c");
+}
+
+TEST(MimeHeaderTest, WordsAndTextMix) {
+  EXPECT_EQ(decode("=?utf-8?q?caf=C3=A9?="), "caf\u00e9");
+  EXPECT_EQ(decode("Re: =?utf-8?Q?a?= tail"), "Re: a tail");
+  EXPECT_EQ(decode("=?UTF-8?B?Y2Fmw6k=?= \t"), "caf\u00e9");  // trailing whitespace after the last word vanishes
+  EXPECT_EQ(decode("=?utf-8?Q?a?= =?utf-8?Q?b?="), "ab");
+  EXPECT_EQ(decode("=?utf-8?Q?a?=\r\n =?iso-8859-2?Q?=F5?="), "a\u0151");
+}
+
+TEST(MimeHeaderTest, PendingBytesAreEmittedAfterLaterPlainText) {
+  // Kept ordering: the bytes of earlier words wait until a word of another
+  // charset or the end, while plain text goes out at once.
+  EXPECT_EQ(decode("=?utf-8?Q?a?= plain =?utf-8?Q?b?="), " plain ab");
+  EXPECT_EQ(decode("=?utf-8?Q?a?= plain =?iso-8859-1?Q?b?="), " plain ab");
+  EXPECT_EQ(decode("=?utf-8?Q?a?= plain"), "a plain");
+}
+
+TEST(MimeHeaderTest, AdjacentWordsOfOneCharsetJoinTheirBytes) {
+  // "é" split across two words decodes whole.
+  EXPECT_EQ(decode("=?utf-8?Q?caf=C3?= =?utf-8?Q?=A9?="), "caf\u00e9");
+  EXPECT_EQ(decode("=?utf-8?B?w6nD?= =?utf-8?B?qQ==?="), "\u00e9\u00e9");
+}
+
+TEST(MimeHeaderTest, BrokenWordsAreDropped) {
+  EXPECT_EQ(decode("a =?utf-8?Q?b"), "a ");
+  EXPECT_EQ(decode("a =?utf-8?X?b?= c"), "a X?b?= c");  // goes on after "utf-8?"
+  EXPECT_EQ(decode("x=??Q?a?=y"), "x?Q?a?=y");
+  EXPECT_EQ(decode("=?utf-8?Q??= z"), "?= z");
+  EXPECT_EQ(decode("=?utf-8"), "");
+  // Well-formed words that do not decode contribute nothing.
+  EXPECT_EQ(decode("a =?x-unknown?Q?b?= c"), "a  c");
+  EXPECT_EQ(decode("a =?utf-8?Q?=4G?= c"), "a  c");
+}
+
+TEST(MimeHeaderTest, TheFlagReportsAndNeutralisesNulBytes) {
+  bool flag = true;
+  EXPECT_EQ(decode("plain", &flag), "plain");
+  EXPECT_FALSE(flag);
+  EXPECT_EQ(decode("=?utf-8?Q?boss=00@evil.example?=", &flag), "boss\\0@evil.example");
+  EXPECT_TRUE(flag);
+  EXPECT_EQ(decode("=?iso-8859-1?B?YQBi?=", &flag), "a\\0b");
+  EXPECT_TRUE(flag);
+  // Without a flag the NUL passes through.
+  EXPECT_EQ(decode("=?utf-8?Q?a=00b?="), std::string("a\0b", 3));
+}
+
+TEST_F(MimeHeaderLogTest, AFailedConversionBetweenCharsetsIsLoggedWithTheHeader) {
+  const std::string header = "=?utf-8?Q?=FF?= =?iso-8859-1?Q?ok?=";
+  EXPECT_EQ(decode(header), "ok");
+  ASSERT_EQ(logged.size(), 1u);
+  EXPECT_EQ(logged[0], "problem decoding MimeString: " + header);
+  // The final flush fails silently.
+  logged.clear();
+  EXPECT_EQ(decode("x =?utf-8?Q?=FF?="), "x ");
+  EXPECT_TRUE(logged.empty());
+}
+
+TEST(MimeHeaderTest, HostileValuesDecodeInLinearTime) {
+  std::string markers;
+  for (int i = 0; i < 100000; ++i) markers += "=?";
+  std::string words;
+  for (int i = 0; i < 100000; ++i) words += "=?a?Q?b?=";
+  std::string mixed;
+  for (int i = 0; i < 50000; ++i) mixed += (i % 2) ? "=?utf-8?Q?x?= " : "=?iso-8859-1?Q?y?= ";
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_TRUE(decode(markers).empty());
+  EXPECT_TRUE(decode(words).empty());
+  EXPECT_EQ(decode(mixed).size(), 50000u);
+  std::string noEnd = "=?utf-8?Q?";
+  for (int i = 0; i < 100000; ++i) noEnd += "=?x?Q?";
+  EXPECT_LT(decode(noEnd).size(), noEnd.size());
+  // Generous even for a sanitizer build; a quadratic walk takes minutes.
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+}
+
+}  // namespace
+}  // namespace tq

@@ -1,0 +1,142 @@
+#include <gtest/gtest.h>
+
+#include "tq/encodings/MimeEncoding.h"
+
+namespace tq {
+namespace {
+
+using namespace MimeEncoding;
+using MimeWordDecoding::dataForMimeEncodedWord;
+
+std::string utf8Of(const Ref<String>& text) { return text ? text->utf8() : "(nil)"; }
+std::string bytesOf(const Ref<Data>& data) { return data ? std::string(data->view()) : "(nil)"; }
+
+TEST(MimeWordEncoderTest, QEncodingEscapesEverythingOutsideTheSafeSet) {
+  StringEncoding used = 0;
+  EXPECT_EQ(utf8Of(qEncodedStringWithString(*str("a b?~"), UTF8StringEncoding, &used)), "a_b=3F=7E");
+  EXPECT_EQ(used, UTF8StringEncoding);
+  EXPECT_EQ(utf8Of(qEncodedStringWithString(*str("(x),\"y\"_=\x7f"), UTF8StringEncoding)), "(x),\"y\"=5F=3D=7F");
+  EXPECT_EQ(utf8Of(qEncodedStringWithString(*str("caf\u00e9"), UTF8StringEncoding)), "caf=C3=A9");
+  // No folding and no splitting into several words, however long the text.
+  EXPECT_EQ(qEncodedStringWithString(*str(std::string(500, 'x')), UTF8StringEncoding)->length(), 500u);
+}
+
+TEST(MimeWordEncoderTest, CharsetFallsBackToLatin2BeforeUTF8) {
+  StringEncoding used = 0;
+  auto word = mimeWordWithString(*str("plain"), NoStringEncoding, &used);
+  EXPECT_EQ(utf8Of(word), "=?iso-8859-2?Q?plain?=");
+  EXPECT_EQ(used, ISOLatin2StringEncoding);
+  // A preferred charset that cannot hold the text is passed over.
+  EXPECT_EQ(utf8Of(mimeWordWithString(*str("\u0151"), ASCIIStringEncoding, &used)), "=?iso-8859-2?Q?=F5?=");
+  EXPECT_EQ(utf8Of(mimeWordWithString(*str("\u65e5"), ISOLatin1StringEncoding, &used)), "=?utf-8?Q?=E6=97=A5?=");
+  EXPECT_EQ(used, UTF8StringEncoding);
+  EXPECT_EQ(utf8Of(mimeWordWithString(*str("a b?~"), UTF8StringEncoding)), "=?utf-8?Q?a_b=3F=7E?=");
+  EXPECT_EQ(utf8Of(mimeWordWithString(*str("x"), WindowsCP1252StringEncoding)), "=?windows-1252?Q?x?=");
+}
+
+TEST(MimeWordEncoderTest, TextOnlyUnicodeHoldsIsWrittenInSixteenBitUnicode) {
+  const std::u16string lone(1, char16_t(0xD800));
+  StringEncoding used = 0;
+  auto payload = qEncodedStringWithString(String(lone), UTF8StringEncoding, &used);
+  EXPECT_EQ(used, UnicodeStringEncoding);
+  EXPECT_EQ(utf8Of(payload), "=FF=FE=00=D8");
+  EXPECT_EQ(utf8Of(mimeWordWithString(String(lone), UTF8StringEncoding)), "=?utf-16?Q?=FF=FE=00=D8?=");
+}
+
+TEST(MimeWordEncoderTest, CharsetNamesAreLowerCasedIANANames) {
+  EXPECT_EQ(utf8Of(FKcharSetNameForEncoding(UTF8StringEncoding)), "utf-8");
+  EXPECT_EQ(utf8Of(FKcharSetNameForEncoding(ShiftJISStringEncoding)), "shift_jis");
+  EXPECT_EQ(FKcharSetNameForEncoding(0), nullptr);
+  EXPECT_EQ(FKcharSetNameForEncoding(UTF7IMAPStringEncoding), nullptr);
+  EXPECT_EQ(FKencodingForCharSetName(*str("ISO-8859-1")), ISOLatin1StringEncoding);
+  EXPECT_EQ(FKencodingForCharSetName(*str("nonsense")), InvalidStringEncoding);
+}
+
+TEST(QuotedPrintableBodyEncoderTest, EscapesAndLineEnds) {
+  StringEncoding used = 0;
+  EXPECT_EQ(utf8Of(quotedPrintableStringForPlainTextBody(*str(""), UTF8StringEncoding, &used)), "");
+  EXPECT_EQ(used, UTF8StringEncoding);
+  EXPECT_EQ(utf8Of(quotedPrintableStringForPlainTextBody(*str("a\nb"), UTF8StringEncoding)), "a\r\nb");
+  EXPECT_EQ(utf8Of(quotedPrintableStringForPlainTextBody(*str("a\r\nb\n"), UTF8StringEncoding)), "a\r\nb\r\n");
+  EXPECT_EQ(utf8Of(quotedPrintableStringForPlainTextBody(*str("1=2 !#$@[\\]^`{|}~\t"), UTF8StringEncoding)),
+            "1=3D2 =21=23=24=40=5B=5C=5D=5E=60=7B=7C=7D=7E=09");
+  EXPECT_EQ(utf8Of(quotedPrintableStringForPlainTextBody(*str("\u00e9"), UTF8StringEncoding)), "=C3=A9");
+  EXPECT_EQ(utf8Of(quotedPrintableStringForPlainTextBody(*str("\u00e9"), NoStringEncoding, &used)), "=E9");
+  EXPECT_EQ(used, ISOLatin2StringEncoding);
+}
+
+TEST(QuotedPrintableBodyEncoderTest, TrailingSpaceIsProtectedOnlyOnTheLastLine) {
+  EXPECT_EQ(utf8Of(quotedPrintableStringForPlainTextBody(*str("x "), UTF8StringEncoding)), "x =");
+  // Kept departure: spaces before a hard line break go out unprotected.
+  EXPECT_EQ(utf8Of(quotedPrintableStringForPlainTextBody(*str("x \ny"), UTF8StringEncoding)), "x \r\ny");
+}
+
+TEST(QuotedPrintableBodyEncoderTest, LongLinesAreSoftBrokenAfter75Characters) {
+  const std::string line(100, 'a');
+  EXPECT_EQ(utf8Of(quotedPrintableStringForPlainTextBody(*str(line), UTF8StringEncoding)),
+            std::string(75, 'a') + "=\r\n" + std::string(25, 'a'));
+  // An escape that would start at column 73 or later moves whole to the next line.
+  EXPECT_EQ(utf8Of(quotedPrintableStringForPlainTextBody(*str(std::string(72, 'a') + "=b"), UTF8StringEncoding)),
+            std::string(72, 'a') + "=\r\n=3Db");
+  EXPECT_EQ(utf8Of(quotedPrintableStringForPlainTextBody(*str(std::string(71, 'a') + "=bb"), UTF8StringEncoding)),
+            std::string(71, 'a') + "=3Db=\r\nb");
+  // A lone CR is an ordinary character and counts towards the line.
+  const auto crs = quotedPrintableStringForPlainTextBody(*str(std::string(80, '\r')), UTF8StringEncoding);
+  EXPECT_EQ(utf8Of(crs), std::string(75, '\r') + "=\r\n" + std::string(5, '\r'));
+  const auto lines = utf8Of(quotedPrintableStringForPlainTextBody(*str(std::string(300, 'b')), UTF8StringEncoding));
+  EXPECT_EQ(lines, std::string(75, 'b') + "=\r\n" + std::string(75, 'b') + "=\r\n" + std::string(75, 'b') + "=\r\n" +
+                       std::string(75, 'b'));
+}
+
+TEST(QuotedPrintableBodyEncoderTest, NoSmallestCharsetFallbackAndTheLineLengthConstant) {
+  EXPECT_EQ(kQuotedPrintableLineLength, 76);
+  StringEncoding used = 99;
+  EXPECT_NE(quotedPrintableStringForPlainTextBody(String(std::u16string(1, char16_t(0xD800))), 0, &used), nullptr);
+  EXPECT_EQ(used, UnicodeStringEncoding);
+}
+
+TEST(MimeWordDecoderTest, QWordsDecodeInEitherCase) {
+  StringEncoding used = 0;
+  EXPECT_EQ(bytesOf(dataForMimeEncodedWord(*str("=?utf-8?q?caf=c3=A9?="), &used)), "caf\xC3\xA9");
+  EXPECT_EQ(used, UTF8StringEncoding);
+  EXPECT_EQ(utf8Of(stringWithMimeEncodedWord(*str("=?UTF-8?Q?caf=C3=A9?="))), "caf\u00e9");
+  EXPECT_EQ(utf8Of(stringWithMimeEncodedWord(*str("=?utf-8?Q?a_b?="))), "a b");
+  EXPECT_EQ(utf8Of(stringWithMimeEncodedWord(*str("=?iso-8859-2?Q?=F5?="))), "\u0151");
+  EXPECT_EQ(bytesOf(dataForMimeEncodedWord(*str("=?iso-8859-1?Q?\u00ff?="))), "\xFF");
+}
+
+TEST(MimeWordDecoderTest, BWordsIgnoreStrayCharacters) {
+  EXPECT_EQ(utf8Of(stringWithMimeEncodedWord(*str("=?UTF-8?B?Y2Fmw6k=?="))), "caf\u00e9");
+  EXPECT_EQ(utf8Of(stringWithMimeEncodedWord(*str("=?utf-8?b?Y2F m\u00e9w6k*=?="))), "caf\u00e9");
+  EXPECT_EQ(bytesOf(dataForMimeEncodedWord(*str("=?utf-8?B?Y2Fmw6k?="))), "(nil)");  // padding is required
+  EXPECT_EQ(stringWithMimeEncodedWord(*str("=?utf-8?B?/w==?=")), nullptr);           // 0xFF is no UTF-8
+  EXPECT_EQ(bytesOf(dataForMimeEncodedWord(*str("=?utf-8?B?/w==?="))), "\xFF");
+}
+
+TEST(MimeWordDecoderTest, MalformedWordsGiveNil) {
+  for (const char* word :
+       {"=?utf-8?Q?a=4?=", "=?utf-8?Q?a=4G?=", "=?utf-8?Q?a=?=", "=?x-unknown?Q?a?=", "=?utf-8?X?a?=", "=?utf-8?Q?=",
+        "=?utf-8*en?Q?a?=", "utf-8?Q?a?=", "=?utf-8?Q?a", "=?utf-8?Q?", "=??=", "=?=", "=?abc?=", "=?utf-8?QQa?="}) {
+    EXPECT_EQ(dataForMimeEncodedWord(*str(word)), nullptr) << word;
+    EXPECT_EQ(stringWithMimeEncodedWord(*str(word)), nullptr) << word;
+  }
+  EXPECT_EQ(dataForMimeEncodedWord(*str("=?utf-8?Q?\u0100?=")), nullptr);
+}
+
+TEST(MimeWordDecoderTest, TheCharsetIsReportedOnceKnownEvenWhenDecodingFails) {
+  StringEncoding used = 0;
+  EXPECT_EQ(dataForMimeEncodedWord(*str("=?iso-8859-2?Q?a=4G?="), &used), nullptr);
+  EXPECT_EQ(used, ISOLatin2StringEncoding);
+  used = 0;
+  EXPECT_EQ(dataForMimeEncodedWord(*str("=?nope?Q?a?="), &used), nullptr);
+  EXPECT_EQ(used, 0u);
+}
+
+TEST(MimeWordDecoderTest, AQWordsTextEndsAtADecodedNul) {
+  EXPECT_EQ(utf8Of(stringWithMimeEncodedWord(*str("=?utf-8?Q?ab=00cd?="))), "ab");
+  EXPECT_EQ(bytesOf(dataForMimeEncodedWord(*str("=?utf-8?Q?ab=00cd?="))), std::string("ab\0cd", 5));
+  EXPECT_EQ(utf8Of(stringWithMimeEncodedWord(*str("=?utf-8?B?YQBi?="))), std::string("a\0b", 3));
+}
+
+}  // namespace
+}  // namespace tq
