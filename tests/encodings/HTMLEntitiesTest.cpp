@@ -1,0 +1,99 @@
+#include "tq/encodings/HTMLEntities.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <string>
+
+#include "tq/platform/Exception.h"
+
+namespace tq {
+namespace {
+
+using namespace HTMLEntities;
+
+std::string markup(std::string_view text) { return stringByEncodingHTMLEntities(*str(text))->utf8(); }
+std::string ascii(std::string_view text) { return stringByEscapingForAsciiHTML(*str(text))->utf8(); }
+std::string asciiContent(std::string_view text) { return stringByEscapingForAsciiHTMLContent(*str(text))->utf8(); }
+std::string content(std::string_view text) { return stringByEscapingForHTMLContent(*str(text))->utf8(); }
+std::string decode(std::string_view text) { return stringByDecodingHTMLEntities(str(text))->utf8(); }
+
+TEST(HTMLEntityTables, SizesOrderAndMembership) {
+  EXPECT_EQ(asciiHTMLEscapeMap().size(), 253u);
+  EXPECT_EQ(asciiHTMLContentEscapeMap().size(), 249u);
+  EXPECT_EQ(unicodeHTMLEscapeMap().size(), 33u);
+  EXPECT_EQ(unicodeHTMLContentEscapeMap().size(), 29u);
+  for (auto table :
+       {asciiHTMLEscapeMap(), asciiHTMLContentEscapeMap(), unicodeHTMLEscapeMap(), unicodeHTMLContentEscapeMap()}) {
+    for (std::size_t i = 1; i < table.size(); ++i) EXPECT_LT(table[i - 1].uchar, table[i].uchar);
+  }
+  EXPECT_EQ(std::string(asciiHTMLEscapeMap().front().escapeSequence), "&quot;");
+  EXPECT_EQ(std::string(asciiHTMLEscapeMap().back().escapeSequence), "&diams;");
+  EXPECT_EQ(asciiHTMLEscapeMap().back().uchar, 9830);
+  std::set<std::string> contentNames;
+  for (const auto& entry : asciiHTMLContentEscapeMap()) contentNames.insert(entry.escapeSequence);
+  EXPECT_TRUE(contentNames.count("&amp;"));
+  for (const char* gone : {"&quot;", "&apos;", "&lt;", "&gt;"}) EXPECT_FALSE(contentNames.count(gone)) << gone;
+  EXPECT_EQ(std::string(unicodeHTMLContentEscapeMap().front().escapeSequence), "&nbsp;");
+  EXPECT_EQ(std::string(unicodeHTMLEscapeMap().back().escapeSequence), "&euro;");
+}
+
+TEST(HTMLEscaping, MarkupTableLeavesNonASCIIAlone) {
+  EXPECT_EQ(markup("a<b & \"c\""), "a&lt;b &amp; &quot;c&quot;");
+  EXPECT_EQ(markup("caf\u00e9 it's"), "caf\u00e9 it&apos;s");
+  EXPECT_EQ(markup("\u2014\u20ac"), "&mdash;&euro;");
+  EXPECT_EQ(markup(""), "");
+}
+
+TEST(HTMLEscaping, ContentTablesKeepMarkupCharacters) {
+  EXPECT_EQ(content("a & <b> \u00e9"), "a & <b> &#xe9;");
+  EXPECT_EQ(content("\u00a0\u2013"), "&nbsp;&ndash;");
+  EXPECT_EQ(asciiContent("<&\u00e9\u00ff\u0100"), "<&amp;&eacute;&yuml;&#x100;");
+  EXPECT_EQ(ascii("<\u00e9\u03b1\u2666\u2667"), "&lt;&eacute;&alpha;&diams;&#x2667;");
+}
+
+TEST(HTMLEscaping, MultiUnitSequencesBecomeTheirFirstCodePoint) {
+  // An emoji (a surrogate pair) under every front end, the flag regardless.
+  for (auto escape : {markup, ascii, asciiContent, content}) EXPECT_EQ(escape("\U0001F600"), "&#x1f600;");
+  // e + combining acute: one sequence, the mark dropped.
+  EXPECT_EQ(markup("e\u0301x"), "&#x65;x");
+  EXPECT_EQ(content("\u00e9"), "&#xe9;");
+  // Line ends survive: CR and LF stay two sequences.
+  EXPECT_EQ(markup("a\r\nb"), "a\r\nb");
+}
+
+TEST(HTMLEscaping, UnicodeCharacterReferenceHasNoSemicolon) {
+  EXPECT_EQ(htmlEscapedUnicodeCharacterWithRange(*str("x\U0001F600"), makeRange(1, 2))->utf8(), "&#x1f600");
+  EXPECT_EQ(htmlEscapedUnicodeCharacterWithRange(*str("ab"), makeRange(1, 1))->utf8(), "&#x62");
+  EXPECT_THROW(htmlEscapedUnicodeCharacterWithRange(*str("ab"), makeRange(1, 5)), Exception);
+}
+
+TEST(HTMLDecoding, NamedAndNumericReferences) {
+  EXPECT_EQ(decode("a &lt;b&gt; &amp; &eacute;"), "a <b> & \u00e9");
+  EXPECT_EQ(decode("&#65;&#x41;&#X41;"), "AAA");
+  EXPECT_EQ(decode("&#+65;"), "A");
+  EXPECT_EQ(decode("&#65534;"), "\ufffe");
+  EXPECT_EQ(decode("&thetasym;"), "\u03d1");  // 10 characters: the longest decoded
+  EXPECT_EQ(decode("no refs"), "no refs");
+}
+
+TEST(HTMLDecoding, OnePassFromTheEnd) {
+  EXPECT_EQ(decode("&amp;lt;"), "&lt;");
+  EXPECT_EQ(decode("&amp;amp;amp;"), "&amp;amp;");
+  EXPECT_EQ(decode("&lt&gt;"), "&lt>");  // the first & has no ";" before the next &
+}
+
+TEST(HTMLDecoding, LeavesWhatItCannotDecode) {
+  for (const char* kept : {"&#0;", "&#65535;", "&#-5;", "&unknown;", "&#x;", "&#xZZ;", "&#6a;", "&;", "&a;",
+                           "&#00000065;", "&LT;", "x & y;", "&"}) {
+    EXPECT_EQ(decode(kept), kept) << kept;
+  }
+  // 11 characters or more are never decoded, even when the value is fine.
+  EXPECT_EQ(decode("&#x0000041;"), "&#x0000041;");
+  EXPECT_EQ(decode("&#x000041;"), "A");
+  auto unchanged = str("plain");
+  EXPECT_EQ(stringByDecodingHTMLEntities(unchanged), unchanged);
+}
+
+}  // namespace
+}  // namespace tq
