@@ -244,6 +244,15 @@ TEST(KeyedArchive, RefusesMalformedArchives) {
   EXPECT_NE(unarchiveFailure(archiveWithObjects({str("$null"), badDate, dateClass})).find("NS.time"),
             std::string::npos);
 
+  // A chain of arrays, each holding the next by reference: deep, though the
+  // property list itself is flat.
+  Array::Storage chain{str("$null")};
+  for (std::uint64_t i = 1; i <= 2000; ++i) {
+    chain.push_back(dict({{str("NS.objects"), arr({uid(i + 2 <= 2001 ? i + 2 : 2)})}, {str("$class"), uid(2)}}));
+    if (i == 1) chain.push_back(arrayClass);
+  }
+  EXPECT_NE(unarchiveFailure(archiveWithObjects(chain)).find("nested more than 512"), std::string::npos);
+
   Ref<Error> error;
   EXPECT_FALSE(KeyedUnarchiver::unarchiveObjectWithData(Data("not an archive"), &error));
   EXPECT_EQ(error->code(), KeyedArchiveReadCorruptError);

@@ -89,6 +89,7 @@ class ArchiveReader final : public KeyedUnarchiver {
   std::vector<Id> decoded_;
   std::vector<State> states_;
   std::vector<const Dictionary*> decoding_;  // entries whose fields decoders are reading
+  int depth_ = 0;  // objects being decoded, one inside the other
   bool unknownClass_ = false;
   std::string failure_;
 };
@@ -143,12 +144,14 @@ Id ArchiveReader::resolveIndex(std::uint64_t index) {
   if (states_[index] == State::Reading) {
     return fail("Malformed archive: object " + std::to_string(index) + " refers back to itself (a reference cycle).");
   }
-  if (decoding_.size() >= std::size_t(plist_detail::MaxDepth)) {
+  if (depth_ >= plist_detail::MaxDepth) {
     return fail("Malformed archive: objects nested more than " + std::to_string(plist_detail::MaxDepth) +
                 " levels deep.");
   }
   states_[index] = State::Reading;
+  ++depth_;
   Id value = decodeEntry(index, objects_->objectAtIndex(index));
+  --depth_;
   if (!failure_.empty()) return nullptr;
   states_[index] = State::Read;
   decoded_[index] = value;
