@@ -1,0 +1,221 @@
+// tqkit plist: show, query and edit property-list files (XML or binary).
+//
+// Key paths are dotted: "window.frame.width". A component addresses a
+// dictionary entry by its key, or an array element by its decimal index.
+// Keys that contain dots cannot be addressed.
+//
+// get: strings print raw; other values print as pretty JSON with sorted keys,
+// data as a Base64 string and dates as ISO 8601 UTC strings (JSON has
+// neither), infinities and NaN as "+infinity"/"-infinity"/"nan".
+// set: VALUE is parsed as JSON (numbers, booleans, strings, arrays, objects);
+// text that is not JSON is stored as a string; null removes the entry. Missing
+// dictionaries on the path are created; an array index equal to the count
+// appends. The file keeps its format (XML or binary) and is replaced
+// atomically; a missing file is created as XML.
+
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "Command.h"
+#include "tq/platform/Array.h"
+#include "tq/platform/Date.h"
+#include "tq/platform/Dictionary.h"
+#include "tq/platform/JSON.h"
+#include "tq/platform/Number.h"
+#include "tq/platform/PropertyList.h"
+#include "tq/platform/PropertyListInternal.h"
+#include "tq/platform/String.h"
+
+using namespace tqkit;
+
+namespace {
+
+struct LoadedPlist {
+  tq::Id root;
+  tq::PropertyListFormat format = tq::PropertyListFormat::XML;
+};
+
+LoadedPlist load(const std::string& path, bool mutableContainers) {
+  LoadedPlist loaded;
+  tq::Ref<tq::Error> error;
+  loaded.root = tq::PropertyList::readFile(path, &error, &loaded.format, mutableContainers);
+  if (!loaded.root) throw FailureException{error->localizedDescription()};
+  return loaded;
+}
+
+std::vector<std::string> splitKeyPath(const std::string& keyPath) {
+  std::vector<std::string> components;
+  std::size_t start = 0;
+  while (true) {
+    std::size_t dot = keyPath.find('.', start);
+    components.push_back(keyPath.substr(start, dot == std::string::npos ? std::string::npos : dot - start));
+    if (components.back().empty()) throw UsageException{"empty component in key path \"" + keyPath + "\""};
+    if (dot == std::string::npos) return components;
+    start = dot + 1;
+  }
+}
+
+// The array index a component names; false unless it is all decimal digits.
+bool parseIndex(const std::string& component, tq::Index* index) {
+  if (component.empty() || component.size() > 18) return false;
+  for (char c : component) {
+    if (c < '0' || c > '9') return false;
+  }
+  *index = std::stoull(component);
+  return true;
+}
+
+// The child of a container by one path component; nil when absent.
+tq::Id child(const tq::Id& container, const std::string& component) {
+  if (auto dictionary = tq::cast<tq::Dictionary>(container))
+    return dictionary->objectForKey(std::string_view(component));
+  tq::Index index;
+  if (auto array = tq::cast<tq::Array>(container); array && parseIndex(component, &index) && index < array->count()) {
+    return array->objectAtIndex(index);
+  }
+  return nullptr;
+}
+
+// The value with the JSON-less kinds replaced by their text forms.
+tq::Id jsonable(const tq::Id& value) {
+  using namespace tq;
+  if (auto data = cast<Data>(value)) return str(plist_detail::base64Encode(data->bytes(), data->length()));
+  if (auto date = cast<Date>(value)) return str(plist_detail::formatDate(date->timeIntervalSinceReferenceDate()));
+  if (auto uid = cast<PropertyListUID>(value)) return num(uid->value());
+  if (auto number = cast<Number>(value);
+      number && number->kind() == Number::Kind::Double && !std::isfinite(number->doubleValue())) {
+    return str(plist_detail::formatReal(number->doubleValue()));
+  }
+  if (auto array = cast<Array>(value)) {
+    Array::Storage elements;
+    for (const Id& element : *array) elements.push_back(jsonable(element));
+    return make<Array>(std::move(elements));
+  }
+  if (auto dictionary = cast<Dictionary>(value)) {
+    std::vector<Dictionary::Entry> entries;
+    for (const auto& [key, element] : dictionary->entries()) entries.emplace_back(key, jsonable(element));
+    return make<Dictionary>(entries);
+  }
+  return value;
+}
+
+std::string toJSON(const tq::Id& value) {
+  tq::Ref<tq::Error> error;
+  auto text = tq::JSON::write(
+      jsonable(value).get(),
+      tq::JSONWriteOptions::PrettyPrinted | tq::JSONWriteOptions::SortedKeys | tq::JSONWriteOptions::FragmentsAllowed,
+      &error);
+  if (!text) throw FailureException{error->localizedDescription()};
+  return *text;
+}
+
+int show(Arguments& arguments) {
+  auto words = arguments.positionals(1, 1);
+  LoadedPlist loaded = load(words[0], false);
+  tq::Ref<tq::Error> error;
+  auto xml = tq::PropertyList::write(loaded.root.get(), tq::PropertyListFormat::XML, &error);
+  if (!xml) throw FailureException{error->localizedDescription()};
+  std::fwrite(xml->bytes(), 1, xml->length(), stdout);
+  return Success;
+}
+
+int get(Arguments& arguments) {
+  auto words = arguments.positionals(2, 2);
+  tq::Id value = load(words[0], false).root;
+  std::string path;
+  for (const std::string& component : splitKeyPath(words[1])) {
+    path += (path.empty() ? "" : ".") + component;
+    value = child(value, component);
+    if (!value) throw FailureException{"no value at \"" + path + "\" in " + words[0]};
+  }
+  if (auto text = tq::cast<tq::String>(value)) {
+    std::printf("%s\n", text->utf8().c_str());
+  } else {
+    std::printf("%s\n", toJSON(value).c_str());
+  }
+  return Success;
+}
+
+// JSON text, or the text itself as a string when it is not JSON.
+tq::Id parseValue(const std::string& text) {
+  if (tq::Id value = tq::JSON::read(text, nullptr, true)) return value;
+  return tq::str(text);
+}
+
+// Stores (or, for nil, removes) a value in a mutable container.
+void store(const tq::Id& container, const std::string& component, const tq::Id& value, const std::string& path) {
+  if (auto dictionary = tq::cast<tq::MutableDictionary>(container)) {
+    dictionary->setObjectForKeyedSubscript(value, tq::str(component));
+    return;
+  }
+  auto array = tq::cast<tq::MutableArray>(container);
+  tq::Index index;
+  if (!array || !parseIndex(component, &index) || index > array->count()) {
+    throw FailureException{"cannot set \"" + path + "\": no such dictionary key or array index"};
+  }
+  if (!value) {
+    if (index < array->count()) array->removeObjectAtIndex(index);
+  } else if (index == array->count()) {
+    array->addObject(value);
+  } else {
+    array->replaceObjectAtIndex(index, value);
+  }
+}
+
+int set(Arguments& arguments) {
+  auto words = arguments.positionals(3, 3);
+  const std::string& file = words[0];
+  auto components = splitKeyPath(words[1]);
+  tq::Id value = parseValue(words[2]);
+  if (tq::isKindOf<tq::Null>(value)) value = nullptr;  // null removes the entry
+
+  LoadedPlist loaded;
+  if (std::filesystem::exists(file)) {
+    loaded = load(file, true);
+  } else {
+    loaded.root = tq::make<tq::MutableDictionary>();
+  }
+  tq::Id container = loaded.root;
+  std::string path;
+  for (std::size_t i = 0; i + 1 < components.size(); ++i) {
+    path += (path.empty() ? "" : ".") + components[i];
+    tq::Id next = child(container, components[i]);
+    if (!next) {
+      if (!value) return Success;  // removing beneath a missing entry changes nothing
+      next = tq::make<tq::MutableDictionary>();
+      store(container, components[i], next, path);
+    } else if (!tq::isKindOf<tq::MutableDictionary>(next) && !tq::isKindOf<tq::MutableArray>(next)) {
+      throw FailureException{"cannot set beneath \"" + path + "\": it holds a " + next->className() +
+                             ", not a dictionary or an array"};
+    }
+    container = next;
+  }
+  store(container, components.back(), value, words[1]);
+
+  tq::Ref<tq::Error> error;
+  if (!tq::PropertyList::writeFile(loaded.root.get(), file, loaded.format, true, &error)) {
+    throw FailureException{error->localizedDescription()};
+  }
+  return Success;
+}
+
+int toJSONCommand(Arguments& arguments) {
+  auto words = arguments.positionals(1, 1);
+  std::printf("%s\n", toJSON(load(words[0], false).root).c_str());
+  return Success;
+}
+
+const CommandGroup plistGroup{
+    "plist",
+    "show, query and edit property lists (XML or binary)",
+    {
+        {"show", "FILE", "print the property list as XML", show},
+        {"get", "FILE KEY.PATH", "print the value at a key path (strings raw, others as JSON); exit 1 if absent", get},
+        {"set", "FILE KEY.PATH VALUE", "set a value (JSON, else a string; null removes), keeping the format", set},
+        {"to-json", "FILE", "print the property list as pretty JSON with sorted keys", toJSONCommand},
+    }};
+
+}  // namespace
