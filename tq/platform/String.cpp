@@ -5,6 +5,8 @@
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
 
+#include <locale.h>
+
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
@@ -97,7 +99,7 @@ Id String::copy() const { return self(); }
 Id String::mutableCopy() const { return make<MutableString>(units_); }
 
 char16_t String::characterAtIndex(Index index) const {
-  if (index >= units_.size()) raiseIndexBeyondBounds("String", "characterAtIndex:", index, units_.size());
+  if (index >= units_.size()) raise(ExceptionName::Range, "-[String characterAtIndex:]: Range or index out of bounds");
   return units_[index];
 }
 
@@ -337,10 +339,10 @@ double String::doubleValue() const {
                              ((text[i] == '+' || text[i] == '-') && (text[i - 1] == 'e' || text[i - 1] == 'E')))) {
     clean.push_back(text[i++]);
   }
-  double value = 0;
-  std::from_chars(clean.data(), clean.data() + clean.size(), value);
-  if (!clean.empty() && clean[0] == '+') std::from_chars(clean.data() + 1, clean.data() + clean.size(), value);
-  return value;
+  // strtod_l rather than from_chars: from_chars leaves the value at 0 when
+  // it is out of range, where a too large number must read as an infinity.
+  static const locale_t cLocale = newlocale(LC_ALL_MASK, "C", nullptr);
+  return strtod_l(clean.c_str(), nullptr, cLocale);
 }
 
 bool String::boolValue() const {
@@ -365,7 +367,9 @@ void MutableString::appendString(const String& other) { units_.append(other.utf1
 void MutableString::appendUTF8(std::string_view utf8) { units_.append(utf8ToUTF16(utf8)); }
 
 void MutableString::insertString(const String& other, Index at) {
-  if (at > units_.size()) raiseIndexBeyondBounds("MutableString", "insertString:atIndex:", at, units_.size());
+  if (at > units_.size()) {
+    raise(ExceptionName::Range, "-[MutableString insertString:atIndex:]: Range or index out of bounds");
+  }
   units_.insert(at, other.utf16());
 }
 
