@@ -130,6 +130,8 @@ std::size_t Number::hash() const {
   // Equal values hash alike across kinds: integral values hash as integers.
   if (kind_ == Kind::Double) {
     double d = value_.d;
+    // Every NaN equals every other, whatever its sign and payload bits.
+    if (std::isnan(d)) return 0x7ff8000000000000ULL;
     if (std::isfinite(d) && d == std::floor(d)) {
       if (d >= -9223372036854775808.0 && d < 9223372036854775808.0) return std::hash<std::int64_t>()(std::int64_t(d));
       if (d >= 0 && d < 18446744073709551616.0) return std::hash<std::uint64_t>()(std::uint64_t(d));
