@@ -22,6 +22,14 @@ std::vector<Index> positionsOf(const IndexSet& indexes, EnumerationOptions optio
   return positions;
 }
 
+// Overflow-safe: a length that would wrap around past the end does not fit.
+bool fits(Range range, Index count) { return range.location <= count && range.length <= count - range.location; }
+
+// "[0 .. last]", or "for empty array", as the range failures read.
+std::string boundsText(Index count) {
+  return count ? "[0 .. " + std::to_string(count - 1) + "]" : std::string("for empty array");
+}
+
 std::vector<Index> allPositions(Index count, EnumerationOptions options) {
   std::vector<Index> positions(count);
   for (Index i = 0; i < count; ++i) positions[i] = i;
@@ -50,14 +58,14 @@ bool Array::isEqualToArray(const Array& other) const {
 }
 
 Ref<String> Array::description() const {
-  // "(\n    a,\n    b\n)", the platform's old-style list layout.
+  // "(\n    a,\n    b\n)", the platform's old-style list layout; empty: "(\n)".
   auto text = make<MutableString>();
   text->appendUTF8("(");
   for (std::size_t i = 0; i < objects_.size(); ++i) {
     text->appendUTF8(i ? ",\n    " : "\n    ");
     text->appendString(*describe(objects_[i]));
   }
-  text->appendUTF8(objects_.empty() ? ")" : "\n)");
+  text->appendUTF8("\n)");
   return text;
 }
 
@@ -73,8 +81,7 @@ Ref<Array> Array::objectsAtIndexes(const IndexSet& indexes) const {
   Index last = indexes.lastIndex();
   if (last != NotFound && last >= objects_.size()) {
     raise(ExceptionName::Range, "*** -[" + className() + " objectsAtIndexes:]: index " + std::to_string(last) +
-                                    " in index set beyond bounds [0 .. " +
-                                    std::to_string(objects_.size()) + "]");
+                                    " in index set beyond bounds " + boundsText(objects_.size()));
   }
   Storage picked;
   picked.reserve(indexes.count());
@@ -85,9 +92,9 @@ Ref<Array> Array::objectsAtIndexes(const IndexSet& indexes) const {
 }
 
 Ref<Array> Array::subarrayWithRange(Range range) const {
-  if (range.location > objects_.size() || range.length > objects_.size() - range.location) {
+  if (!fits(range, objects_.size())) {
     raise(ExceptionName::Range, "*** -[" + className() + " subarrayWithRange:]: range " + toString(range) +
-                                    " extends beyond bounds [0 .. " + std::to_string(objects_.size()) + "]");
+                                    " extends beyond bounds " + boundsText(objects_.size()));
   }
   return make<Array>(Storage(objects_.begin() + long(range.location), objects_.begin() + long(range.end())));
 }
@@ -100,12 +107,11 @@ Index Array::indexOfObject(const Object* object) const {
 }
 
 Index Array::indexOfObject(const Id& object, Range range) const {
-  Index end = std::min<Index>(range.end(), objects_.size());
-  if (range.location > objects_.size() || range.end() > objects_.size()) {
+  if (!fits(range, objects_.size())) {
     raise(ExceptionName::Range, "*** -[" + className() + " indexOfObject:inRange:]: range " + toString(range) +
-                                    " extends beyond bounds [0 .. " + std::to_string(objects_.size()) + "]");
+                                    " extends beyond bounds " + boundsText(objects_.size()));
   }
-  for (Index i = range.location; i < end; ++i) {
+  for (Index i = range.location; i < range.end(); ++i) {
     if (tq::isEqual(objects_[i], object)) return i;
   }
   return NotFound;
@@ -116,10 +122,9 @@ Index Array::indexOfObjectIdenticalTo(const Id& object) const {
 }
 
 Index Array::indexOfObjectIdenticalTo(const Id& object, Range range) const {
-  if (range.location > objects_.size() || range.end() > objects_.size()) {
+  if (!fits(range, objects_.size())) {
     raise(ExceptionName::Range, "*** -[" + className() + " indexOfObjectIdenticalTo:inRange:]: range " +
-                                    toString(range) + " extends beyond bounds [0 .. " +
-                                    std::to_string(objects_.size()) + "]");
+                                    toString(range) + " extends beyond bounds " + boundsText(objects_.size()));
   }
   for (Index i = range.location; i < range.end(); ++i) {
     if (objects_[i].get() == object.get()) return i;
@@ -193,11 +198,10 @@ Index Array::indexOfObject(const Id& object, Range range, BinarySearchingOptions
           "*** -[" + className() + " indexOfObject:inSortedRange:options:usingComparator:]: both "
           "FirstEqual and LastEqual options cannot be specified");
   }
-  if (range.location > objects_.size() || range.end() > objects_.size()) {
+  if (!fits(range, objects_.size())) {
     raise(ExceptionName::Range, "*** -[" + className() +
-                                    " indexOfObject:inSortedRange:options:usingComparator:]: range " +
-                                    toString(range) + " extends beyond bounds [0 .. " +
-                                    std::to_string(objects_.size()) + "]");
+                                    " indexOfObject:inSortedRange:options:usingComparator:]: range " + toString(range) +
+                                    " extends beyond bounds " + boundsText(objects_.size()));
   }
   auto first = objects_.begin() + long(range.location), last = objects_.begin() + long(range.end());
   auto less = [&](const Id& a, const Id& b) { return comparator(a, b) == ComparisonResult::Ascending; };
@@ -352,7 +356,7 @@ void MutableArray::insertObject(const Id& object, Index index) {
 }
 
 void MutableArray::removeObjectAtIndex(Index index) {
-  if (index >= objects_.size()) raiseIndexBeyondBounds("MutableArray", "removeObjectsInRange:", index, objects_.size());
+  if (index >= objects_.size()) raiseIndexBeyondBounds("MutableArray", "removeObjectAtIndex:", index, objects_.size());
   objects_.erase(objects_.begin() + long(index));
 }
 
