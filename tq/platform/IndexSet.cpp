@@ -18,6 +18,12 @@ void checkRange(Range range, const char* method) {
   }
 }
 
+// The end of a caller's range, saturated instead of wrapping around when the
+// length runs past the largest index.
+Index endOf(Range range) {
+  return range.length > ~Index(0) - range.location ? ~Index(0) : range.location + range.length;
+}
+
 // The first run whose end lies beyond `index` (it may contain the index).
 std::vector<Range>::const_iterator runReaching(const std::vector<Range>& runs, Index index) {
   return std::upper_bound(runs.begin(), runs.end(), index,
@@ -75,8 +81,9 @@ Index IndexSet::count() const {
 
 Index IndexSet::countOfIndexesInRange(Range range) const {
   Index total = 0;
-  for (auto it = runReaching(runs_, range.location); it != runs_.end() && it->location < range.end(); ++it) {
-    total += std::min(it->end(), range.end()) - std::max(it->location, range.location);
+  Index end = endOf(range);
+  for (auto it = runReaching(runs_, range.location); it != runs_.end() && it->location < end; ++it) {
+    total += std::min(it->end(), end) - std::max(it->location, range.location);
   }
   return total;
 }
@@ -129,10 +136,11 @@ Index IndexSet::indexLessThanIndex(Index index) const {
 
 Index IndexSet::getIndexes(Index* buffer, Index capacity, Range* inOutRange) const {
   Range range = inOutRange ? *inOutRange : Range{0, NotFound};
+  Index end = endOf(range);
   Index copied = 0;
   Index next = range.location;
-  for (auto it = runReaching(runs_, range.location); it != runs_.end() && it->location < range.end(); ++it) {
-    for (Index i = std::max(it->location, range.location); i < std::min(it->end(), range.end()); ++i) {
+  for (auto it = runReaching(runs_, range.location); it != runs_.end() && it->location < end; ++it) {
+    for (Index i = std::max(it->location, range.location); i < std::min(it->end(), end); ++i) {
       if (copied == capacity) {
         next = i;
         goto done;
@@ -141,9 +149,9 @@ Index IndexSet::getIndexes(Index* buffer, Index capacity, Range* inOutRange) con
       next = i + 1;
     }
   }
-  next = range.end();
+  next = end;
 done:
-  if (inOutRange) *inOutRange = {next, range.end() - next};
+  if (inOutRange) *inOutRange = {next, end - next};
   return copied;
 }
 
@@ -195,8 +203,9 @@ void IndexSet::enumerateRangesWithOptions(EnumerationOptions options, const Rang
 
 void IndexSet::enumerateRangesInRange(Range range, EnumerationOptions options, const RangeVisitor& visit) const {
   std::vector<Range> clipped;
-  for (auto it = runReaching(runs_, range.location); it != runs_.end() && it->location < range.end(); ++it) {
-    Index from = std::max(it->location, range.location), to = std::min(it->end(), range.end());
+  Index end = endOf(range);
+  for (auto it = runReaching(runs_, range.location); it != runs_.end() && it->location < end; ++it) {
+    Index from = std::max(it->location, range.location), to = std::min(it->end(), end);
     clipped.push_back({from, to - from});
   }
   if (has(options, EnumerationOptions::Reverse)) std::reverse(clipped.begin(), clipped.end());
@@ -295,7 +304,7 @@ void MutableIndexSet::addIndexes(const IndexSet& other) {
 
 void MutableIndexSet::removeIndexesInRange(Range range) {
   if (range.length == 0 || range.location >= NotFound) return;
-  Index cut = std::min(range.end(), NotFound);
+  Index cut = std::min(endOf(range), NotFound);
   std::vector<Range> kept;
   kept.reserve(runs_.size() + 1);
   for (const Range& run : runs_) {
@@ -329,11 +338,13 @@ void MutableIndexSet::shiftIndexesStartingAtIndex(Index index, std::int64_t delt
   }
   if (delta < 0) {
     // Shifting down deletes the indexes in [index + delta, index).
-    Index gap = Index(-delta);
+    Index gap = Index(0) - Index(delta);  // no overflow for the most negative delta
     Index floor = index >= gap ? index - gap : 0;
     runs_ = kept;
     removeIndexesInRange({floor, index - floor});
     for (Range run : moved) {
+      // Indexes that would go below zero are dropped.
+      if (run.end() <= gap) continue;
       Index start = run.location >= gap ? run.location - gap : 0;
       Index end = run.end() - gap;
       if (end > start) addIndexesInRange({start, end - start});
