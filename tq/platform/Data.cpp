@@ -47,14 +47,16 @@ Ref<String> Data::description() const {
       text.push_back(hex[bytes_[i] & 15]);
     }
   };
-  if (bytes_.size() <= 64) {
+  // Up to 24 bytes in full; longer data shows its first 16 and last 8 bytes.
+  if (bytes_.size() <= 24) {
     append(0, bytes_.size());
+    text += "}";
   } else {
-    append(0, 24);
+    append(0, 16);
     text += " ... ";
     append(bytes_.size() - 8, bytes_.size());
+    text += " }";
   }
-  text += "}";
   return str(text);
 }
 

@@ -27,8 +27,8 @@ class Data : public Object {
   // Object
   bool isEqual(const Object& other) const override;
   std::size_t hash() const override;
-  /// "{length = N, bytes = 0x0011 2233 ... }" (the first and last 24 bytes of
-  /// long data, with " ... " between).
+  /// "{length = N, bytes = 0x00112233 44}": the bytes in groups of four; data
+  /// longer than 24 bytes shows its first 16 and last 8 with " ... " between.
   Ref<String> description() const override;
   std::string className() const override { return "Data"; }
   Id copy() const override;
