@@ -21,8 +21,20 @@ std::string Error::localizedDescription() const {
 }
 
 Ref<String> Error::description() const {
-  std::string text = "Error Domain=" + domain_ + " Code=" + std::to_string(code_) + " \"" + localizedDescription() + "\"";
-  if (userInfo_->count()) text += " UserInfo=" + describeUTF8(userInfo_);
+  // The quoted part is the user info's own description only ("(null)" when
+  // it has none), and the user info is written inline: one line for logs.
+  auto own = cast<String>(userInfo_->objectForKey(LocalizedDescriptionKey));
+  std::string text = "Error Domain=" + domain_ + " Code=" + std::to_string(code_) + " \"" +
+                     (own ? own->utf8() : std::string("(null)")) + "\"";
+  if (userInfo_->count()) {
+    text += " UserInfo={";
+    bool first = true;
+    for (const auto& [key, value] : userInfo_->entries()) {
+      text += (first ? "" : ", ") + describeUTF8(key) + "=" + describeUTF8(value);
+      first = false;
+    }
+    text += "}";
+  }
   return str(text);
 }
 

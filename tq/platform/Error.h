@@ -24,7 +24,8 @@ class Error : public Object {
 
   bool isEqual(const Object& other) const override;
   std::size_t hash() const override { return std::hash<std::string>()(domain_) ^ std::size_t(code_); }
-  /// "Error Domain=D Code=N \"description\" UserInfo={...}"
+  /// "Error Domain=D Code=N \"description\" UserInfo={key=value, ...}"; the
+  /// description is "(null)" when the user info has none.
   Ref<String> description() const override;
   std::string className() const override { return "Error"; }
   Id copy() const override { return self(); }
