@@ -1,5 +1,6 @@
 #include "tq/platform/Exception.h"
 
+#include <cstdint>
 #include <cstdio>
 
 namespace tq {
@@ -31,7 +32,9 @@ void raiseNilArgument(const char* className, const char* method, const char* wha
 
 void raiseUnrecognizedMessage(const Object* receiver, const char* selector) {
   char buffer[64];
-  std::snprintf(buffer, sizeof buffer, "%p", static_cast<const void*>(receiver));
+  // "0x0" for nil, where "%p" would print "(nil)".
+  std::snprintf(buffer, sizeof buffer, "0x%llx",
+                static_cast<unsigned long long>(reinterpret_cast<std::uintptr_t>(receiver)));
   std::string className = receiver ? receiver->className() : "nil";
   raise(ExceptionName::UnrecognizedMessage, "-[" + className + " " + selector +
                                                 "]: unrecognized selector sent to instance " +
