@@ -7,6 +7,7 @@
 #include <set>
 #include <vector>
 
+#include "tq/platform/Dictionary.h"
 #include "tq/platform/Exception.h"
 #include "tq/platform/Number.h"
 
@@ -206,4 +207,23 @@ TEST(ArrayObject, DescriptionEqualityAndCopies) {
   EXPECT_FALSE(isKindOf<MutableArray>(frozen));
   mutableList->removeAllObjects();
   EXPECT_EQ(cast<Array>(frozen)->count(), 2u);
+}
+
+TEST(ArrayKeyValues, ValuesLineUpWithTheElementsAndDescriptorsSortByThem) {
+  auto people = arr({dict({{str("name"), str("Cy")}, {str("age"), num(40)}}), dict({{str("name"), str("Al")}}),
+                     dict({{str("name"), str("Bo")}, {str("age"), num(30)}})});
+  auto ages = people->valueForKey(*str("age"));
+  EXPECT_TRUE(ages->isEqualToArray(*arr({num(40), Null::null(), num(30)}))) << "a missing value is the null marker";
+  auto byAge = people->sortedArrayUsingDescriptors({SortDescriptor::sortDescriptorWithKey(str("age"), true)});
+  EXPECT_TRUE(byAge->valueForKey(*str("name"))->isEqualToArray(*arr({str("Al"), str("Bo"), str("Cy")})))
+      << "nil sorts first";
+  auto byNameDescending =
+      people->sortedArrayUsingDescriptors({SortDescriptor::sortDescriptorWithKey(str("name"), false)});
+  EXPECT_TRUE(isEqual(byNameDescending->valueForKey(*str("name"))->firstObject(), str("Cy")));
+  try {
+    arr({num(1)})->valueForKey(*str("age"));
+    FAIL();
+  } catch (const Exception& e) {
+    EXPECT_EQ(e.name(), ExceptionName::UnrecognizedMessage);
+  }
 }

@@ -4,6 +4,7 @@
 #include <mutex>
 
 #include "tq/platform/Exception.h"
+#include "tq/platform/Number.h"
 #include "tq/platform/Parallel.h"
 #include "tq/platform/String.h"
 
@@ -321,15 +322,12 @@ Ref<Array> Array::valueForKey(const String& key) const {
   Storage values;
   values.reserve(objects_.size());
   for (const Id& object : objects_) {
+    // A nil value is held by the null marker, so that the result lines up
+    // with the receiver element by element.
     Id value = tq::valueForKey(object, key);
-    values.push_back(value ? value : nullptr);
+    values.push_back(value ? value : Null::null());
   }
-  // A nil value stands as nil in the list; callers see it as absent.
-  Storage kept;
-  for (Id& value : values) {
-    if (value) kept.push_back(std::move(value));
-  }
-  return make<Array>(std::move(kept));
+  return make<Array>(std::move(values));
 }
 
 Ref<MutableArray> MutableArray::arrayWithCapacity(Index capacity) {
