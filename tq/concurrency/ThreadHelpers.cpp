@@ -90,7 +90,9 @@ Ref<Array> filterAddOnFrames(const std::vector<std::string>& lines) {
 
 }  // namespace thread_helpers_detail
 
-Ref<Array> TQcallStack() { return thread_helpers_detail::filterAddOnFrames(thread_helpers_detail::currentStackLines()); }
+Ref<Array> TQcallStack() {
+  return thread_helpers_detail::filterAddOnFrames(thread_helpers_detail::currentStackLines());
+}
 
 namespace {
 

@@ -52,7 +52,8 @@ void Operation::start() {
   {
     std::lock_guard lock(graphMutex());
     if (state_ != State::Pending) {
-      raise(ExceptionName::InvalidArgument, "*** -[" + className() + " start]: receiver is already executing or finished");
+      raise(ExceptionName::InvalidArgument,
+            "*** -[" + className() + " start]: receiver is already executing or finished");
     }
     if (!cancelled_ && pendingDependencies_ > 0) {
       raise(ExceptionName::InvalidArgument, "*** -[" + className() + " start]: receiver is not yet ready to execute");
@@ -111,7 +112,9 @@ void Operation::cancel() {
 
 void Operation::addDependency(const Ref<Operation>& operation) {
   if (!operation) return;
-  if (operation.get() == this) raise(ExceptionName::InvalidArgument, "*** -[" + className() + " addDependency:]: an operation cannot depend on itself");
+  if (operation.get() == this)
+    raise(ExceptionName::InvalidArgument,
+          "*** -[" + className() + " addDependency:]: an operation cannot depend on itself");
   std::lock_guard lock(graphMutex());
   if (std::find(dependencies_.begin(), dependencies_.end(), operation) != dependencies_.end()) return;
   dependencies_.push_back(operation);
@@ -131,8 +134,9 @@ void Operation::removeDependency(const Ref<Operation>& operation) {
     if (operation->state_ != State::Finished) {
       --pendingDependencies_;
       auto& list = operation->dependents_;
-      list.erase(std::remove_if(list.begin(), list.end(), [this](const WeakRef<Object>& w) { return w.lock().get() == this; }),
-                 list.end());
+      list.erase(
+          std::remove_if(list.begin(), list.end(), [this](const WeakRef<Object>& w) { return w.lock().get() == this; }),
+          list.end());
       ready = state_ == State::Pending && pendingDependencies_ == 0;
     }
   }
@@ -203,7 +207,8 @@ void BlockOperation::addExecutionBlock(std::function<void()> block) {
   std::lock_guard lock(graphMutex());
   if (state_ != State::Pending) {
     raise(ExceptionName::InvalidArgument,
-          "*** -[" + className() + " addExecutionBlock:]: blocks cannot be added after the operation has started executing or finished");
+          "*** -[" + className() +
+              " addExecutionBlock:]: blocks cannot be added after the operation has started executing or finished");
   }
   blocks_.push_back(std::move(block));
 }

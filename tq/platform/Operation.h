@@ -78,8 +78,8 @@ class Operation : public Object {
   std::vector<Ref<Operation>> dependencies_;
   std::vector<WeakRef<Object>> dependents_;
   WeakRef<Object> queue_;
-  bool enqueued_ = false;   // added to a queue (guarded by the graph lock)
-  bool dispatched_ = false; // handed to a worker by its queue (queue's lock)
+  bool enqueued_ = false;    // added to a queue (guarded by the graph lock)
+  bool dispatched_ = false;  // handed to a worker by its queue (queue's lock)
   OperationQueuePriority priority_ = OperationQueuePriority::Normal;
   QualityOfService qos_ = QualityOfService::Default;
   Ref<String> name_;

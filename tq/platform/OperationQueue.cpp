@@ -106,7 +106,9 @@ long OperationQueue::maxConcurrentOperationCount() const {
 }
 
 void OperationQueue::setMaxConcurrentOperationCount(long count) {
-  if (count < -1) raise(ExceptionName::InvalidArgument, "*** -[OperationQueue setMaxConcurrentOperationCount:]: count (" + std::to_string(count) + ") cannot be negative");
+  if (count < -1)
+    raise(ExceptionName::InvalidArgument, "*** -[OperationQueue setMaxConcurrentOperationCount:]: count (" +
+                                              std::to_string(count) + ") cannot be negative");
   {
     std::lock_guard lock(mutex_);
     maxConcurrent_ = count;

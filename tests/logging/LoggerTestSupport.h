@@ -1,0 +1,92 @@
+#pragma once
+// Shared helpers of the logger tests: a temporary log folder, a fixed
+// clock, and a console sink that records what it gets.
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tq/logging/LogConsoleSink.h"
+#include "tq/logging/TQLogger.h"
+
+namespace tq::testing {
+
+namespace fs = std::filesystem;
+
+inline fs::path makeTemporaryFolder(const std::string& tag) {
+  static int counter = 0;
+  fs::path dir =
+      fs::temp_directory_path() / ("tq-" + tag + "-" + std::to_string(::getpid()) + "-" + std::to_string(++counter));
+  fs::remove_all(dir);
+  fs::create_directories(dir);
+  return dir;
+}
+
+inline std::string readWholeFile(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream out;
+  out << in.rdbuf();
+  return out.str();
+}
+
+// 2024-05-02 09:15:03.120 UTC, as seconds since the reference date.
+inline TimeInterval fixedMoment() { return 1714641303.120 - TimeIntervalSince1970 + 0.0001; }
+
+class RecordingConsole {
+ public:
+  RecordingConsole() {
+    previous_ = setLogConsoleSink([this](const LogConsoleRecord& r) {
+      std::lock_guard lock(mutex_);
+      records_.push_back(r);
+    });
+  }
+  ~RecordingConsole() { setLogConsoleSink(previous_); }
+  std::vector<LogConsoleRecord> records() {
+    std::lock_guard lock(mutex_);
+    return records_;
+  }
+
+ private:
+  std::mutex mutex_;
+  std::vector<LogConsoleRecord> records_;
+  LogConsoleSink previous_;
+};
+
+/// A logger on a fresh file, in UTC, on the fixed clock.
+class LoggerFixture : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ::setenv("TZ", "UTC", 1);
+    ::tzset();
+    previousClock_ = Date::setClock(&fixedMoment);
+    folder_ = makeTemporaryFolder("logger");
+    path_ = folder_ / "PluginLogs" / "pluginConsole.log";
+    logger_ = TQLogger::initWithLogFileURL(path_.string(), {});
+  }
+  void TearDown() override {
+    logger_.reset();
+    Date::setClock(previousClock_);
+    fs::remove_all(folder_);
+  }
+  std::string fileText() {
+    logger_->flush();
+    return readWholeFile(path_);
+  }
+
+  Date::Clock previousClock_ = nullptr;
+  fs::path folder_;
+  fs::path path_;
+  Ref<TQLogger> logger_;
+  RecordingConsole console_;
+};
+
+}  // namespace tq::testing

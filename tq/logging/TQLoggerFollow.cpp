@@ -1,0 +1,70 @@
+// Following the log file for the delegate.
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "tq/logging/TQLogger.h"
+#include "tq/platform/DispatchQueue.h"
+
+namespace tq {
+
+std::shared_ptr<TQLoggerDelegate> TQLogger::delegate() const {
+  std::lock_guard lock(delegateMutex_);
+  return delegate_.lock();
+}
+
+void TQLogger::setDelegate(std::weak_ptr<TQLoggerDelegate> delegate) {
+  std::lock_guard lock(delegateMutex_);
+  delegate_ = delegate;
+  if (delegate.expired()) {
+    if (readSource_) {
+      readSource_->cancel();
+      readSource_.reset();
+    }
+    if (readFd_ >= 0) {
+      ::close(readFd_);
+      readFd_ = -1;
+    }
+    return;
+  }
+  if (readFd_ >= 0 || logPath_.empty()) return;
+  readFd_ = ::open(logPath_.c_str(), O_RDONLY | O_CLOEXEC);
+  if (readFd_ < 0) return;
+  std::weak_ptr<TQLogger> weak = selfAs<TQLogger>();
+  // Reads happen on a serial queue of their own so that a slow delegate
+  // never holds up the writer.
+  auto queue = DispatchQueue::createSerial(std::string(LibraryDomainPrefix) + ".logger.follow");
+  readSource_ = DispatchSource::makeRead(readFd_, queue, [weak] {
+    if (auto self = weak.lock()) self->readAppended();
+  });
+  readSource_->resume();
+}
+
+void TQLogger::readAppended() {
+  std::shared_ptr<TQLoggerDelegate> follower;
+  int fd;
+  {
+    std::lock_guard lock(delegateMutex_);
+    follower = delegate_.lock();
+    fd = readFd_;
+  }
+  if (fd < 0) return;
+  if (!follower || !follower->respondsToLoggerAppendedString()) {
+    ::lseek(fd, 0, SEEK_END);
+    return;
+  }
+  std::string appended;
+  char buffer[65536];
+  ssize_t n;
+  while ((n = ::read(fd, buffer, sizeof buffer)) > 0) appended.append(buffer, std::size_t(n));
+  if (appended.empty()) return;
+  std::weak_ptr<TQLogger> weak = selfAs<TQLogger>();
+  auto text = String::fromUTF8(appended);
+  DispatchQueue::main()->async([weak, text] {
+    auto self = weak.lock();
+    if (!self) return;
+    if (auto target = self->delegate()) target->loggerAppendedString(text);
+  });
+}
+
+}  // namespace tq
