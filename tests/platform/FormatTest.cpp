@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <cstdint>
 #include <cstdio>
 
@@ -104,4 +105,14 @@ TEST(FormatResults, StringFormAndAppendFormat) {
   EXPECT_TRUE(target->isEqualToString("log: entry #3!"));
   auto lone = make<String>(std::u16string(1, char16_t(0xD800)));
   EXPECT_EQ(stringWithFormat("%@", lone)->utf16(), lone->utf16()) << "UTF-16 passes through unchanged";
+}
+
+TEST(FormatReals, ProcessLocaleDoesNotChangeTheDecimalPoint) {
+  std::string saved = std::setlocale(LC_NUMERIC, nullptr);
+  if (!std::setlocale(LC_NUMERIC, "de_DE.UTF-8") && !std::setlocale(LC_NUMERIC, "fr_FR.UTF-8")) {
+    GTEST_SKIP() << "no locale with a decimal comma is installed";
+  }
+  std::string text = formatUTF8("%.1f %'d", 2.5, 1234567);
+  std::setlocale(LC_NUMERIC, saved.c_str());
+  EXPECT_EQ(text, "2.5 1234567");
 }
