@@ -95,7 +95,7 @@ namespace UTF7Encoding {
 
 /// The text of IMAP modified UTF-7, or nil when it is not valid.
 Ref<String> decodedUTF7String(const String& text);
-/// The IMAP modified UTF-7 form of a text, or nil when it cannot be written.
+/// The IMAP modified UTF-7 form of a text.
 Ref<String> encodedUTF7String(const String& text);
 
 }  // namespace UTF7Encoding

@@ -127,8 +127,8 @@ Ref<String> stringWithCString(std::string_view bytes, StringEncoding encoding);
 /// Unicode encoding (which holds any sequence of code units).
 StringEncoding smallestEncoding(std::u16string_view text);
 
-/// IMAP modified UTF-7 bytes of a text; false when the text cannot be written
-/// (an unpaired surrogate).
+/// IMAP modified UTF-7 bytes of a text. Being Base64 of UTF-16 units, it
+/// writes any text, unpaired surrogates included.
 bool encodeModifiedUTF7(std::u16string_view text, std::string& out);
 /// Text of IMAP modified UTF-7 bytes; false when they are not valid.
 bool decodeModifiedUTF7(std::string_view bytes, std::u16string& out);

@@ -1,0 +1,53 @@
+#include <gtest/gtest.h>
+
+#include "tq/encodings/TransferEncodings.h"
+
+namespace tq {
+namespace {
+
+using FKQuotedPrintable::decodedQuotedPrintableStringWithEncoding;
+
+Ref<String> decodeQP(std::string_view bytes, std::uint64_t options = 0, Ref<Error>* error = nullptr,
+                     StringEncoding encoding = UTF8StringEncoding) {
+  return decodedQuotedPrintableStringWithEncoding(Data(bytes), encoding, options, error);
+}
+
+std::string utf8Of(const Ref<String>& text) { return text ? text->utf8() : "(nil)"; }
+
+TEST(QuotedPrintableDecoderTest, EscapesAndSoftLineBreaks) {
+  EXPECT_EQ(utf8Of(decodeQP("a=3Db")), "a=b");
+  EXPECT_EQ(utf8Of(decodeQP("a=3db")), "a=b");
+  EXPECT_EQ(utf8Of(decodeQP("a=\r\nb")), "ab");
+  EXPECT_EQ(utf8Of(decodeQP("a=\nb")), "ab");
+  EXPECT_EQ(utf8Of(decodeQP("caf=C3=A9")), "caf\u00e9");
+  EXPECT_EQ(utf8Of(decodeQP("")), "");
+  // Hard line breaks and the white space before them are kept.
+  EXPECT_EQ(utf8Of(decodeQP("a  \r\nb\n")), "a  \r\nb\n");
+}
+
+TEST(QuotedPrintableDecoderTest, UnderscoreMeansSpaceOnlyInQMode) {
+  EXPECT_EQ(utf8Of(decodeQP("a_b")), "a_b");
+  EXPECT_EQ(utf8Of(decodeQP("a_b=5F", FKQuotedPrintable::QuotedPrintableDecodeUnderscoreAsSpace)), "a b_");
+}
+
+TEST(QuotedPrintableDecoderTest, MalformedEscapesFailWithCode11) {
+  for (const char* input : {"a=3", "a=G1", "a=", "a=\r", "a=\rb", "a= \r\n", "=\t\n"}) {
+    Ref<Error> error;
+    EXPECT_EQ(decodeQP(input, 0, &error), nullptr) << input;
+    ASSERT_TRUE(error) << input;
+    EXPECT_EQ(error->domain(), FKQuotedPrintable::ParserErrorDomain);
+    EXPECT_EQ(error->code(), 11);
+    EXPECT_EQ(error->localizedDescription(), "MALFORMED_QUOTED_PRINTABLE_STRING");
+  }
+  EXPECT_EQ(decodeQP("a=3"), nullptr);  // no error slot
+}
+
+TEST(QuotedPrintableDecoderTest, BytesTheCharsetCannotReadGiveNilWithoutAnError) {
+  Ref<Error> error;
+  EXPECT_EQ(decodeQP("=FF", 0, &error), nullptr);
+  EXPECT_EQ(error, nullptr);
+  EXPECT_EQ(utf8Of(decodeQP("=FF", 0, &error, ISOLatin1StringEncoding)), "\u00ff");
+}
+
+}  // namespace
+}  // namespace tq
