@@ -1,0 +1,261 @@
+// Access, searching, enumeration and descriptions of the ordered dictionary.
+
+#include <atomic>
+
+#include "OrderedDictionaryTestSupport.h"
+
+namespace tq {
+namespace {
+
+using testing::keysOf;
+using testing::lettered;
+using testing::objectsOf;
+using testing::raisedBy;
+
+TEST(OrderedDictionaryAccess, IndexAndKeyLookupsAgree) {
+  auto d = lettered(3);
+  EXPECT_EQ(describeUTF8(d->keyAtIndex(2)), "c");
+  EXPECT_TRUE(isEqual(d->objectAtIndexedSubscript(1), num(2)));
+  EXPECT_TRUE(isEqual(d->objectForKeyedSubscript(str("c")), num(3)));
+  EXPECT_EQ(d->objectForKey(str("zz")), nullptr);
+  EXPECT_TRUE(isEqual(d->lastObject(), num(3)));
+  EXPECT_EQ(describeUTF8(d->firstKey()), "a");
+  EXPECT_EQ(testing::joined(*d->objectForKeys(*arr({str("b"), str("q")}), str("-"))), "2,-");
+}
+
+TEST(OrderedDictionaryAccess, OutOfRangeIndexesRaiseRangeAndChangeNothing) {
+  auto d = lettered(3);
+  Exception e = raisedBy([&] { d->objectAtIndex(3); });
+  EXPECT_EQ(e.name(), ExceptionName::Range);
+  EXPECT_EQ(e.reason(), "*** -[MutableArray objectAtIndex:]: index 3 beyond bounds [0 .. 2]");
+  EXPECT_EQ(raisedBy([&] { d->entryAtIndex(7); }).name(), ExceptionName::Range);
+  EXPECT_EQ(raisedBy([&] { d->keysAtIndexes(IndexSet(Range{2, 2})); }).name(), ExceptionName::Range);
+  EXPECT_EQ(raisedBy([&] { d->removeEntryAtIndex(3); }).name(), ExceptionName::Range);
+  EXPECT_EQ(keysOf(*d), "a,b,c");
+}
+
+TEST(OrderedDictionaryAccess, EntriesAreOnePairDictionaries) {
+  auto d = lettered(3);
+  auto entry = d->entryAtIndex(1);
+  EXPECT_EQ(entry->count(), 1u);
+  EXPECT_TRUE(isEqual(entry->objectForKey("b"), num(2)));
+  EXPECT_TRUE(isEqual(d->lastEntry()->objectForKey("c"), num(3)));
+  auto picked = d->EntriesAtIndexes(*make<IndexSet>(std::vector<Range>{{0, 1}, {2, 1}}));
+  EXPECT_EQ(keysOf(*picked), "a,c");
+  EXPECT_EQ(d->unorderedEntriesAtIndexes(IndexSet(Range{1, 2}))->count(), 2u);
+  EXPECT_FALSE(d->containsEntry(*dict({{str("a"), arr({})}})));
+}
+
+TEST(OrderedDictionaryAccess, EmptyDictionaryEntriesFailOnNil) {
+  auto d = TQOrderedDictionary::orderedDictionary();
+  EXPECT_EQ(d->firstObject(), nullptr);
+  EXPECT_EQ(raisedBy([&] { d->firstEntry(); }).name(), ExceptionName::InvalidArgument);
+  EXPECT_EQ(raisedBy([&] { d->lastEntry(); }).name(), ExceptionName::InvalidArgument);
+}
+
+TEST(OrderedDictionaryAccess, AllKeysIsTheLiveList) {
+  auto d = lettered(2);
+  Ref<Array> keys = d->allKeys();
+  Ref<Array> objects = d->allObjects();
+  d->insertObject(num(9), str("new"), 1);
+  EXPECT_EQ(testing::joined(*keys), "new,a,b");
+  EXPECT_EQ(testing::joined(*objects), "9,1,2");
+}
+
+TEST(OrderedDictionaryAccess, AllKeysForObjectFollowsTheMapOrder) {
+  auto d = TQOrderedDictionary::withObjects(arr({num(1), num(2), num(1)}), arr({str("x"), str("y"), str("z")}));
+  EXPECT_EQ(testing::joined(*d->allKeysForObject(num(1))), "x,z");
+}
+
+// --- containsObject:pairedWithKey: asks the object argument about itself. ---
+
+TEST(OrderedDictionaryContainsPair, NonCollectionObjectRaisesUnrecognizedMessage) {
+  auto d = lettered(2);
+  Exception e = raisedBy([&] { d->containsObject(num(1), str("a")); });
+  EXPECT_EQ(e.name(), ExceptionName::UnrecognizedMessage);
+  EXPECT_EQ(e.reason().rfind("-[Number containsObject:]", 0), 0u) << e.reason();
+  EXPECT_EQ(raisedBy([&] { d->containsEntry(*d->entryAtIndex(0)); }).name(), ExceptionName::UnrecognizedMessage);
+}
+
+TEST(OrderedDictionaryContainsPair, ListsAnswerWhetherTheyContainThemselves) {
+  auto d = TQMutableOrderedDictionary::orderedDictionary();
+  auto list = MutableArray::arrayWithArray(*arr({num(1)}));
+  d->addObject(list, str("k"));
+  // The pair is present, yet the list does not contain itself: NO.
+  EXPECT_FALSE(d->containsObject(list, str("k")));
+  EXPECT_FALSE(d->containsObject(nullptr, str("k")));
+
+  auto selfContaining = MutableArray::array();
+  selfContaining->addObject(selfContaining);
+  // Not in the dictionary at all, but it contains itself and the key exists.
+  EXPECT_TRUE(d->containsObject(selfContaining, str("k")));
+  EXPECT_FALSE(d->containsObject(selfContaining, str("absent")));
+  selfContaining->removeAllObjects();
+}
+
+// --- Searching ---------------------------------------------------------------------
+
+TEST(OrderedDictionarySearching, EntrySearchNeedsObjectAndKeyAtOneIndex) {
+  auto d = TQOrderedDictionary::withObjects(arr({num(1), num(7), num(3), num(7)}),
+                                            arr({str("a"), str("b"), str("c"), str("d")}));
+  EXPECT_EQ(d->indexOfEntryWithObject(num(7), str("d")), 3u);
+  EXPECT_EQ(d->indexOfEntryWithObject(num(7), str("c")), NotFound);
+  EXPECT_EQ(d->indexOfEntry(*dict({{str("b"), num(7)}})), 1u);
+}
+
+TEST(OrderedDictionarySearching, EntrySearchInRangeIsRelativeObjectSearchAbsolute) {
+  auto d = lettered(7);  // f -> 6 stands at index 5
+  EXPECT_EQ(d->indexOfEntryWithObject(num(6), str("f"), Range{3, 4}), 2u);
+  EXPECT_EQ(d->indexOfEntry(*dict({{str("f"), num(6)}}), Range{3, 4}), 2u);
+  EXPECT_EQ(d->indexOfObject(num(6), Range{3, 4}), 5u);
+  EXPECT_EQ(d->indexOfKey(str("f"), Range{3, 4}), 5u);
+  EXPECT_EQ(d->indexOfEntryWithObject(num(1), str("a"), Range{3, 4}), NotFound);
+}
+
+TEST(OrderedDictionarySearching, IdentityLookupsRaiseWhenNothingIsIdentical) {
+  auto value = str("v");
+  auto d = TQOrderedDictionary::withObjects(arr({str("v"), value}), arr({str("first"), str("second")}));
+  EXPECT_EQ(d->indexOfObject(value), 0u);
+  EXPECT_EQ(d->indexOfObjectIdenticalTo(value), 1u);
+  EXPECT_EQ(describeUTF8(d->keyOfObjectIdenticalTo(value)), "second");
+  EXPECT_EQ(raisedBy([&] { d->keyOfObjectIdenticalTo(str("v")); }).name(), ExceptionName::Range);
+  EXPECT_EQ(raisedBy([&] { d->keyOfObjectIdenticalTo(value, Range{0, 1}); }).name(), ExceptionName::Range);
+}
+
+TEST(OrderedDictionarySearching, TestSearchesAnswerKeysOrRaise) {
+  auto d = lettered(5);
+  auto even = [](const Id& o, Index, bool*) { return cast<Number>(o)->integerValue() % 2 == 0; };
+  EXPECT_EQ(describeUTF8(d->keyOfObjectPassingTest(even)), "b");
+  EXPECT_EQ(describeUTF8(d->keyOfObjectWithOptions(EnumerationOptions::Reverse, even)), "d");
+  EXPECT_EQ(testing::joined(*d->keysOfObjectsPassingTest(even)), "b,d");
+  EXPECT_EQ(testing::joined(*d->keysOfObjectsAtIndexes(IndexSet(Range{2, 3}), EnumerationOptions::Concurrent, even)),
+            "d");
+  EXPECT_EQ(raisedBy([&] { d->keyOfObjectPassingTest([](const Id&, Index, bool*) { return false; }); }).name(),
+            ExceptionName::Range);
+}
+
+TEST(OrderedDictionarySearching, BinarySearchOfObjects) {
+  auto d = TQOrderedDictionary::withObjects(arr({num(10), num(20), num(20), num(30)}),
+                                            arr({str("a"), str("b"), str("c"), str("d")}));
+  Comparator byValue = [](const Id& a, const Id& b) { return compareSelector(*a, *b); };
+  EXPECT_EQ(d->indexOfObject(num(20), Range{0, 4}, BinarySearchingOptions::LastEqual, byValue), 2u);
+  EXPECT_EQ(d->indexOfObject(num(25), Range{0, 4}, BinarySearchingOptions::InsertionIndex, byValue), 3u);
+}
+
+TEST(OrderedDictionarySearching, KeyOfObjectSearchesTheArgument) {
+  auto d = lettered(3);
+  auto list = arr({num(5), num(6), num(7)});
+  // The argument searches itself for itself; this comparator finds 6 there.
+  Comparator findSix = [](const Id& element, const Id& probe) {
+    const Id& value = isKindOf<Array>(element) ? Id(num(6)) : element;
+    const Id& other = isKindOf<Array>(probe) ? Id(num(6)) : probe;
+    return compareSelector(*value, *other);
+  };
+  EXPECT_EQ(describeUTF8(d->keyOfObject(list, Range{0, 3}, BinarySearchingOptions::None, findSix)), "b");
+  EXPECT_EQ(describeUTF8(d->keyOfObject(nullptr, Range{0, 3}, BinarySearchingOptions::None, findSix)), "a");
+  EXPECT_EQ(raisedBy([&] {
+              d->keyOfObject(num(2), Range{0, 3}, BinarySearchingOptions::None, findSix);
+            }).name(),
+            ExceptionName::UnrecognizedMessage);
+}
+
+TEST(OrderedDictionarySearching, FirstInCommon) {
+  auto d = TQOrderedDictionary::withObjects(arr({num(1), num(2), num(3)}), arr({str("a"), str("b"), str("c")}));
+  auto other = TQOrderedDictionary::withObjects(arr({num(3), num(2)}), arr({str("c"), str("b")}));
+  EXPECT_TRUE(isEqual(d->firstObjectInCommonWithOrderedDictionary(*other), num(2)));
+  EXPECT_EQ(describeUTF8(d->firstKeyInCommonWithOrderedDictionary(*other)), "b");
+  // The entry form has never produced an entry, even for an identical pair.
+  EXPECT_EQ(d->firstEntryInCommonWithOrderedDictionary(*other), nullptr);
+  EXPECT_EQ(d->firstEntryInCommonWithOrderedDictionary(*d), nullptr);
+}
+
+// --- Enumeration ---------------------------------------------------------------------
+
+TEST(OrderedDictionaryEnumeration, RangeForAndEnumeratorsFollowTheOrder) {
+  auto d = lettered(3);
+  std::string walked;
+  for (const Id& key : *d) walked += describeUTF8(key);
+  EXPECT_EQ(walked, "abc");
+  EXPECT_EQ(testing::joined(*d->reverseKeyEnumerator()->allObjects()), "c,b,a");
+  EXPECT_EQ(testing::joined(*d->reverseObjectEnumerator()->allObjects()), "3,2,1");
+}
+
+TEST(OrderedDictionaryEnumeration, EntryEnumeratorIsASnapshot) {
+  auto d = lettered(2);
+  Ref<Enumerator> entries = d->entryEnumerator();
+  d->removeAllEntries();
+  auto first = cast<Dictionary>(entries->nextObject());
+  ASSERT_TRUE(first);
+  EXPECT_TRUE(isEqual(first->objectForKey("a"), num(1)));
+  EXPECT_TRUE(entries->nextObject());
+  EXPECT_EQ(entries->nextObject(), nullptr);
+}
+
+TEST(OrderedDictionaryEnumeration, ReverseEntryEnumeratorAlwaysRaisesRange) {
+  Exception e = raisedBy([] { lettered(3)->reverseEntryEnumerator(); });
+  EXPECT_EQ(e.name(), ExceptionName::Range);
+  EXPECT_NE(e.reason().find("index 3 beyond bounds"), std::string::npos) << e.reason();
+  EXPECT_EQ(raisedBy([] { TQOrderedDictionary::orderedDictionary()->reverseEntryEnumerator(); }).name(),
+            ExceptionName::Range);
+}
+
+TEST(OrderedDictionaryEnumeration, KeysAndObjectsWithOptions) {
+  auto d = lettered(4);
+  std::string seen;
+  d->enumerateKeysAndObjectsWithOptions(
+      EnumerationOptions::Reverse, [&](const Id& k, const Id& o, Index i, bool* stop) {
+        seen += describeUTF8(k) + "=" + describeUTF8(o) + "@" + std::to_string(i) + " ";
+        if (i == 2) *stop = true;
+      });
+  EXPECT_EQ(seen, "d=4@3 c=3@2 ");
+  std::atomic<int> sum{0};
+  d->enumerateKeysAndObjectsWithOptions(EnumerationOptions::Concurrent, [&](const Id&, const Id& o, Index, bool*) {
+    sum += int(cast<Number>(o)->integerValue());
+  });
+  EXPECT_EQ(sum.load(), 10);
+}
+
+TEST(OrderedDictionaryEnumeration, PerformSelectorReachesEveryObject) {
+  auto d = lettered(3);
+  std::string seen;
+  d->makeObjectsPreformSelector([&](const Id& o, const Id& arg) { seen += describeUTF8(o) + describeUTF8(arg); });
+  d->makeObjectsPerformSelector([&](const Id& o, const Id& arg) { seen += describeUTF8(arg); }, str("!"));
+  EXPECT_EQ(seen, "1(null)2(null)3(null)!!!");
+}
+
+TEST(OrderedDictionaryKeyValueCoding, ValueForKeyAsksObjectsKeyPathAsksPairs) {
+  auto inner = dict({{str("x"), num(42)}});
+  auto d = TQOrderedDictionary::withObjects(arr({inner, dict({{str("x"), num(7)}})}), arr({str("in"), str("other")}));
+  EXPECT_EQ(testing::joined(*d->valueForKey(*str("x"))), "42,7");
+  EXPECT_TRUE(isEqual(d->valueForKeyPath(*str("in.x")), num(42)));
+  EXPECT_EQ(d->valueForKeyPath(*str("missing.x")), nullptr);
+}
+
+// --- Descriptions -------------------------------------------------------------------------
+
+class LocaleOnly : public Object, public LocalizedDescribing {
+ public:
+  Ref<String> descriptionWithLocale(const Id& locale) const override { return str("L:" + describeUTF8(locale)); }
+};
+
+TEST(OrderedDictionaryDescription, PlainFormat) {
+  auto d = TQOrderedDictionary::withObjects(arr({num(1), num(2)}), arr({str("a"), str("b")}));
+  EXPECT_EQ(describeUTF8(d), "{\n\ta = 1;\n\tb = 2\n}");
+  EXPECT_EQ(describeUTF8(TQOrderedDictionary::orderedDictionary()), "{\n}");
+}
+
+TEST(OrderedDictionaryDescription, LocaleFormatNestsAtLevelOne) {
+  auto inner = TQOrderedDictionary::orderedDictionaryWithObject(num(1), str("x"));
+  auto d = TQOrderedDictionary::withObjects(arr({inner, make<LocaleOnly>()}), arr({str("a"), str("b")}));
+  EXPECT_EQ(describeUTF8(d->descriptionWithLocale(str("fr"))), "{\n\ta =     {\t\nx = 1\n\t};\n\tb = L:fr\n}");
+}
+
+TEST(OrderedDictionaryDescription, IndentPutsTabsBeforeTheLineBreak) {
+  auto d = TQOrderedDictionary::withObjects(arr({num(1), num(2)}), arr({str("a"), str("b")}));
+  EXPECT_EQ(describeUTF8(d->descriptionWithLocale(nullptr, 2)), "    {\t\t\na = 1;\t\t\nb = 2\n\t\t}");
+  auto nested = TQOrderedDictionary::orderedDictionaryWithObject(d, str("n"));
+  EXPECT_EQ(describeUTF8(nested->descriptionWithLocale(nullptr, 0)), "    {\nn =     {\t\na = 1;\t\nb = 2\n\t}\n}");
+}
+
+}  // namespace
+}  // namespace tq
