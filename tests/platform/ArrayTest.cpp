@@ -227,3 +227,13 @@ TEST(ArrayKeyValues, ValuesLineUpWithTheElementsAndDescriptorsSortByThem) {
     EXPECT_EQ(e.name(), ExceptionName::UnrecognizedMessage);
   }
 }
+
+TEST(MutableArrayEditing, TheArrayItselfAsArgument) {
+  auto list = make<MutableArray>(numbers({1, 2, 3})->storage());
+  list->addObjectsFromArray(*list);
+  EXPECT_TRUE(list->isEqualToArray(*numbers({1, 2, 3, 1, 2, 3})));
+  auto letters = make<MutableArray>(Array::Storage{str("a"), str("b"), str("a"), str("b")});
+  letters->removeObject(letters->objectAtIndex(0));
+  EXPECT_TRUE(letters->isEqualToArray(*arr({str("b"), str("b")})))
+      << "the element passed by reference is not overwritten while removing";
+}

@@ -182,3 +182,11 @@ TEST(IndexSetObject, DescriptionEqualityCopies) {
   changeable->addIndex(0);
   EXPECT_EQ(cast<IndexSet>(frozen)->count(), 6u);
 }
+
+TEST(MutableIndexSetEditing, TheSetItselfAsArgument) {
+  auto set = sample();
+  set->addIndexes(*set);
+  EXPECT_EQ(runsOf(*set), (std::vector<Range>{{2, 3}, {8, 2}, {20, 1}}));
+  set->removeIndexes(*set);
+  EXPECT_EQ(set->count(), 0u);
+}

@@ -344,7 +344,9 @@ void MutableArray::addObject(const Id& object) {
 }
 
 void MutableArray::addObjectsFromArray(const Array& other) {
-  objects_.insert(objects_.end(), other.storage().begin(), other.storage().end());
+  // A copy first: the argument may be this array, whose storage the insertion moves.
+  Storage more = other.storage();
+  objects_.insert(objects_.end(), more.begin(), more.end());
 }
 
 void MutableArray::insertObject(const Id& object, Index index) {
@@ -364,7 +366,9 @@ void MutableArray::removeLastObject() {
 }
 
 void MutableArray::removeObject(const Id& object) {
-  std::erase_if(objects_, [&](const Id& element) { return tq::isEqual(element, object); });
+  // Held apart: `object` may refer to an element that the removal overwrites.
+  Id target = object;
+  std::erase_if(objects_, [&](const Id& element) { return tq::isEqual(element, target); });
 }
 
 void MutableArray::removeObjectsAtIndexes(const IndexSet& indexes) {

@@ -299,7 +299,9 @@ void MutableIndexSet::addIndexesInRange(Range range) {
 }
 
 void MutableIndexSet::addIndexes(const IndexSet& other) {
-  for (const Range& run : other.ranges()) addIndexesInRange(run);
+  // A copy of the runs: `other` may be this set, whose runs change underneath.
+  std::vector<Range> runs = other.ranges();
+  for (const Range& run : runs) addIndexesInRange(run);
 }
 
 void MutableIndexSet::removeIndexesInRange(Range range) {
@@ -319,7 +321,8 @@ void MutableIndexSet::removeIndexesInRange(Range range) {
 }
 
 void MutableIndexSet::removeIndexes(const IndexSet& other) {
-  for (const Range& run : other.ranges()) removeIndexesInRange(run);
+  std::vector<Range> runs = other.ranges();
+  for (const Range& run : runs) removeIndexesInRange(run);
 }
 
 void MutableIndexSet::shiftIndexesStartingAtIndex(Index index, std::int64_t delta) {
