@@ -242,3 +242,10 @@ TEST(ScannerState, OutPointersAreOptionalAndEmptyTextScansNothing) {
   EXPECT_FALSE(scanner.scanCharactersFromSet(*CharacterSet::letterCharacterSet()));
   EXPECT_EQ(Scanner(nullptr).string()->length(), 0u);
 }
+
+TEST(ScannerStrings, ScanUpToTheEmptyStringRunsToTheEnd) {
+  auto scanner = scannerOver("ab");
+  Ref<String> part;
+  EXPECT_TRUE(scanner.scanUpToString(*str(""), &part));
+  EXPECT_TRUE(part->isEqualToString("ab"));
+}

@@ -261,10 +261,15 @@ bool Scanner::scanCharactersFromSet(const CharacterSet& set, Ref<String>* intoSt
 bool Scanner::scanUpToString(const String& string, Ref<String>* intoString) {
   Index start = skipFrom(location_);
   if (start >= length()) return false;
-  StringCompareOptions options = caseSensitive_ ? StringCompareOptions::Literal
-                                                : StringCompareOptions::Literal | StringCompareOptions::CaseInsensitive;
-  Range found = string_->rangeOfString(string, options, {start, length() - start});
-  Index end = found.location == NotFound ? length() : found.location;
+  // Matched in place, position by position: a scanner that is called again
+  // and again over a long text must not copy or fold the rest of it each time.
+  // The empty string is never found, so it scans to the end.
+  Index end = start;
+  if (string.length() == 0) {
+    end = length();
+  } else {
+    while (end < length() && !matchesAt(string, end)) ++end;
+  }
   if (end == start) return false;
   location_ = end;
   if (intoString) *intoString = text(start, end);
