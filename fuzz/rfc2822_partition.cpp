@@ -20,7 +20,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Ref<Data> header, body, delimiter;
   RFC2822::partitionIntoHeaderData(message, wantHeader ? &header : nullptr, wantBody ? &body : nullptr, options,
                                    &delimiter);
-  PartitionRanges ranges = RFC2822::partitionRanges(bytes, options, wantHeader);
+  RFC2822::PartitionRanges ranges = RFC2822::partitionRanges(bytes, options, wantHeader);
   if (wantHeader && !header) __builtin_trap();  // a header output always gets something
   if (header && !bytes.starts_with(header->view())) __builtin_trap();
   if (body && !bytes.ends_with(body->view())) __builtin_trap();
