@@ -1,0 +1,55 @@
+// Decodes arbitrary encoded words to bytes and to text, and round-trips
+// arbitrary text through the Q-word encoder and the word decoder.
+//
+// Input: byte 0 picks the preferred charset; the rest is UTF-8 text, used
+// both as a word to decode and as a text to encode.
+
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+
+#include "tq/encodings/MimeEncoding.h"
+
+namespace {
+
+void check(bool condition) {
+  if (!condition) std::abort();
+}
+
+constexpr tq::StringEncoding Preferred[] = {
+    tq::NoStringEncoding,        tq::ASCIIStringEncoding,         tq::UTF8StringEncoding,
+    tq::ISOLatin1StringEncoding, tq::WindowsCP1252StringEncoding, tq::ShiftJISStringEncoding,
+    tq::KOI8RStringEncoding,     tq::UTF7StringEncoding};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size == 0) return 0;
+  const tq::StringEncoding preferred = Preferred[data[0] % 8];
+  const tq::String text(std::string_view(reinterpret_cast<const char*>(data + 1), size - 1));
+
+  tq::StringEncoding used = 0;
+  auto bytes = tq::MimeWordDecoding::dataForMimeEncodedWord(text, &used);
+  auto decoded = tq::MimeEncoding::stringWithMimeEncodedWord(text);
+  if (decoded) check(bytes != nullptr);
+
+  auto word = tq::MimeEncoding::mimeWordWithString(text, preferred, &used);
+  check(word != nullptr);  // 16-bit Unicode holds every text
+  auto back = tq::MimeEncoding::stringWithMimeEncodedWord(*word);
+  // A Q word's text ends at a NUL byte: 16-bit Unicode has them, and so has
+  // any text with a NUL character.
+  if (used != tq::UnicodeStringEncoding && text.utf16().find(u'\0') == std::u16string::npos) {
+    check(back && back->isEqualToString(text));
+  }
+
+  auto body = tq::MimeEncoding::quotedPrintableStringForPlainTextBody(text, preferred, &used);
+  check(body != nullptr);
+  for (std::size_t start = 0; start < body->length();) {
+    std::size_t end = body->utf16().find(u"\r\n", start);
+    if (end == std::u16string::npos) end = body->length();
+    // Lines are at most 76 characters, the soft break included.
+    check(end - start <= 76);
+    start = end + 2;
+  }
+  return 0;
+}
