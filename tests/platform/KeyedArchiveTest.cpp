@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
+#include <cstdio>
 #include <limits>
 
 #include "tq/platform/Array.h"
@@ -267,6 +270,22 @@ TEST(KeyedArchive, ArchivesACyclicGraphButRefusesToRebuildIt) {
   Ref<Error> error;
   EXPECT_FALSE(KeyedUnarchiver::unarchiveObjectWithData(*data, &error));
   EXPECT_NE(error->localizedDescription().find("cycle"), std::string::npos);
+}
+
+}  // namespace
+
+namespace {
+
+TEST(KeyedArchive, WritesAndReadsFiles) {
+  auto path = testing::TempDir() + "tq-archive-" + std::to_string(::getpid()) + ".archive";
+  Ref<Error> error;
+  ASSERT_TRUE(KeyedArchiver::archiveRootObjectToFile(arr({str("a"), num(1)}), path, &error)) << describeUTF8(error);
+  EXPECT_TRUE(isEqual(KeyedUnarchiver::unarchiveObjectWithFile(path, &error), arr({str("a"), num(1)})));
+  std::remove(path.c_str());
+  EXPECT_FALSE(KeyedUnarchiver::unarchiveObjectWithFile(path, &error));
+  EXPECT_EQ(error->code(), KeyedArchiveFileError);
+  EXPECT_FALSE(KeyedArchiver::archiveRootObjectToFile(arr({}), "/nonexistent-dir/x.archive", &error));
+  EXPECT_EQ(error->code(), KeyedArchiveFileError);
 }
 
 }  // namespace
