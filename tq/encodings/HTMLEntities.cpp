@@ -247,8 +247,8 @@ Ref<String> stringByEscapingHTMLUsingTable(const String& text, const HTMLEscapeM
   std::int32_t start = iterator.first();
   for (std::int32_t end = iterator.next(); end != icu::BreakIterator::DONE; start = end, end = iterator.next()) {
     std::size_t length = std::size_t(end - start);
-    // Line ends are two sequences, as they are for the text system the
-    // escaper was written against: escaping a CRLF must not lose the LF.
+    // Grapheme rules join CR LF into one cluster, but a line end is not a
+    // composed character: escaping a CRLF must not lose the LF.
     if (length == 2 && units[start] == '\r' && units[start + 1] == '\n') {
       for (int i = 0; i < 2; ++i) {
         const HTMLEscapeMap* entry = lookup(table, size, units[start + i]);
