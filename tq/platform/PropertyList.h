@@ -18,10 +18,10 @@ enum class PropertyListFormat { XML, Binary };
 /// The error domain of property-list failures; codes below.
 inline constexpr const char* PropertyListErrorDomain = "TQPropertyListErrorDomain";
 enum PropertyListErrorCode : std::int64_t {
-  PropertyListReadCorruptError = 3840,  // malformed input; the description says what and where
-  PropertyListWriteInvalidError = 3851, // a value that is not a property-list type
-  PropertyListReadFileError = 260,      // the file cannot be read
-  PropertyListWriteFileError = 512,     // the file cannot be written
+  PropertyListReadCorruptError = 3840,   // malformed input; the description says what and where
+  PropertyListWriteInvalidError = 3851,  // a value that is not a property-list type
+  PropertyListReadFileError = 260,       // the file cannot be read
+  PropertyListWriteFileError = 512,      // the file cannot be written
 };
 
 namespace PropertyList {
@@ -30,7 +30,8 @@ namespace PropertyList {
 bool isValid(const Object* object);
 
 /// Reads XML or binary (detected from the bytes). Nil and an error on
-/// malformed input; never crashes. `format` receives the format read.
+/// malformed input, including nesting deeper than 512 levels; never crashes.
+/// `format` receives the format read.
 /// With `mutableContainers`, arrays and dictionaries come back mutable.
 Id read(std::string_view bytes, Ref<Error>* error = nullptr, PropertyListFormat* format = nullptr,
         bool mutableContainers = false);
@@ -40,7 +41,7 @@ Id readFile(const std::string& path, Ref<Error>* error = nullptr, PropertyListFo
 /// Writes the property list; nil and an error when a value is not a
 /// property-list type.
 Ref<Data> write(const Object* object, PropertyListFormat format, Ref<Error>* error = nullptr);
-/// Writes XML text (UTF-8).
+/// Writes XML text (UTF-8); empty when a value is not a property-list type.
 std::string writeXML(const Object* object, Ref<Error>* error = nullptr);
 /// Writes to a file, replacing it atomically when `atomically` is set.
 bool writeFile(const Object* object, const std::string& path, PropertyListFormat format, bool atomically = true,
@@ -48,7 +49,8 @@ bool writeFile(const Object* object, const std::string& path, PropertyListFormat
 
 }  // namespace PropertyList
 
-/// The keyed-archive UID value that binary property lists can carry.
+/// The keyed-archive UID value that binary property lists can carry (XML ones
+/// carry it as a dictionary whose only key is "CF$UID").
 class PropertyListUID : public Object {
  public:
   explicit PropertyListUID(std::uint64_t value) : value_(value) {}
