@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cmath>
 #include <cstdint>
+#include <thread>
+#include <vector>
 
 #include "tq/platform/Array.h"
 #include "tq/platform/CharacterSet.h"
@@ -211,4 +214,20 @@ TEST(MutableStringEditing, InsertReplaceDeleteAndTheirFailures) {
   EXPECT_EQ(e.reason(), "-[MutableString insertString:atIndex:]: Range or index out of bounds");
   EXPECT_EQ(raised([&] { text->deleteCharactersInRange({4, 2}); }).name(), ExceptionName::Range);
   EXPECT_TRUE(text->isEqualToString("Hell!")) << "a failed edit changes nothing";
+}
+
+TEST(StringObject, HashIsTheSameFromEveryThread) {
+  auto shared = str("shared key");
+  // An equal mutable string hashes without the cache.
+  std::size_t expected = make<MutableString>(std::string_view("shared key"))->hash();
+  std::atomic<int> wrong{0};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&] {
+      if (shared->hash() != expected) ++wrong;
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(wrong.load(), 0);
+  EXPECT_EQ(shared->hash(), expected);
 }

@@ -7,6 +7,7 @@
 
 #include <locale.h>
 
+#include <atomic>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
@@ -85,11 +86,15 @@ bool String::isEqual(const Object& other) const {
 }
 
 std::size_t String::hash() const {
-  if (!hashed_) {
-    hash_ = std::hash<std::u16string>()(units_);
-    hashed_ = true;
-  }
-  return hash_;
+  // Immutable strings are shared between threads (dictionary keys), so the
+  // cache is filled with atomic accesses; racing threads store the same value.
+  std::atomic_ref<bool> ready(hashed_);
+  std::atomic_ref<std::size_t> cached(hash_);
+  if (ready.load(std::memory_order_acquire)) return cached.load(std::memory_order_relaxed);
+  std::size_t value = std::hash<std::u16string>()(units_);
+  cached.store(value, std::memory_order_relaxed);
+  ready.store(true, std::memory_order_release);
+  return value;
 }
 
 Ref<String> String::description() const { return selfAs<String>(); }
