@@ -58,6 +58,9 @@ TEST(QuotedPrintableBodyEncoderTest, EscapesAndLineEnds) {
   EXPECT_EQ(used, UTF8StringEncoding);
   EXPECT_EQ(utf8Of(quotedPrintableStringForPlainTextBody(*str("a\nb"), UTF8StringEncoding)), "a\r\nb");
   EXPECT_EQ(utf8Of(quotedPrintableStringForPlainTextBody(*str("a\r\nb\n"), UTF8StringEncoding)), "a\r\nb\r\n");
+  std::string crlfs;
+  for (int i = 0; i < 500; ++i) crlfs += "\r\n";
+  EXPECT_EQ(utf8Of(quotedPrintableStringForPlainTextBody(*str(std::string(500, '\n')), UTF8StringEncoding)), crlfs);
   EXPECT_EQ(utf8Of(quotedPrintableStringForPlainTextBody(*str("1=2 !#$@[\\]^`{|}~\t"), UTF8StringEncoding)),
             "1=3D2 =21=23=24=40=5B=5C=5D=5E=60=7B=7C=7D=7E=09");
   EXPECT_EQ(utf8Of(quotedPrintableStringForPlainTextBody(*str("\u00e9"), UTF8StringEncoding)), "=C3=A9");

@@ -28,6 +28,19 @@ TEST(QuotedPrintableDecoderTest, EscapesAndSoftLineBreaks) {
 TEST(QuotedPrintableDecoderTest, UnderscoreMeansSpaceOnlyInQMode) {
   EXPECT_EQ(utf8Of(decodeQP("a_b")), "a_b");
   EXPECT_EQ(utf8Of(decodeQP("a_b=5F", FKQuotedPrintable::QuotedPrintableDecodeUnderscoreAsSpace)), "a b_");
+  // Long runs go through the eight-bytes-at-a-time path; the specials must be
+  // found at every offset within a word.
+  for (std::size_t at = 0; at < 17; ++at) {
+    std::string input(24, 'x'), expected(24, 'x');
+    input[at] = '_';
+    expected[at] = ' ';
+    EXPECT_EQ(utf8Of(decodeQP(input, FKQuotedPrintable::QuotedPrintableDecodeUnderscoreAsSpace)), expected) << at;
+    EXPECT_EQ(utf8Of(decodeQP(input)), input) << at;
+    input.replace(at, 1, "=3D");
+    expected = input;
+    expected.replace(at, 3, "=");
+    EXPECT_EQ(utf8Of(decodeQP(input)), expected) << at;
+  }
 }
 
 TEST(QuotedPrintableDecoderTest, MalformedEscapesFailWithCode11) {

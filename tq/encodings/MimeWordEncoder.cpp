@@ -1,5 +1,6 @@
 // The encoders of header words and plain-text bodies, and the charset names.
 
+#include <algorithm>
 #include <array>
 #include <string>
 
@@ -80,48 +81,63 @@ std::u16string qEncode(std::string_view bytes) {
   return out;
 }
 
-std::u16string escapeBody(std::string_view bytes) {
+// Escapes body bytes; the result is ASCII, kept in bytes until the split so
+// that the hot loops write single bytes through pointers.
+std::string escapeBody(std::string_view bytes) {
   const ByteSet& safe = bodySafeSet();
-  std::u16string out;
-  out.reserve(bytes.size() + bytes.size() / 8);
+  std::string out(bytes.size() * 3, '\0');
+  char* o = out.data();
   for (char c : bytes) {
     const auto byte = static_cast<unsigned char>(c);
     if (safe[byte]) {
-      out.push_back(byte);
+      *o++ = c;
     } else {
-      appendEscape(out, byte);
+      o[0] = '=';
+      o[1] = HexDigits[byte >> 4];
+      o[2] = HexDigits[byte & 15];
+      o += 3;
     }
   }
+  out.resize(static_cast<std::size_t>(o - out.data()));
   return out;
 }
 
 // Splits escaped body text into lines of at most 75 characters plus a soft
 // break "=", never cutting an escape, and joins them with CRLF. LF and CRLF
 // end lines; a lone CR is an ordinary character.
-std::u16string splitIntoLines(const std::u16string& escaped) {
+std::u16string splitIntoLines(const std::string& escaped) {
   const std::size_t n = escaped.size();
-  std::u16string out;
-  out.reserve(n + n / 32 + 4);
+  const auto limit = static_cast<std::size_t>(kQuotedPrintableLineLength);
+  // Each LF may gain a CR, and each soft break adds "=\r\n" after 72 or more
+  // characters; the output is sized for both, plus the final "=".
+  const auto lineFeeds = static_cast<std::size_t>(std::count(escaped.begin(), escaped.end(), '\n'));
+  std::u16string out(n + lineFeeds + n / 24 + 8, u'\0');
+  char16_t* o = out.data();
+  const char* e = escaped.data();
   std::size_t start = 0, i = 0;
-  auto endLine = [&](std::size_t end, bool soft) {
-    out.append(escaped, start, end - start);
-    if (soft) out.push_back(u'=');
-    out.append(u"\r\n");
+  auto copyLine = [&](std::size_t end) {
+    for (std::size_t k = start; k < end; ++k) *o++ = static_cast<unsigned char>(e[k]);
   };
   while (i < n) {
-    const char16_t c = escaped[i];
-    if (c == u'\n') {
-      endLine(i, false);
+    const char c = e[i];
+    if (c == '\n') {
+      copyLine(i);
+      *o++ = u'\r';
+      *o++ = u'\n';
       start = ++i;
-    } else if (c == u'\r' && i + 1 < n && escaped[i + 1] == u'\n') {
-      endLine(i, false);
+    } else if (c == '\r' && i + 1 < n && e[i + 1] == '\n') {
+      copyLine(i);
+      *o++ = u'\r';
+      *o++ = u'\n';
       i += 2;
       start = i;
     } else {
       const std::size_t onLine = i - start;
-      const auto limit = static_cast<std::size_t>(kQuotedPrintableLineLength);
-      if (1 + onLine >= limit || (c == u'=' && 1 + onLine >= limit - 3)) {
-        endLine(i, true);
+      if (1 + onLine >= limit || (c == '=' && 1 + onLine >= limit - 3)) {
+        copyLine(i);
+        *o++ = u'=';
+        *o++ = u'\r';
+        *o++ = u'\n';
         start = i;
       } else {
         ++i;
@@ -131,8 +147,9 @@ std::u16string splitIntoLines(const std::u16string& escaped) {
   // The last line has no line end. A trailing space there would be lost in
   // transport, so it is protected by a soft break; trailing spaces of the
   // other lines are left as they are.
-  out.append(escaped, start, n - start);
-  if (n > start && escaped[n - 1] == u' ') out.push_back(u'=');
+  copyLine(n);
+  if (n > start && e[n - 1] == ' ') *o++ = u'=';
+  out.resize(static_cast<std::size_t>(o - out.data()));
   return out;
 }
 

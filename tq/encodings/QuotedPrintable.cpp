@@ -28,36 +28,62 @@ Ref<Error> malformedError() {
 
 }  // namespace
 
+namespace {
+
+constexpr std::uint64_t Ones = 0x0101010101010101ULL;
+constexpr std::uint64_t Highs = 0x8080808080808080ULL;
+
+// Whether any of the eight bytes of `word` equals `byte` (exact for "any").
+inline bool hasByte(std::uint64_t word, unsigned char byte) {
+  const std::uint64_t x = word ^ (Ones * byte);
+  return ((x - Ones) & ~x & Highs) != 0;
+}
+
+}  // namespace
+
 bool decodeQuotedPrintable(std::string_view input, std::uint64_t options, std::string& out) {
-  out.clear();
-  out.reserve(input.size());
+  // Decoding never lengthens the text, so the output is sized once and
+  // written through a pointer; runs without "=" (or "_" in Q mode) are copied
+  // eight bytes at a time.
+  out.resize(input.size());
+  char* o = out.data();
   const bool underscoreIsSpace = (options & QuotedPrintableDecodeUnderscoreAsSpace) != 0;
   const char* p = input.data();
   const char* const end = p + input.size();
   while (p < end) {
-    // Copy the run up to the next byte that needs attention in one go.
-    const char* special = static_cast<const char*>(std::memchr(p, '=', static_cast<std::size_t>(end - p)));
-    const char* runEnd = special ? special : end;
-    if (underscoreIsSpace) {
-      for (const char* q = p; q < runEnd; ++q) out.push_back(*q == '_' ? ' ' : *q);
-    } else {
-      out.append(p, static_cast<std::size_t>(runEnd - p));
+    while (end - p >= 8) {
+      std::uint64_t word;
+      std::memcpy(&word, p, 8);
+      if (hasByte(word, '=') || (underscoreIsSpace && hasByte(word, '_'))) break;
+      std::memcpy(o, &word, 8);
+      o += 8;
+      p += 8;
     }
-    if (!special) break;
-    const auto h1 = static_cast<unsigned char>(special + 1 < end ? special[1] : 0);
-    const auto h2 = static_cast<unsigned char>(special + 2 < end ? special[2] : 0);
+    if (p >= end) break;
+    const char c = *p;
+    if (c != '=') {
+      *o++ = (underscoreIsSpace && c == '_') ? ' ' : c;
+      ++p;
+      continue;
+    }
+    const auto h1 = static_cast<unsigned char>(p + 1 < end ? p[1] : 0);
+    const auto h2 = static_cast<unsigned char>(p + 2 < end ? p[2] : 0);
     if (h1 == '\r' && h2 == '\n') {
-      p = special + 3;  // soft line break
+      p += 3;  // soft line break
     } else if (h1 == '\n') {
-      p = special + 2;  // soft line break written with a bare LF
+      p += 2;  // soft line break written with a bare LF
     } else {
       const int high = hexValue(h1);
       const int low = hexValue(h2);
-      if (high < 0 || low < 0) return false;
-      out.push_back(static_cast<char>(high << 4 | low));
-      p = special + 3;
+      if (high < 0 || low < 0) {
+        out.clear();
+        return false;
+      }
+      *o++ = static_cast<char>(high << 4 | low);
+      p += 3;
     }
   }
+  out.resize(static_cast<std::size_t>(o - out.data()));
   return true;
 }
 

@@ -214,14 +214,29 @@ bool icuDecodeAppending(UConverter* converter, std::string_view bytes, std::u16s
   }
 }
 
-bool encodeUTF8(std::u16string_view text, std::string& out) {
-  out.clear();
-  out.reserve(text.size() + text.size() / 2);
+// Whether every surrogate is half of a pair: the one thing that keeps a text
+// from having a UTF-8 form.
+bool surrogatesArePaired(std::u16string_view text) {
   const std::size_t n = text.size();
+  for (std::size_t i = 0; i < n; ++i) {
+    const char16_t c = text[i];
+    if (!U16_IS_SURROGATE(c)) continue;
+    if (!U16_IS_SURROGATE_LEAD(c) || i + 1 == n || !U16_IS_TRAIL(text[i + 1])) return false;
+    ++i;
+  }
+  return true;
+}
+
+bool encodeUTF8(std::u16string_view text, std::string& out) {
+  // Sized for the worst case of the units at hand (three bytes per unit), then
+  // written through a pointer: this runs over whole message bodies.
+  const std::size_t n = text.size();
+  out.resize(n * 3);
+  char* o = out.data();
   for (std::size_t i = 0; i < n;) {
     UChar32 c = text[i++];
     if (c < 0x80) {
-      out.push_back(static_cast<char>(c));
+      *o++ = static_cast<char>(c);
       continue;
     }
     if (U16_IS_SURROGATE(c)) {
@@ -229,23 +244,24 @@ bool encodeUTF8(std::u16string_view text, std::string& out) {
       c = U16_GET_SUPPLEMENTARY(c, text[i]);
       ++i;
     }
-    char buffer[4];
     int32_t length = 0;
-    U8_APPEND_UNSAFE(buffer, length, c);
-    out.append(buffer, static_cast<std::size_t>(length));
+    U8_APPEND_UNSAFE(reinterpret_cast<std::uint8_t*>(o), length, c);
+    o += length;
   }
+  out.resize(static_cast<std::size_t>(o - out.data()));
   return true;
 }
 
 bool decodeUTF8Appending(std::string_view bytes, std::u16string& out) {
   const std::size_t start = out.size();
-  out.reserve(start + bytes.size());
+  out.resize(start + bytes.size());  // UTF-16 never needs more units than UTF-8 has bytes
+  char16_t* o = out.data() + start;
   const auto* s = reinterpret_cast<const std::uint8_t*>(bytes.data());
   const auto length = static_cast<std::int64_t>(bytes.size());
   std::int64_t i = 0;
   while (i < length) {
     if (s[i] < 0x80) {
-      out.push_back(s[i++]);
+      *o++ = s[i++];
       continue;
     }
     UChar32 c;
@@ -255,12 +271,13 @@ bool decodeUTF8Appending(std::string_view bytes, std::u16string& out) {
       return false;
     }
     if (c < 0x10000) {
-      out.push_back(static_cast<char16_t>(c));
+      *o++ = static_cast<char16_t>(c);
     } else {
-      out.push_back(U16_LEAD(c));
-      out.push_back(U16_TRAIL(c));
+      *o++ = U16_LEAD(c);
+      *o++ = U16_TRAIL(c);
     }
   }
+  out.resize(static_cast<std::size_t>(o - out.data()));
   return true;
 }
 
@@ -400,6 +417,8 @@ bool canBeConvertedToEncoding(std::u16string_view text, StringEncoding encoding)
       return std::all_of(text.begin(), text.end(), [](char16_t c) { return c < 0x100; });
     case Kind::Unicode16:
       return true;
+    case Kind::UTF8:
+      return surrogatesArePaired(text);
     default: {
       std::string scratch;
       return encodeWith(entry, text, scratch);
