@@ -62,11 +62,6 @@ TEST(OrderedDictionaryAccess, AllKeysIsTheLiveList) {
   EXPECT_EQ(testing::joined(*objects), "9,1,2");
 }
 
-TEST(OrderedDictionaryAccess, AllKeysForObjectFollowsTheMapOrder) {
-  auto d = TQOrderedDictionary::withObjects(arr({num(1), num(2), num(1)}), arr({str("x"), str("y"), str("z")}));
-  EXPECT_EQ(testing::joined(*d->allKeysForObject(num(1))), "x,z");
-}
-
 // --- containsObject:pairedWithKey: asks the object argument about itself. ---
 
 TEST(OrderedDictionaryContainsPair, NonCollectionObjectRaisesUnrecognizedMessage) {
@@ -132,14 +127,6 @@ TEST(OrderedDictionarySearching, TestSearchesAnswerKeysOrRaise) {
             "d");
   EXPECT_EQ(raisedBy([&] { d->keyOfObjectPassingTest([](const Id&, Index, bool*) { return false; }); }).name(),
             ExceptionName::Range);
-}
-
-TEST(OrderedDictionarySearching, BinarySearchOfObjects) {
-  auto d = TQOrderedDictionary::withObjects(arr({num(10), num(20), num(20), num(30)}),
-                                            arr({str("a"), str("b"), str("c"), str("d")}));
-  Comparator byValue = [](const Id& a, const Id& b) { return compareSelector(*a, *b); };
-  EXPECT_EQ(d->indexOfObject(num(20), Range{0, 4}, BinarySearchingOptions::LastEqual, byValue), 2u);
-  EXPECT_EQ(d->indexOfObject(num(25), Range{0, 4}, BinarySearchingOptions::InsertionIndex, byValue), 3u);
 }
 
 TEST(OrderedDictionarySearching, KeyOfObjectSearchesTheArgument) {
@@ -213,14 +200,6 @@ TEST(OrderedDictionaryEnumeration, KeysAndObjectsWithOptions) {
     sum += int(cast<Number>(o)->integerValue());
   });
   EXPECT_EQ(sum.load(), 10);
-}
-
-TEST(OrderedDictionaryEnumeration, PerformSelectorReachesEveryObject) {
-  auto d = lettered(3);
-  std::string seen;
-  d->makeObjectsPreformSelector([&](const Id& o, const Id& arg) { seen += describeUTF8(o) + describeUTF8(arg); });
-  d->makeObjectsPerformSelector([&](const Id& o, const Id& arg) { seen += describeUTF8(arg); }, str("!"));
-  EXPECT_EQ(seen, "1(null)2(null)3(null)!!!");
 }
 
 TEST(OrderedDictionaryKeyValueCoding, ValueForKeyAsksObjectsKeyPathAsksPairs) {

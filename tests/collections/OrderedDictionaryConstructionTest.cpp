@@ -115,13 +115,6 @@ TEST(OrderedDictionaryConstruction, CopiesAreShallowAndOfTheRightClass) {
   EXPECT_EQ(keysOf(*editable), "b,c");
 }
 
-TEST(OrderedDictionaryConstruction, CapacityIsOnlyAHint) {
-  auto d = TQMutableOrderedDictionary::orderedDictionaryWithCapacity(100);
-  EXPECT_EQ(d->count(), 0u);
-  d->addObject(num(1), str("a"));
-  EXPECT_EQ(keysOf(*d), "a");
-}
-
 TEST(OrderedDictionaryArchiving, RoundTripKeepsOrderAndClass) {
   auto d = TQMutableOrderedDictionary::orderedDictionary();
   for (const char* key : {"zeta", "alpha", "mid", "beta"}) d->addObject(str(std::string(key) + "!"), str(key));
