@@ -5,6 +5,7 @@
 // both as a word to decode and as a text to encode.
 
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 
@@ -20,6 +21,44 @@ constexpr tq::StringEncoding Preferred[] = {
     tq::NoStringEncoding,        tq::ASCIIStringEncoding,         tq::UTF8StringEncoding,
     tq::ISOLatin1StringEncoding, tq::WindowsCP1252StringEncoding, tq::ShiftJISStringEncoding,
     tq::KOI8RStringEncoding,     tq::UTF7StringEncoding};
+
+// The body encoder written plainly from its rules, character by character,
+// to hold the line-at-a-time encoder to them.
+std::u16string referenceBody(std::string_view bytes) {
+  std::string e;
+  for (unsigned char c : bytes) {
+    const bool safe = (c == '\r' || c == '\n' || (c >= 0x20 && c <= 0x7D)) &&
+                      std::string_view("=!\"#$@[\\]^`{|}~").find(char(c)) == std::string_view::npos;
+    if (safe) {
+      e.push_back(char(c));
+    } else {
+      char escape[4];
+      std::snprintf(escape, sizeof escape, "=%02X", c);
+      e += escape;
+    }
+  }
+  std::string out;
+  std::size_t s = 0, i = 0;
+  while (i < e.size()) {
+    const char c = e[i];
+    if (c == '\n') {
+      out += e.substr(s, i - s) + "\r\n";
+      s = ++i;
+    } else if (c == '\r' && i + 1 < e.size() && e[i + 1] == '\n') {
+      out += e.substr(s, i - s) + "\r\n";
+      i += 2;
+      s = i;
+    } else if (1 + (i - s) >= 76 || (c == '=' && 1 + (i - s) >= 73)) {
+      out += e.substr(s, i - s) + "=\r\n";
+      s = i;
+    } else {
+      ++i;
+    }
+  }
+  out += e.substr(s);
+  if (s < e.size() && e.back() == ' ') out += '=';
+  return std::u16string(out.begin(), out.end());
+}
 
 }  // namespace
 
@@ -44,6 +83,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   auto body = tq::MimeEncoding::quotedPrintableStringForPlainTextBody(text, preferred, &used);
   check(body != nullptr);
+  std::string bodyBytes;
+  check(tq::Charset::encode(text.utf16(), used, bodyBytes));
+  check(body->utf16() == referenceBody(bodyBytes));
   for (std::size_t start = 0; start < body->length();) {
     std::size_t end = body->utf16().find(u"\r\n", start);
     if (end == std::u16string::npos) end = body->length();

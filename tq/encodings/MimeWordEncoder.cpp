@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <string>
 
 #include "tq/encodings/MimeEncoding.h"
@@ -105,50 +106,70 @@ std::string escapeBody(std::string_view bytes) {
 // Splits escaped body text into lines of at most 75 characters plus a soft
 // break "=", never cutting an escape, and joins them with CRLF. LF and CRLF
 // end lines; a lone CR is an ordinary character.
+//
+// Line by line rather than character by character: within the next 77
+// characters only the first LF, and any "=" in columns 73 to 75, can end the
+// line, so each line costs one bounded search and one widening copy.
 std::u16string splitIntoLines(const std::string& escaped) {
   const std::size_t n = escaped.size();
-  const auto limit = static_cast<std::size_t>(kQuotedPrintableLineLength);
+  const auto limit = static_cast<std::size_t>(kQuotedPrintableLineLength) - 1;  // 75 characters before "="
   // Each LF may gain a CR, and each soft break adds "=\r\n" after 72 or more
   // characters; the output is sized for both, plus the final "=".
   const auto lineFeeds = static_cast<std::size_t>(std::count(escaped.begin(), escaped.end(), '\n'));
   std::u16string out(n + lineFeeds + n / 24 + 8, u'\0');
   char16_t* o = out.data();
   const char* e = escaped.data();
-  std::size_t start = 0, i = 0;
-  auto copyLine = [&](std::size_t end) {
-    for (std::size_t k = start; k < end; ++k) *o++ = static_cast<unsigned char>(e[k]);
+  auto copy = [&](std::size_t from, std::size_t to) {
+    for (std::size_t k = from; k < to; ++k) o[k - from] = static_cast<unsigned char>(e[k]);
+    o += to - from;
   };
-  while (i < n) {
-    const char c = e[i];
-    if (c == '\n') {
-      copyLine(i);
-      *o++ = u'\r';
-      *o++ = u'\n';
-      start = ++i;
-    } else if (c == '\r' && i + 1 < n && e[i + 1] == '\n') {
-      copyLine(i);
-      *o++ = u'\r';
-      *o++ = u'\n';
-      i += 2;
-      start = i;
-    } else {
-      const std::size_t onLine = i - start;
-      if (1 + onLine >= limit || (c == '=' && 1 + onLine >= limit - 3)) {
-        copyLine(i);
-        *o++ = u'=';
-        *o++ = u'\r';
-        *o++ = u'\n';
-        start = i;
-      } else {
-        ++i;
+  std::size_t start = 0;
+  while (start < n) {
+    // The first hard break within reach: an LF, or a CR right before an LF.
+    const std::size_t reach = std::min(n, start + limit + 2);
+    const auto* lf = static_cast<const char*>(std::memchr(e + start, '\n', reach - start));
+    std::size_t hard = n, skip = 0;
+    if (lf) {
+      const auto j = static_cast<std::size_t>(lf - e);
+      if (j > start && e[j - 1] == '\r') {
+        hard = j - 1;
+        skip = 2;
+      } else if (j <= start + limit) {
+        hard = j;
+        skip = 1;
       }
+    }
+    // The soft break: at column 76, or earlier at an "=" that would start in
+    // columns 73 to 75, so that no escape is cut.
+    std::size_t soft = start + limit;
+    for (std::size_t k = start + limit - 3; k < start + limit && k < n; ++k) {
+      if (e[k] == '=') {
+        soft = k;
+        break;
+      }
+    }
+    if (hard <= soft && hard < n) {
+      copy(start, hard);
+      *o++ = u'\r';
+      *o++ = u'\n';
+      start = hard + skip;
+    } else if (soft < n) {
+      copy(start, soft);
+      *o++ = u'=';
+      *o++ = u'\r';
+      *o++ = u'\n';
+      start = soft;
+    } else {
+      break;  // the rest fits on the last line
     }
   }
   // The last line has no line end. A trailing space there would be lost in
   // transport, so it is protected by a soft break; trailing spaces of the
   // other lines are left as they are.
-  copyLine(n);
-  if (n > start && e[n - 1] == ' ') *o++ = u'=';
+  if (start < n) {
+    copy(start, n);
+    if (e[n - 1] == ' ') *o++ = u'=';
+  }
   out.resize(static_cast<std::size_t>(o - out.data()));
   return out;
 }
