@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "OrderedDictionaryTestSupport.h"
+#include "tq/platform/Set.h"
 
 namespace tq {
 namespace {
@@ -79,6 +80,7 @@ TEST(OrderedDictionaryContainsPair, ListsAnswerWhetherTheyContainThemselves) {
   // The pair is present, yet the list does not contain itself: NO.
   EXPECT_FALSE(d->containsObject(list, str("k")));
   EXPECT_FALSE(d->containsObject(nullptr, str("k")));
+  EXPECT_FALSE(d->containsObject(Set::setWithObject(str("k")), str("k")));  // sets answer too
 
   auto selfContaining = MutableArray::array();
   selfContaining->addObject(selfContaining);

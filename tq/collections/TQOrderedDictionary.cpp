@@ -6,6 +6,7 @@
 #include "tq/platform/Assert.h"
 #include "tq/platform/Exception.h"
 #include "tq/platform/Number.h"
+#include "tq/platform/Set.h"
 
 namespace tq {
 
@@ -163,6 +164,8 @@ bool TQOrderedDictionary::containsObject(const Id& object, const Id& key) const 
     objectAnswers = false;
   } else if (auto list = cast<Array>(object)) {
     objectAnswers = list->containsObject(object);
+  } else if (auto set = cast<Set>(object)) {
+    objectAnswers = set->containsObject(object);
   } else if (auto ordered = cast<TQOrderedDictionary>(object)) {
     objectAnswers = ordered->containsObject(object);
   } else {

@@ -135,8 +135,8 @@ class TQOrderedDictionary : public Object, public Coding, public LocalizedDescri
   Ref<Dictionary> dictionary() const;
   bool containsObject(const Id& object) const { return objects_->containsObject(object); }
   /// Asks the object argument whether it contains itself, then whether the
-  /// key is among the keys; the pairing is not checked. Only collections
-  /// answer; other objects raise the unrecognised message.
+  /// key is among the keys; the pairing is not checked. Only lists, sets and
+  /// ordered dictionaries answer; other objects raise the unrecognised message.
   bool containsObject(const Id& object, const Id& key) const;
   bool containsEntry(const Dictionary& entry) const;
 
