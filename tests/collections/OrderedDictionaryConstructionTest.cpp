@@ -20,6 +20,7 @@ using testing::objectsOf;
 using testing::raisedBy;
 
 TEST(OrderedDictionaryCheckedInitialiser, MismatchedCountsRaiseInternalInconsistency) {
+  TQ_REQUIRE_ASSERTIONS();
   Exception e = raisedBy([] {
     TQOrderedDictionary::withObjects(arr({num(1), num(2)}), arr({str("a"), str("b"), str("c")}));
   });
@@ -28,6 +29,7 @@ TEST(OrderedDictionaryCheckedInitialiser, MismatchedCountsRaiseInternalInconsist
 }
 
 TEST(OrderedDictionaryCheckedInitialiser, DuplicateKeysRaiseInternalInconsistency) {
+  TQ_REQUIRE_ASSERTIONS();
   Exception e = raisedBy([] {
     TQOrderedDictionary::withObjects(arr({num(1), num(2), num(3)}), arr({str("a"), str("b"), str("a")}));
   });
@@ -36,6 +38,7 @@ TEST(OrderedDictionaryCheckedInitialiser, DuplicateKeysRaiseInternalInconsistenc
 }
 
 TEST(OrderedDictionaryCheckedInitialiser, ReportsTheFixedFileAndLines) {
+  TQ_REQUIRE_ASSERTIONS();
   std::vector<AssertionFailure> reports;
   AssertionHandler previous = setAssertionHandler([&](const AssertionFailure& f) { reports.push_back(f); });
   // A handler that returns lets construction go on, as with assertions off.
@@ -51,6 +54,7 @@ TEST(OrderedDictionaryCheckedInitialiser, ReportsTheFixedFileAndLines) {
 }
 
 TEST(OrderedDictionaryCheckedInitialiser, NilListsGiveAnEmptyDictionary) {
+  TQ_REQUIRE_ASSERTIONS();
   auto d = TQOrderedDictionary::withObjects(nullptr, nullptr);
   EXPECT_EQ(d->count(), 0u);
   EXPECT_EQ(d->firstKey(), nullptr);
@@ -59,6 +63,7 @@ TEST(OrderedDictionaryCheckedInitialiser, NilListsGiveAnEmptyDictionary) {
 }
 
 TEST(OrderedDictionaryCheckedInitialiser, DerivedDictionariesTripTheDuplicateCheck) {
+  TQ_REQUIRE_ASSERTIONS();
   auto d = lettered(2);
   Exception e = raisedBy([&] { d->orderedDictionaryByAddingObject(num(9), str("b")); });
   EXPECT_EQ(e.reason(), "There are duplicate keys on initialization");

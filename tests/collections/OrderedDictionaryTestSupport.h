@@ -10,6 +10,13 @@
 #include "tq/platform/Number.h"
 #include "tq/platform/String.h"
 
+/// The checked initialiser's assertions vanish in builds with assertions off.
+#if defined(TQ_BLOCK_ASSERTIONS) && TQ_BLOCK_ASSERTIONS
+#define TQ_REQUIRE_ASSERTIONS() GTEST_SKIP() << "assertions are compiled out"
+#else
+#define TQ_REQUIRE_ASSERTIONS() (void)0
+#endif
+
 namespace tq::testing {
 
 /// Keys or objects rendered and joined: "a,b,c".

@@ -14,15 +14,15 @@ namespace {
 
 // The checked initialiser reports its failures under this source name and
 // these lines, which callers' logs and tests match on.
-constexpr const char* kAssertionFile = "TQOrderedDictionary";
-constexpr int kCountMismatchLine = 116;
-constexpr int kDuplicateKeysLine = 117;
+[[maybe_unused]] constexpr const char* kAssertionFile = "TQOrderedDictionary";
+[[maybe_unused]] constexpr int kCountMismatchLine = 116;
+[[maybe_unused]] constexpr int kDuplicateKeysLine = 117;
 
 // Archive keys shared with other readers and writers of the archive format.
 constexpr const char* kArchiveObjectsKey = "NSODObjects";
 constexpr const char* kArchiveKeysKey = "NSODKeys";
 
-bool hasDistinctElements(const Array& list) {
+[[maybe_unused]] bool hasDistinctElements(const Array& list) {
   std::unordered_set<const Object*, ObjectHash, ObjectEqual> seen;
   seen.reserve(list.count());
   for (const Id& element : list) seen.insert(element.get());
