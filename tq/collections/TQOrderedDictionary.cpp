@@ -76,8 +76,8 @@ void TQOrderedDictionary::initWithContentsOfDictionary(const Dictionary& diction
 }
 
 void TQOrderedDictionary::initWithObjects(const Ref<Array>& objects, const Ref<Array>& keys) {
-  Index objectCount = objects ? objects->count() : 0;
-  Index keyCount = keys ? keys->count() : 0;
+  [[maybe_unused]] Index objectCount = objects ? objects->count() : 0;
+  [[maybe_unused]] Index keyCount = keys ? keys->count() : 0;
   TQ_ASSERT_AT(objectCount == keyCount, kAssertionFile, kCountMismatchLine,
                "The amount of objects does not match the number of keys");
   TQ_ASSERT_AT(!keys || hasDistinctElements(*keys), kAssertionFile, kDuplicateKeysLine,
