@@ -62,8 +62,8 @@ std::string quote(std::string_view text) {
 }
 
 struct Frame {
-  Tag tag;
-  const char* name;          // for messages
+  Tag tag = Tag::Plist;
+  const char* name = "";     // for messages
   std::string text;          // leaves: the character data
   std::vector<Id> elements;  // arrays; the plist's one value
   std::vector<Dictionary::Entry> entries;
@@ -100,7 +100,12 @@ class XMLReader {
 
   XML_Parser parser_ = nullptr;
   bool mutable_;
+  // Open elements, innermost last. Frames past depth_ are kept for reuse, so
+  // that their buffers are allocated once per nesting level, not per element.
   std::vector<Frame> stack_;
+  std::size_t depth_ = 0;
+  bool empty() const { return depth_ == 0; }
+  Frame& top() { return stack_[depth_ - 1]; }
   Id root_;
   bool failed_ = false;
   std::string failure_;
@@ -118,11 +123,11 @@ void XMLReader::start(const char* name) {
   if (failed_) return;
   Tag tag;
   if (!lookupTag(name, &tag)) return fail(std::string("unknown element <") + name + ">");
-  if (stack_.size() >= std::size_t(MaxDepth)) {
+  if (depth_ >= std::size_t(MaxDepth)) {
     return fail("nested more than " + std::to_string(MaxDepth) + " levels deep");
   }
-  if (!stack_.empty()) {
-    Frame& parent = stack_.back();
+  if (!empty()) {
+    Frame& parent = top();
     if (!isContainer(parent.tag)) {
       return fail(std::string("element <") + name + "> inside <" + parent.name + ">");
     }
@@ -139,12 +144,19 @@ void XMLReader::start(const char* name) {
   } else if (tag == Tag::Key) {
     return fail("<key> outside a dictionary");
   }
-  stack_.push_back(Frame{tag, TagNames[int(tag)].name, {}, {}, {}, {}});
+  if (depth_ == stack_.size()) stack_.emplace_back();
+  Frame& frame = stack_[depth_++];
+  frame.tag = tag;
+  frame.name = TagNames[int(tag)].name;
+  frame.text.clear();
+  frame.elements.clear();
+  frame.entries.clear();
+  frame.pendingKey = nullptr;
 }
 
 void XMLReader::characters(std::string_view text) {
-  if (failed_ || stack_.empty()) return;
-  Frame& frame = stack_.back();
+  if (failed_ || empty()) return;
+  Frame& frame = top();
   bool textual = frame.tag == Tag::Key || frame.tag == Tag::String || frame.tag == Tag::Integer ||
                  frame.tag == Tag::Real || frame.tag == Tag::Date || frame.tag == Tag::Data;
   if (textual) {
@@ -219,11 +231,11 @@ Id XMLReader::containerValue(Frame& frame) {
 }
 
 void XMLReader::attach(Id value) {
-  if (stack_.empty()) {
+  if (empty()) {
     root_ = std::move(value);
     return;
   }
-  Frame& parent = stack_.back();
+  Frame& parent = top();
   if (parent.tag == Tag::Dict) {
     if (!parent.pendingKey) {
       parent.pendingKey = std::move(value);
@@ -237,9 +249,9 @@ void XMLReader::attach(Id value) {
 }
 
 void XMLReader::end() {
-  if (failed_ || stack_.empty()) return;
-  Frame frame = std::move(stack_.back());
-  stack_.pop_back();
+  if (failed_ || empty()) return;
+  Frame& frame = top();
+  --depth_;  // the parent is now on top; `frame` stays valid until the next start
   if (frame.tag == Tag::Plist) {
     if (frame.elements.empty()) return fail("<plist> holds no value");
     return attach(std::move(frame.elements.front()));

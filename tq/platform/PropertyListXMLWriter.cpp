@@ -54,22 +54,33 @@ class XMLWriter {
 };
 
 void XMLWriter::appendEscaped(const std::u16string& units) {
-  std::string utf8 = utf16ToUTF8(units);
-  for (char c : utf8) {
-    switch (c) {
-      case '&':
-        out_ += "&amp;";
-        break;
-      case '<':
-        out_ += "&lt;";
-        break;
-      case '>':
-        out_ += "&gt;";
-        break;
-      default:
-        out_ += c;
+  // Most text is ASCII: escape it unit by unit; anything else goes through
+  // one UTF-8 conversion first.
+  bool ascii = true;
+  for (char16_t unit : units) ascii = ascii && unit < 0x80;
+  std::string converted;
+  if (!ascii) converted = utf16ToUTF8(units);
+  auto append = [this](auto begin, auto end) {
+    for (auto it = begin; it != end; ++it) {
+      switch (*it) {
+        case '&':
+          out_ += "&amp;";
+          break;
+        case '<':
+          out_ += "&lt;";
+          break;
+        case '>':
+          out_ += "&gt;";
+          break;
+        default:
+          out_ += char(*it);
+      }
     }
-  }
+  };
+  if (ascii)
+    append(units.begin(), units.end());
+  else
+    append(converted.begin(), converted.end());
 }
 
 void XMLWriter::writeString(const String& string, std::string_view tag, int depth) {
