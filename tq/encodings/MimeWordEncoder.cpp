@@ -86,7 +86,9 @@ std::u16string qEncode(std::string_view bytes) {
 // that the hot loops write single bytes through pointers.
 std::string escapeBody(std::string_view bytes) {
   const ByteSet& safe = bodySafeSet();
-  std::string out(bytes.size() * 3, '\0');
+  std::size_t size = bytes.size();
+  for (char c : bytes) size += safe[static_cast<unsigned char>(c)] ? 0 : 2;
+  std::string out(size, '\0');
   char* o = out.data();
   for (char c : bytes) {
     const auto byte = static_cast<unsigned char>(c);

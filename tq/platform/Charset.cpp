@@ -228,10 +228,13 @@ bool surrogatesArePaired(std::u16string_view text) {
 }
 
 bool encodeUTF8(std::u16string_view text, std::string& out) {
-  // Sized for the worst case of the units at hand (three bytes per unit), then
-  // written through a pointer: this runs over whole message bodies.
+  // Sized exactly by a first pass, then written through a pointer: this runs
+  // over whole message bodies, where a worst-case buffer would triple the
+  // memory touched.
   const std::size_t n = text.size();
-  out.resize(n * 3);
+  std::size_t size = n;
+  for (char16_t c : text) size += (c >= 0x80) + (c >= 0x800 && !U16_IS_SURROGATE(c));
+  out.resize(size);
   char* o = out.data();
   for (std::size_t i = 0; i < n;) {
     UChar32 c = text[i++];
