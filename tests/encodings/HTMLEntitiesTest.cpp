@@ -43,6 +43,10 @@ TEST(HTMLEscaping, MarkupTableLeavesNonASCIIAlone) {
   EXPECT_EQ(markup("caf\u00e9 it's"), "caf\u00e9 it&apos;s");
   EXPECT_EQ(markup("\u2014\u20ac"), "&mdash;&euro;");
   EXPECT_EQ(markup(""), "");
+  auto empty = str("");
+  EXPECT_EQ(stringByEncodingHTMLEntities(*empty), empty);  // returned as it is
+  String onStack;
+  EXPECT_EQ(stringByEscapingForAsciiHTML(onStack)->length(), 0u);
 }
 
 TEST(HTMLEscaping, ContentTablesKeepMarkupCharacters) {

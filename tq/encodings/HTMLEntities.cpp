@@ -237,7 +237,14 @@ std::span<const HTMLEscapeMap> unicodeHTMLContentEscapeMap() { return kMarkupCon
 Ref<String> stringByEscapingHTMLUsingTable(const String& text, const HTMLEscapeMap* table, std::size_t size,
                                            bool escapingUnicode) {
   const std::u16string& units = text.utf16();
-  if (units.empty()) return text.selfAs<String>();
+  if (units.empty()) {
+    // The receiver itself when it is shared; a text on the stack gets a copy.
+    if (auto shared =
+            std::dynamic_pointer_cast<String>(std::const_pointer_cast<Object>(text.weak_from_this().lock()))) {
+      return shared;
+    }
+    return make<String>();
+  }
   std::u16string out;
   out.reserve(units.size() + units.size() / 8);
 
