@@ -82,6 +82,31 @@ TEST(RFC2822Partition, DelimiterOutputIsTheSharedConstant) {
   EXPECT_EQ(TQdoubleCarriageReturn()->view(), "\r\r");
 }
 
+// The separator search tests many positions at once; compare it with a plain
+// search over texts full of near misses, the match at every offset.
+TEST(RFC2822Partition, SeparatorSearchAgreesWithAPlainSearchAtEveryOffset) {
+  const std::string_view noise = "ab\r\n\rc\n\rd\r\ne\nf\r\n\rg";
+  for (std::string_view separator : {"\r\n\r\n", "\n\n", "\r\r"}) {
+    for (std::size_t length = 0; length < 70; ++length) {
+      for (std::size_t at = 0; at <= length; ++at) {
+        std::string text;
+        while (text.size() < length) text += noise;
+        text.resize(length);
+        text.insert(at, separator);
+        std::size_t expected = NotFound;
+        for (std::string_view kind : {"\r\n\r\n", "\n\n", "\r\r"}) {
+          std::size_t found = std::string_view(text).find(kind);
+          if (found != std::string_view::npos) {
+            expected = found + kind.size();
+            break;
+          }
+        }
+        ASSERT_EQ(rangeOfRFC2822HeaderData(bytes(text)).length, expected) << length << " " << at;
+      }
+    }
+  }
+}
+
 TEST(RFC2822Partition, HeaderRangeIncludesTheBlankLine) {
   EXPECT_EQ(rangeOfRFC2822HeaderData(bytes("A: 1\r\n\r\nb")), makeRange(0, 8));
   EXPECT_EQ(rangeOfRFC2822HeaderData(bytes("A: 1\n\nb\r\r")), makeRange(0, 6));
