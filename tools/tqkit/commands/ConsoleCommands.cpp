@@ -1,0 +1,250 @@
+// tqkit console: the log console on a terminal. Prints the console's display
+// text of a log; follows the file as it grows; on a terminal, an interactive
+// filter.
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+#include <string>
+
+#include "Command.h"
+#include "tq/logging/TQConsoleWindowController.h"
+#include "tq/platform/DispatchSource.h"
+#include "tq/platform/RunLoop.h"
+
+using namespace tqkit;
+
+namespace {
+
+// Reads the log file and what is appended to it. A log that is recreated
+// (every launch of a host does that) is noticed by its new inode and read
+// again from its start.
+class LogFileReader {
+ public:
+  explicit LogFileReader(std::string path) : path_(std::move(path)) {}
+  ~LogFileReader() {
+    if (fd_ >= 0) ::close(fd_);
+  }
+
+  std::string readAll() {
+    reopen();
+    return readNew();
+  }
+
+  // Text appended since the last read; `restarted` tells of a new file.
+  std::string readNew(bool* restarted = nullptr) {
+    struct stat byPath {};
+    if (::stat(path_.c_str(), &byPath) == 0 && (fd_ < 0 || byPath.st_ino != inode_)) {
+      reopen();
+      if (restarted) *restarted = true;
+    }
+    if (fd_ < 0) return std::string();
+    std::string text;
+    char buffer[65536];
+    ssize_t n;
+    while ((n = ::read(fd_, buffer, sizeof buffer)) > 0) text.append(buffer, std::size_t(n));
+    return text;
+  }
+
+  bool exists() const { return ::access(path_.c_str(), R_OK) == 0; }
+
+ private:
+  void reopen() {
+    if (fd_ >= 0) ::close(fd_);
+    fd_ = ::open(path_.c_str(), O_RDONLY | O_CLOEXEC);
+    struct stat st {};
+    inode_ = fd_ >= 0 && ::fstat(fd_, &st) == 0 ? st.st_ino : 0;
+  }
+
+  std::string path_;
+  int fd_ = -1;
+  ino_t inode_ = 0;
+};
+
+void writeOut(const std::string& text) {
+  std::fwrite(text.data(), 1, text.size(), stdout);
+  std::fflush(stdout);
+}
+
+// The interactive screen: a header with the filter being typed and the keys,
+// then as much of the end of the display text as fits.
+class Screen {
+ public:
+  Screen() {
+    ::tcgetattr(STDIN_FILENO, &saved_);
+    termios raw = saved_;
+    raw.c_lflag &= ~(ICANON | ECHO | ISIG);
+    raw.c_cc[VMIN] = 0;
+    raw.c_cc[VTIME] = 0;
+    ::tcsetattr(STDIN_FILENO, TCSANOW, &raw);
+    writeOut("\x1b[?1049h");  // the alternate screen, so the shell's text comes back
+  }
+  ~Screen() {
+    writeOut("\x1b[?1049l");
+    ::tcsetattr(STDIN_FILENO, TCSANOW, &saved_);
+  }
+
+  void draw(const std::string& filterField, const std::string& activeFilter, const std::string& display) {
+    winsize size{};
+    ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size);
+    std::size_t rows = size.ws_row ? size.ws_row : 24, cols = size.ws_col ? size.ws_col : 80;
+    std::vector<std::string> lines;
+    std::istringstream in(display);
+    std::string line;
+    while (std::getline(in, line)) lines.push_back(line);
+    while (!lines.empty() && lines.back().empty()) lines.pop_back();
+    std::size_t room = rows > 3 ? rows - 3 : 1;
+    std::size_t first = lines.size() > room ? lines.size() - room : 0;
+
+    std::string out = "\x1b[H\x1b[2J";
+    out +=
+        clip("Filter: " + filterField + "_" + (activeFilter.empty() && !filterField.empty() ? "  (3+ characters)" : ""),
+             cols) +
+        "\r\n";
+    out += clip("Keys: type to filter (+term required)  Backspace edit  Ctrl-L clear  Ctrl-R reset  Esc quit", cols) +
+           "\r\n";
+    out += std::string(cols < 80 ? cols : 80, '-') + "\r\n";
+    for (std::size_t i = first; i < lines.size(); ++i) {
+      std::string shown = lines[i];
+      for (auto& c : shown) {
+        if (c == '\t') c = ' ';
+      }
+      out += clip(shown, cols);
+      if (i + 1 < lines.size()) out += "\r\n";
+    }
+    writeOut(out);
+  }
+
+ private:
+  // Cuts a line to the terminal width, counting UTF-8 sequences.
+  static std::string clip(const std::string& text, std::size_t cols) {
+    std::size_t count = 0, i = 0;
+    for (; i < text.size(); ++i) {
+      if ((static_cast<unsigned char>(text[i]) & 0xC0) != 0x80) {
+        if (count == cols) break;
+        ++count;
+      }
+    }
+    return text.substr(0, i);
+  }
+  termios saved_{};
+};
+
+void removeLastCharacter(std::string& text) {
+  while (!text.empty()) {
+    unsigned char c = static_cast<unsigned char>(text.back());
+    text.pop_back();
+    if ((c & 0xC0) != 0x80) break;
+  }
+}
+
+int interactive(const tq::Ref<tq::TQConsoleWindowController>& controller, LogFileReader& reader,
+                std::string filterField) {
+  Screen screen;
+  auto redraw = [&] { screen.draw(filterField, controller->filterString(), controller->displayText()); };
+  controller->setDisplayReplaced([&](const std::string&) { redraw(); });
+  controller->setDisplayAppended([&](const std::string&) { redraw(); });
+  redraw();
+  // The host's own loop: standard input and the main run loop's descriptor.
+  auto& loop = tq::RunLoop::main();
+  for (;;) {
+    pollfd fds[2] = {{STDIN_FILENO, POLLIN, 0}, {loop.fileDescriptor(), POLLIN, 0}};
+    ::poll(fds, 2, 200);
+    loop.drain();
+    bool restarted = false;
+    std::string appended = reader.readNew(&restarted);
+    if (restarted) {
+      controller->resetDisplay();
+    } else if (!appended.empty()) {
+      controller->loggerAppendedString(tq::str(appended));
+    }
+    if (!(fds[0].revents & POLLIN)) continue;
+    char keys[64];
+    ssize_t n = ::read(STDIN_FILENO, keys, sizeof keys);
+    if (n <= 0) return Success;
+    bool filterChanged = false;
+    for (ssize_t i = 0; i < n; ++i) {
+      unsigned char key = static_cast<unsigned char>(keys[i]);
+      if (key == 27 || key == 3 || key == 4) return Success;  // Esc, Ctrl-C, Ctrl-D
+      if (key == 12) {
+        controller->clearDisplay();
+      } else if (key == 18) {
+        controller->resetDisplay();
+      } else if (key == 127 || key == 8) {
+        removeLastCharacter(filterField);
+        filterChanged = true;
+      } else if (key >= 32 || key >= 0x80) {
+        filterField.push_back(static_cast<char>(key));
+        filterChanged = true;
+      }
+    }
+    if (filterChanged) {
+      controller->filterOnString(filterField);
+      redraw();
+    }
+  }
+}
+
+int follow(const tq::Ref<tq::TQConsoleWindowController>& controller, LogFileReader& reader) {
+  controller->setDisplayAppended([](const std::string& text) { writeOut(text); });
+  // Polled on the main run loop, which this command runs as its host.
+  auto timer = tq::DispatchSource::makeTimer(0.1, tq::DispatchQueue::main(), [&] {
+    bool restarted = false;
+    std::string appended = reader.readNew(&restarted);
+    if (!appended.empty()) controller->loggerAppendedString(tq::str(appended));
+  });
+  timer->resume();
+  tq::RunLoop::main().run();  // until interrupted
+  return Success;
+}
+
+int console(Arguments& arguments) {
+  std::string path = arguments.option("--log", tq::TQLogger::defaultLogPath());
+  bool hasFilter = arguments.hasOption("--filter");
+  std::string filter = arguments.option("--filter");
+  bool following = arguments.flag("--follow");
+  bool plain = arguments.flag("--plain");
+  arguments.positionals(0, 0);
+  LogFileReader reader(path);
+  if (!reader.exists()) throw FailureException{"cannot read log file " + path};
+
+  std::string snapshot = reader.readAll();
+  auto controller = tq::make<tq::TQConsoleWindowController>();
+  controller->setLogTextProvider([&snapshot] { return tq::str(snapshot); });
+  if (hasFilter) controller->filterOnString(filter);
+  controller->updateConsoleDisplay();
+  // Later rebuilds (reset, filter changes) read the file again.
+  controller->setLogTextProvider([path] {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return tq::str(text.str());
+  });
+
+  if (!plain && ::isatty(STDIN_FILENO) && ::isatty(STDOUT_FILENO)) return interactive(controller, reader, filter);
+  writeOut(controller->displayText());
+  if (following) return follow(controller, reader);
+  return Success;
+}
+
+const CommandGroup consoleGroup{
+    "console",
+    "the log console: a log's entries, numbered and filtered",
+    {
+        {"", "[--log PATH] [--filter TEXT] [--follow] [--plain]",
+         "prints the console's display text of the log (default: the plug-in log). A filter of 3 characters or more "
+         "keeps entries holding any of its plain terms and all of its +required terms, ignoring case. With --follow, "
+         "keeps printing new kept entries as the file grows, until interrupted. On a terminal it is interactive "
+         "(typing edits the filter; Ctrl-L clears, Ctrl-R resets, Esc quits) unless --plain.",
+         console},
+    }};
+
+}  // namespace
