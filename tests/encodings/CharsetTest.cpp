@@ -68,6 +68,13 @@ TEST(CharsetTest, ConversionsRoundTripThroughEveryCharsetThatHoldsTheText) {
     EXPECT_EQ(back, cafe) << encoding;
   }
   std::string bytes;
+  // One-, two-, three- and four-byte UTF-8 sequences in one text.
+  const std::u16string mixed = u"a\u00e9\u20ac\U0001F600z";
+  ASSERT_TRUE(Charset::encode(mixed, UTF8StringEncoding, bytes));
+  EXPECT_EQ(bytes, "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80z");
+  std::u16string back;
+  ASSERT_TRUE(Charset::decode(bytes, UTF8StringEncoding, back));
+  EXPECT_EQ(back, mixed);
   ASSERT_TRUE(Charset::encode(u"\u017e", ISOLatin2StringEncoding, bytes));
   EXPECT_EQ(bytes, "\xBE");
   ASSERT_TRUE(Charset::encode(u"\u65e5\u672c", ShiftJISStringEncoding, bytes));

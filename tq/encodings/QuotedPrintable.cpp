@@ -1,5 +1,6 @@
 // The quoted-printable decoder (and its Q variant for encoded words).
 
+#include <array>
 #include <cstring>
 #include <string>
 
@@ -10,12 +11,17 @@ namespace tq::FKQuotedPrintable {
 
 namespace {
 
-int hexValue(unsigned char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  return -1;
-}
+// Hex digit values, -1 for anything else; a table keeps the escape path
+// free of branches on the digit's kind.
+constexpr std::array<std::int8_t, 256> HexValues = [] {
+  std::array<std::int8_t, 256> table{};
+  for (auto& entry : table) entry = -1;
+  for (int i = 0; i < 10; ++i) table['0' + i] = static_cast<std::int8_t>(i);
+  for (int i = 0; i < 6; ++i) table['A' + i] = table['a' + i] = static_cast<std::int8_t>(10 + i);
+  return table;
+}();
+
+int hexValue(unsigned char c) { return HexValues[c]; }
 
 // The localized description of the malformed-escape error. No string table
 // carries the key yet, and a lookup that finds nothing under an empty default
