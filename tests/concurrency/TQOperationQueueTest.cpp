@@ -63,12 +63,14 @@ TEST(TQOperationQueueTest, FinalBlockQueueWaitsForStartThenRunsEverythingBeforeT
   queue->addOperationWithBlock([&] { record("two"); });
   std::this_thread::sleep_for(30ms);
   EXPECT_TRUE(record.snapshot().empty());
+  EXPECT_EQ(queue->finalOperation()->dependencies().size(), 2u);
   queue->start();
   ASSERT_TRUE(finalRan.waitFor(5));
   auto events = record.snapshot();
   ASSERT_EQ(events.size(), 3u);
   EXPECT_EQ(events.back(), "final");
-  EXPECT_EQ(queue->finalOperation()->dependencies().size(), 2u);
+  // Held weakly: gone once the queue has let go of it.
+  EXPECT_TRUE(eventually([&] { return queue->finalOperation() == nullptr; }));
 }
 
 TEST(TQOperationQueueTest, FactoriesGiveEachQueueItsOwnIdentity) {

@@ -28,6 +28,23 @@ struct CurrentOperationQueueScope {
 
 using operation_detail::graphMutex;
 
+namespace {
+std::size_t bucketOf(OperationQueuePriority priority) {
+  switch (priority) {
+    case OperationQueuePriority::VeryHigh:
+      return 0;
+    case OperationQueuePriority::High:
+      return 1;
+    case OperationQueuePriority::Normal:
+      return 2;
+    case OperationQueuePriority::Low:
+      return 3;
+    default:
+      return 4;
+  }
+}
+}  // namespace
+
 OperationQueue::~OperationQueue() {
   // Waiting operations are dropped; detach them so that a dependency
   // finishing later does not reach for this queue.
@@ -69,6 +86,7 @@ void OperationQueue::addOperation(const Ref<Operation>& operation) {
   {
     std::lock_guard lock(mutex_);
     operations_.push_back(operation);
+    waiting_[bucketOf(operation->queuePriority())].push_back(operation);
   }
   scheduleOperations();
 }
@@ -158,65 +176,82 @@ void OperationQueue::waitUntilAllOperationsAreFinished() {
   emptied_.wait(lock, [this] { return operations_.empty(); });
 }
 
+long OperationQueue::widthLocked() const { return maxConcurrent_ < 0 ? kDefaultWidth : maxConcurrent_; }
+
+std::vector<Ref<Operation>> OperationQueue::takeReadyLocked(long limit) {
+  std::vector<Ref<Operation>> taken;
+  if (suspended_ || limit <= 0) return taken;
+  std::lock_guard graph(graphMutex());
+  // Highest priority first; within a priority, the earliest added, which
+  // keeps a serial queue in order.
+  for (auto& bucket : waiting_) {
+    for (auto it = bucket.begin(); it != bucket.end() && long(taken.size()) < limit;) {
+      Operation* op = it->get();
+      if (op->state_ != Operation::State::Pending) {
+        it = bucket.erase(it);  // started by hand meanwhile: not the queue's to run
+      } else if (op->cancelled_ || op->pendingDependencies_ == 0) {
+        op->dispatched_ = true;
+        taken.push_back(std::move(*it));
+        it = bucket.erase(it);
+      } else {
+        ++it;
+      }
+    }
+    if (long(taken.size()) >= limit) break;
+  }
+  return taken;
+}
+
 void OperationQueue::scheduleOperations() {
   std::vector<Ref<Operation>> launch;
   {
     std::lock_guard lock(mutex_);
-    if (suspended_) return;
-    long width = maxConcurrent_ < 0 ? kDefaultWidth : maxConcurrent_;
-    std::lock_guard graph(graphMutex());
-    while (running_ < width) {
-      // Highest priority among the ready operations; the earliest added wins
-      // a tie, which keeps a serial queue in order.
-      Operation* best = nullptr;
-      std::size_t bestIndex = 0;
-      for (std::size_t i = 0; i < operations_.size(); ++i) {
-        Operation* op = operations_[i].get();
-        if (op->dispatched_ || op->state_ != Operation::State::Pending) continue;
-        if (!op->cancelled_ && op->pendingDependencies_ > 0) continue;
-        if (!best || long(op->priority_) > long(best->priority_)) {
-          best = op;
-          bestIndex = i;
-        }
-      }
-      if (!best) break;
-      best->dispatched_ = true;
-      ++running_;
-      launch.push_back(operations_[bestIndex]);
-    }
+    launch = takeReadyLocked(widthLocked() - running_);
+    running_ += long(launch.size());
   }
-  for (auto& op : launch) runOperation(op);
+  for (auto& op : launch) runOperation(std::move(op));
 }
 
-void OperationQueue::runOperation(const Ref<Operation>& operation) {
+void OperationQueue::runOperation(Ref<Operation> operation) {
   auto self = selfAs<OperationQueue>();
-  auto task = [self, operation] {
-    {
-      CurrentOperationQueueScope scope(self.get());
-      operation->start();
-    }
-    self->operationDidFinish(operation);
-  };
   if (main_) {
-    RunLoop::main().perform(std::move(task));
-  } else {
-    dispatch_detail::submitToPool(std::move(task));
+    RunLoop::main().perform([self, operation] {
+      {
+        CurrentOperationQueueScope scope(self.get());
+        operation->start();
+      }
+      if (auto next = self->operationDidFinish(operation)) self->runOperation(std::move(next));
+    });
+    return;
   }
+  dispatch_detail::submitToPool([self, operation = std::move(operation)]() mutable {
+    CurrentOperationQueueScope scope(self.get());
+    while (operation) {
+      operation->start();
+      operation = self->operationDidFinish(operation);
+    }
+  });
 }
 
-void OperationQueue::operationDidFinish(const Ref<Operation>& operation) {
+Ref<Operation> OperationQueue::operationDidFinish(const Ref<Operation>& operation) {
+  {
+    std::lock_guard graph(graphMutex());
+    operation->queue_.reset();
+  }
+  std::vector<Ref<Operation>> launch;
   {
     std::lock_guard lock(mutex_);
     --running_;
     auto it = std::find(operations_.begin(), operations_.end(), operation);
     if (it != operations_.end()) operations_.erase(it);
     if (operations_.empty()) emptied_.notify_all();
+    launch = takeReadyLocked(widthLocked() - running_);
+    running_ += long(launch.size());
   }
-  {
-    std::lock_guard graph(graphMutex());
-    operation->queue_.reset();
-  }
-  scheduleOperations();
+  if (launch.empty()) return nullptr;
+  Ref<Operation> next = std::move(launch.front());
+  for (std::size_t i = 1; i < launch.size(); ++i) runOperation(std::move(launch[i]));
+  return next;
 }
 
 }  // namespace tq
