@@ -244,5 +244,27 @@ TEST(TQLoggerFileTest, DefaultPathFollowsTheDataHome) {
   }
 }
 
+TEST(TQLoggerFileTest, NoDataDirectoryIsReportedAtItsFixedPlaceAndLoggingGoesOn) {
+  std::string home = std::getenv("HOME") ? std::getenv("HOME") : "";
+  const char* xdg = std::getenv("XDG_DATA_HOME");
+  std::string xdgValue = xdg ? xdg : "";
+  ::unsetenv("HOME");
+  ::unsetenv("XDG_DATA_HOME");
+  AssertionFailure seen;
+  auto previous = setAssertionHandler([&](const AssertionFailure& f) { seen = f; });
+  auto logger = TQLogger::initWithDelegate({});
+  setAssertionHandler(previous);
+  if (!home.empty()) ::setenv("HOME", home.c_str(), 1);
+  if (xdg) ::setenv("XDG_DATA_HOME", xdgValue.c_str(), 1);
+  EXPECT_EQ(seen.file, "TQLogger");
+  EXPECT_EQ(seen.line, 156);
+  EXPECT_EQ(seen.description, "Could not find location for log file");
+  ASSERT_NE(logger, nullptr);
+  EXPECT_EQ(logger->logPath(), "");
+  RecordingConsole console;
+  logger->logForIdentifier("id", "still logs");
+  EXPECT_EQ(console.records().size(), 1u);
+}
+
 }  // namespace
 }  // namespace tq
