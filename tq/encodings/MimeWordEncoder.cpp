@@ -5,6 +5,9 @@
 #include <cstring>
 #include <string>
 
+#include <unicode/utf16.h>
+#include <unicode/utf8.h>
+
 #include "tq/encodings/MimeEncoding.h"
 
 namespace tq::MimeEncoding {
@@ -103,6 +106,50 @@ std::string escapeBody(std::string_view bytes) {
   }
   out.resize(static_cast<std::size_t>(o - out.data()));
   return out;
+}
+
+// UTF-8 bodies, the common case, are escaped straight from their units
+// without a byte buffer in between: every byte of a non-ASCII character is
+// escaped anyway. False for an unpaired surrogate.
+bool escapeUTF8Body(std::u16string_view text, std::string& out) {
+  const ByteSet& safe = bodySafeSet();
+  const std::size_t n = text.size();
+  std::size_t size = 0;
+  for (std::size_t i = 0; i < n; ++i) {
+    const char16_t c = text[i];
+    if (c < 0x80) {
+      size += safe[c] ? 1 : 3;
+    } else if (c < 0x800) {
+      size += 6;
+    } else if (!U16_IS_SURROGATE(c)) {
+      size += 9;
+    } else if (U16_IS_SURROGATE_LEAD(c) && i + 1 < n && U16_IS_TRAIL(text[i + 1])) {
+      size += 12;
+      ++i;
+    } else {
+      return false;
+    }
+  }
+  out.resize(size);
+  char* o = out.data();
+  for (std::size_t i = 0; i < n; ++i) {
+    UChar32 c = text[i];
+    if (c < 0x80 && safe[c]) {
+      *o++ = static_cast<char>(c);
+      continue;
+    }
+    if (U16_IS_SURROGATE(c)) c = U16_GET_SUPPLEMENTARY(c, text[++i]);
+    std::uint8_t bytes[4];
+    int32_t length = 0;
+    U8_APPEND_UNSAFE(bytes, length, c);
+    for (int32_t k = 0; k < length; ++k) {
+      o[0] = '=';
+      o[1] = HexDigits[bytes[k] >> 4];
+      o[2] = HexDigits[bytes[k] & 15];
+      o += 3;
+    }
+  }
+  return true;
 }
 
 // Splits escaped body text into lines of at most 75 characters plus a soft
@@ -204,9 +251,16 @@ Ref<String> quotedPrintableStringForPlainTextBody(const String& body, StringEnco
                                                   StringEncoding* encodingUsed) {
   const StringEncoding chosen = firstEncodingHolding(body, preferredEncoding);
   if (encodingUsed) *encodingUsed = chosen;
-  std::string bytes;
-  if (chosen == NoStringEncoding || !Charset::encode(body.utf16(), chosen, bytes)) return nullptr;
-  return make<String>(splitIntoLines(escapeBody(bytes)));
+  if (chosen == NoStringEncoding) return nullptr;
+  std::string escaped;
+  if (chosen == UTF8StringEncoding) {
+    if (!escapeUTF8Body(body.utf16(), escaped)) return nullptr;
+  } else {
+    std::string bytes;
+    if (!Charset::encode(body.utf16(), chosen, bytes)) return nullptr;
+    escaped = escapeBody(bytes);
+  }
+  return make<String>(splitIntoLines(escaped));
 }
 
 Ref<String> FKcharSetNameForEncoding(StringEncoding encoding) {
