@@ -101,7 +101,12 @@ __attribute__((target("avx2"))) std::size_t decodeBlocksAVX2(const std::uint8_t*
     const __m256i is63 = _mm256_cmpeq_epi8(x, digit63);
     const __m256i valid =
         _mm256_or_si256(_mm256_or_si256(upper, lower), _mm256_or_si256(digit, _mm256_or_si256(is62, is63)));
-    if (_mm256_movemask_epi8(valid) != -1) break;
+    // A block with a non-digit still yields the whole groups before it (the
+    // line before a line break); each 32-bit lane packs independently, so
+    // the garbage of later lanes touches only output that is not kept.
+    const auto invalid = ~static_cast<std::uint32_t>(_mm256_movemask_epi8(valid));
+    const std::size_t groups = invalid ? static_cast<std::size_t>(__builtin_ctz(invalid)) / 4 : 8;
+    if (groups == 0) break;
     __m256i shift = _mm256_and_si256(upper, _mm256_set1_epi8(char(-'A')));
     shift = _mm256_or_si256(shift, _mm256_and_si256(lower, _mm256_set1_epi8(char(26 - 'a'))));
     shift = _mm256_or_si256(shift, _mm256_and_si256(digit, _mm256_set1_epi8(char(52 - '0'))));
@@ -112,8 +117,9 @@ __attribute__((target("avx2"))) std::size_t decodeBlocksAVX2(const std::uint8_t*
     const __m256i lanes = _mm256_madd_epi16(pairs, pack2);
     const __m256i bytes = _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(lanes, order), gather);
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + o), bytes);
-    i += 32;
-    o += 24;
+    i += 4 * groups;
+    o += 3 * groups;
+    if (groups < 8) break;
   }
   *written = o;
   return i;
