@@ -15,7 +15,7 @@ void DispatchGroup::leave() {
   std::vector<std::pair<DispatchQueueRef, DispatchWork>> ready;
   {
     std::lock_guard lock(mutex_);
-    if (count_ == 0) raise(ExceptionName::InternalInconsistency, "Unbalanced call to dispatch_group_leave()");
+    if (count_ == 0) raise(ExceptionName::InternalInconsistency, "Unbalanced leave of a dispatch group");
     if (--count_ > 0) return;
     ready.swap(notifications_);
     empty_.notify_all();

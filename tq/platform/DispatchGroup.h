@@ -17,7 +17,7 @@ class DispatchGroup : public std::enable_shared_from_this<DispatchGroup> {
 
   void enter();
   /// Leaving more often than entering is a programming error: it raises the
-  /// internal-inconsistency exception ("Unbalanced call to dispatch_group_leave()").
+  /// internal-inconsistency exception ("Unbalanced leave of a dispatch group").
   void leave();
   /// Waits until the count is zero.
   void wait();

@@ -19,7 +19,7 @@ namespace tq {
 
 using DispatchWork = std::function<void()>;
 
-/// Quality-of-service classes. The values are the platform's, so that
+/// Quality-of-service classes. The values are the customary ones, so that
 /// numbers stored by callers keep their meaning.
 enum class QualityOfService : long {
   UserInteractive = 0x21,
@@ -57,7 +57,7 @@ class DispatchQueue : public std::enable_shared_from_this<DispatchQueue> {
 
   void async(DispatchWork work);
   /// Runs the work on the queue and returns when it has run. Calling it from
-  /// the queue's own work deadlocks, as it does on every dispatch platform.
+  /// the queue's own work deadlocks.
   void sync(DispatchWork work);
   /// On a concurrent queue: runs alone, after everything submitted before it
   /// and before everything submitted after it. On a serial queue the same as

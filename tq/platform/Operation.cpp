@@ -154,8 +154,8 @@ OperationQueuePriority Operation::queuePriority() const {
 }
 
 void Operation::setQueuePriority(OperationQueuePriority priority) {
-  // Values between the named levels snap to the nearest lower one, as the
-  // platform does.
+  // Values between the named levels snap to the nearest lower one, so a
+  // priority computed by arithmetic still lands on a level.
   long p = long(priority);
   long snapped = p >= 8 ? 8 : p >= 4 ? 4 : p >= 0 ? 0 : p >= -4 ? -4 : -8;
   std::lock_guard lock(graphMutex());
