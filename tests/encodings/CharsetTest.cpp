@@ -92,6 +92,11 @@ TEST(CharsetTest, ConversionsAreStrict) {
   EXPECT_FALSE(Charset::canBeConvertedToEncoding(u"\u0151", ISOLatin1StringEncoding));
   EXPECT_TRUE(Charset::canBeConvertedToEncoding(u"\u0151", ISOLatin2StringEncoding));
   EXPECT_FALSE(Charset::canBeConvertedToEncoding(u"a", NoStringEncoding));
+  // A joiner or variation selector the charset lacks is a loss too, though
+  // the converter would drop it silently.
+  EXPECT_FALSE(Charset::canBeConvertedToEncoding(u"p\u034fn", ISOLatin2StringEncoding));
+  EXPECT_FALSE(Charset::encode(u"a\ufe0f", WindowsCP1252StringEncoding, bytes));
+  EXPECT_TRUE(Charset::canBeConvertedToEncoding(u"soft\u00adhyphen", ISOLatin2StringEncoding));
 
   std::u16string text;
   EXPECT_FALSE(Charset::decode("\x80", ASCIIStringEncoding, text));

@@ -32,6 +32,7 @@ TEST(MimeWordEncoderTest, CharsetFallsBackToLatin2BeforeUTF8) {
   EXPECT_EQ(used, UTF8StringEncoding);
   EXPECT_EQ(utf8Of(mimeWordWithString(*str("a b?~"), UTF8StringEncoding)), "=?utf-8?Q?a_b=3F=7E?=");
   EXPECT_EQ(utf8Of(mimeWordWithString(*str("x"), WindowsCP1252StringEncoding)), "=?windows-1252?Q?x?=");
+  EXPECT_EQ(utf8Of(mimeWordWithString(*str("p\u034fn"), NoStringEncoding)), "=?utf-8?Q?p=CD=8Fn?=");
 }
 
 TEST(MimeWordEncoderTest, TextOnlyUnicodeHoldsIsWrittenInSixteenBitUnicode) {

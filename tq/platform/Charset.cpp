@@ -1,5 +1,6 @@
 #include "tq/platform/Charset.h"
 
+#include <unicode/uchar.h>
 #include <unicode/ucnv.h>
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
@@ -325,6 +326,16 @@ bool decodeUnicode16Appending(std::string_view bytes, std::u16string& out) {
   return true;
 }
 
+bool hasDefaultIgnorable(std::u16string_view text) {
+  const std::size_t n = text.size();
+  for (std::size_t i = 0; i < n;) {
+    UChar32 c;
+    U16_NEXT(text.data(), i, n, c);
+    if (c >= 0xAD && u_hasBinaryProperty(c, UCHAR_DEFAULT_IGNORABLE_CODE_POINT)) return true;
+  }
+  return false;
+}
+
 bool encodeWith(const Entry* entry, std::u16string_view text, std::string& out) {
   switch (entry->kind) {
     case Kind::ASCII:
@@ -344,7 +355,14 @@ bool encodeWith(const Entry* entry, std::u16string_view text, std::string& out) 
       return true;
     case Kind::Converter: {
       UConverter* converter = converterFor(entry);
-      return converter && icuEncode(converter, text, out);
+      if (!converter || !icuEncode(converter, text, out)) return false;
+      // ICU drops default-ignorable characters (joiners, variation
+      // selectors, ...) that a charset lacks without calling the stop
+      // callback; such a text converts only if it comes back whole.
+      if (!hasDefaultIgnorable(text)) return true;
+      std::u16string back;
+      UConverter* decoder = converterFor(entry);
+      return decoder && icuDecodeAppending(decoder, out, back) && back == text;
     }
   }
   return false;
