@@ -153,7 +153,9 @@ class ChunkedDecoder {
   bool feed(const std::uint8_t* s, std::size_t n) {
     std::size_t i = 0;
     while (i < n && !ended_) {
-      if (count_ == 0) i += fastGroups(s + i, n - i);
+      // The fast paths start only at a digit: after a line break they would
+      // fail at once.
+      if (count_ == 0 && table_[s[i]] < 64) i += fastGroups(s + i, n - i);
       if (i >= n) break;
       const std::uint8_t v = table_[s[i++]];
       if (v < 64) {
