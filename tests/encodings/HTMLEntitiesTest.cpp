@@ -85,6 +85,18 @@ TEST(HTMLDecoding, OnePassFromTheEnd) {
   EXPECT_EQ(decode("&amp;lt;"), "&lt;");
   EXPECT_EQ(decode("&amp;amp;amp;"), "&amp;amp;");
   EXPECT_EQ(decode("&lt&gt;"), "&lt>");  // the first & has no ";" before the next &
+  EXPECT_EQ(decode("x&amp;y&#66;z&bogus;&lt;"), "x&yBz&bogus;<");
+}
+
+TEST(HTMLDecoding, ManyReferencesDecodeInOnePass) {
+  // A hostile text of 200,000 references: each replacement must not move
+  // the rest of the text (that walk took seconds per megabyte).
+  std::string many, expected;
+  for (int i = 0; i < 200000; ++i) {
+    many += (i % 3) ? "&amp;" : "a&#x42;";
+    expected += (i % 3) ? "&" : "aB";
+  }
+  EXPECT_EQ(decode(many), expected);
 }
 
 TEST(HTMLDecoding, LeavesWhatItCannotDecode) {

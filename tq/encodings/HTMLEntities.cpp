@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <vector>
 
 #include "tq/platform/Exception.h"
 
@@ -305,29 +306,45 @@ Ref<String> htmlEscapedUnicodeCharacterWithRange(const String& text, Range range
 
 Ref<String> stringByDecodingHTMLEntities(const Ref<String>& text) {
   if (!text) return text;
-  const std::u16string& original = text->utf16();
+  const std::u16string_view original(text->utf16());
   std::size_t ampersand = original.rfind(u'&');
-  if (ampersand == std::u16string::npos) return text;
-  // Working from the end keeps every earlier position valid while later
-  // references are replaced.
-  std::u16string copy = original;
-  std::size_t limit = copy.size();
+  if (ampersand == std::u16string_view::npos) return text;
+  // References are taken from the end backwards, each one's ";" searched only
+  // up to the "&" after it, so a replacement never shifts what is still to be
+  // read: every decision can be made on the original text. The replacements
+  // are collected and the result assembled once, which keeps a text of many
+  // thousands of references linear.
+  struct Replacement {
+    std::size_t at, length;
+    char16_t character;
+  };
+  std::vector<Replacement> replacements;
+  std::size_t limit = original.size();
   for (;;) {
-    std::size_t semicolon = std::u16string_view(copy).substr(0, limit).find(u';', ampersand);
-    if (semicolon != std::u16string::npos) {
-      std::size_t length = semicolon - ampersand + 1;
+    const std::size_t semicolon = original.substr(0, limit).find(u';', ampersand);
+    if (semicolon != std::u16string_view::npos) {
+      const std::size_t length = semicolon - ampersand + 1;
       if (length >= 4 && length <= 10) {
-        if (char16_t c = referencedCharacter(std::u16string_view(copy).substr(ampersand, length))) {
-          copy.replace(ampersand, length, 1, c);
+        if (char16_t c = referencedCharacter(original.substr(ampersand, length))) {
+          replacements.push_back({ampersand, length, c});
         }
       }
     }
     limit = ampersand;
     if (ampersand == 0) break;
-    ampersand = std::u16string_view(copy).substr(0, limit).rfind(u'&');
-    if (ampersand == std::u16string::npos) break;
+    ampersand = original.substr(0, limit).rfind(u'&');
+    if (ampersand == std::u16string_view::npos) break;
   }
-  return String::fromUTF16(std::move(copy));
+  std::u16string decoded;
+  decoded.reserve(original.size());
+  std::size_t copied = 0;
+  for (auto it = replacements.rbegin(); it != replacements.rend(); ++it) {
+    decoded.append(original.substr(copied, it->at - copied));
+    decoded.push_back(it->character);
+    copied = it->at + it->length;
+  }
+  decoded.append(original.substr(copied));
+  return String::fromUTF16(std::move(decoded));
 }
 
 }  // namespace tq::HTMLEntities
