@@ -205,6 +205,17 @@ TEST(RFC2822Foundation, TrimmingRepeatsOnContiguousAndChainedData) {
   EXPECT_EQ(trimmed->regions()[0].buffer, chained->regions()[0].buffer);
   EXPECT_EQ(TQ_dispatch_data_trim(ChainedData::create("----"), bytes("--"))->size(), 0u);
   EXPECT_EQ(TQ_dispatch_data_trim(ChainedData::create("xyxyx"), bytes("xy"))->createMap().view(), "x");
+
+  // Many small regions of nothing but the pattern (a hostile part decoded
+  // piece by piece): each comparison finds its region directly, so this
+  // stays linear where a walk from the first region would take minutes.
+  Ref<ChainedData> many = ChainedData::empty();
+  for (int i = 0; i < 400000; ++i) {
+    many = ChainedData::concat(std::move(many), ChainedData::create(i == 200000 ? "\nx\n" : "\n"));
+  }
+  ASSERT_EQ(many->regionCount(), 400000u);
+  EXPECT_EQ(TQ_dispatch_data_trim(many, bytes("\n"))->createMap().view(), "x");
+  EXPECT_EQ(TQ_dispatch_data_trim(many, bytes("\n\n"))->createMap().view(), "\nx");  // 200,001 before, 200,000 after
 }
 
 TEST(RFC2822Foundation, ChainedCopiesAndAppends) {

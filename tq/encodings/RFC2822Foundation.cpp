@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <vector>
 
 #include "tq/encodings/RFC2822.h"
 #include "tq/platform/Assert.h"
@@ -120,21 +121,25 @@ Ref<String> hexRepresentation(const Data& data) {
 Ref<ChainedData> TQ_dispatch_data_trim(const Ref<ChainedData>& data, const Data& pattern) {
   if (!data) return ChainedData::empty();
   std::size_t k = trimStep(data->size(), pattern);
-  // The regions are walked per comparison; the trimmed ends are short in
-  // practice (a few repeated line ends), so this stays cheap.
+  // Each comparison starts at the region holding its first byte, found by a
+  // binary search over the regions' offsets: data of many small regions made
+  // of nothing but the pattern costs one search per copy, not a walk from the
+  // first region each time.
+  const std::vector<ChainedData::Region>& regions = data->regions();
+  std::vector<std::size_t> starts(regions.size());
+  std::size_t offset = 0;
+  for (std::size_t r = 0; r < regions.size(); ++r) {
+    starts[r] = offset;
+    offset += regions[r].length;
+  }
   auto matches = [&](std::size_t at, std::size_t n) {
+    auto r = static_cast<std::size_t>(std::upper_bound(starts.begin(), starts.end(), at) - starts.begin()) - 1;
     std::size_t compared = 0;
-    std::size_t position = 0;
-    for (const ChainedData::Region& region : data->regions()) {
-      std::size_t regionEnd = position + region.length;
-      if (regionEnd > at + compared && compared < n) {
-        std::size_t from = at + compared - position;
-        std::size_t take = std::min(region.length - from, n - compared);
-        if (std::memcmp(region.bytes() + from, pattern.bytes() + compared, take) != 0) return false;
-        compared += take;
-      }
-      if (compared == n) break;
-      position = regionEnd;
+    for (; r < regions.size() && compared < n; ++r) {
+      const std::size_t from = at + compared - starts[r];
+      const std::size_t take = std::min(regions[r].length - from, n - compared);
+      if (std::memcmp(regions[r].bytes() + from, pattern.bytes() + compared, take) != 0) return false;
+      compared += take;
     }
     return compared == n;
   };
