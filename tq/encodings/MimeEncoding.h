@@ -49,6 +49,10 @@ Ref<String> stringWithMimeEncodedWord(const String& word);
 /// whether an encoded word smuggled in a NUL byte; such bytes then come out
 /// as the two characters "\0".
 Ref<String> decodedMimeEncodedString(const String& header, bool* isMailSploited = nullptr);
+/// The same under the name that spells out the flag.
+inline Ref<String> decodedMimeEncodedString_isMailSploited(const String& header, bool* isMailSploited) {
+  return decodedMimeEncodedString(header, isMailSploited);
+}
 
 }  // namespace MimeEncoding
 
