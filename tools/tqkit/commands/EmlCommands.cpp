@@ -99,7 +99,7 @@ std::vector<std::string> messagePaths(const std::vector<std::string>& arguments)
   std::vector<std::string> paths;
   for (const std::string& argument : arguments) {
     std::error_code error;
-    if (!fs::is_directory(argument, error)) {
+    if (argument == "-" || !fs::is_directory(argument, error)) {
       paths.push_back(argument);
       continue;
     }
@@ -116,12 +116,16 @@ std::vector<std::string> messagePaths(const std::vector<std::string>& arguments)
 }
 
 int eml(Arguments& arguments) {
-  std::vector<std::string> paths = messagePaths(arguments.positionals(1, SIZE_MAX));
+  std::vector<std::string> given = arguments.positionals(0, SIZE_MAX);
+  if (given.empty()) given.push_back("-");
+  std::vector<std::string> paths = messagePaths(given);
   const bool progress = paths.size() > kProgressThreshold && isatty(STDERR_FILENO);
   int status = Success;
   for (std::size_t i = 0; i < paths.size(); ++i) {
     if (progress) std::fprintf(stderr, "\r%zu/%zu messages", i + 1, paths.size());
-    auto message = tq::Data::dataWithContentsOfFile(paths[i]);
+    // "-" is one message read from standard input, named "-" in its record.
+    auto message =
+        paths[i] == "-" ? tq::make<tq::Data>(readStandardInput()) : tq::Data::dataWithContentsOfFile(paths[i]);
     if (!message) {
       std::fprintf(stderr, "%s%s: cannot read\n", progress ? "\n" : "", paths[i].c_str());
       status = Failure;
@@ -137,11 +141,11 @@ const CommandGroup emlGroup{
     "eml",
     "split messages into header and body and decode their header fields",
     {
-        {"", "FILE|FOLDER...",
+        {"", "[FILE|FOLDER|-]...",
          "one JSON object per message and line: file, delimiter (CRLF, LF, CR or null), header_bytes, body_bytes "
          "(null without a body), headers ([name, decoded value] pairs after unfolding) and sploited (true when an "
-         "encoded word carried a NUL byte). A folder stands for every .eml file below it, sorted; exit 1 when a "
-         "file cannot be read",
+         "encoded word carried a NUL byte). A folder stands for every .eml file below it, sorted; - or no argument "
+         "reads one message from standard input; exit 1 when a file cannot be read",
          eml},
     }};
 
