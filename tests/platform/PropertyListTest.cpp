@@ -161,9 +161,51 @@ TEST(XMLPropertyListWriter, WritesLeavesInTheirTextForms) {
             document("<integer>-9223372036854775808</integer>\n"));
   EXPECT_EQ(PropertyList::writeXML(num(-std::numeric_limits<double>::infinity()).get()),
             document("<real>-infinity</real>\n"));
-  EXPECT_EQ(PropertyList::writeXML(num(1e300).get()), document("<real>1e+300</real>\n"));
   EXPECT_EQ(PropertyList::writeXML(make<Date>(-0.5).get()), document("<date>2000-12-31T23:59:59Z</date>\n"));
   EXPECT_EQ(PropertyList::writeXML(make<Data>().get()), document("<data>\n</data>\n"));
+}
+
+TEST(XMLPropertyListWriter, WritesRealsWithSeventeenDigitsAndReadsThemBackExactly) {
+  const std::pair<double, const char*> forms[] = {
+      {0.1, "0.10000000000000001"}, {2.0, "2"},          {-0.0, "-0.0"},
+      {0.0, "0.0"},                 {1e300, "1.0000000000000001e+300"}, {5e-324, "4.9406564584124654e-324"},
+  };
+  for (const auto& [value, text] : forms) {
+    std::string xml = PropertyList::writeXML(num(value).get());
+    EXPECT_EQ(xml, document(std::string("<real>") + text + "</real>\n"));
+    auto back = cast<Number>(PropertyList::read(xml));
+    ASSERT_TRUE(back) << text;
+    EXPECT_EQ(back->kind(), Number::Kind::Double);
+    EXPECT_EQ(std::signbit(back->doubleValue()), std::signbit(value)) << text;
+    EXPECT_EQ(back->doubleValue(), value) << text;
+  }
+}
+
+TEST(XMLPropertyListReader, ControlCharactersInStringsReadBackAsWritten) {
+  // The writer leaves controls and carriage returns in the text as they stand.
+  std::u16string units(u"a\u0001b\u001Bc\r\nd\re\u0000f\u007Fg", 14);
+  auto value = dict({{make<String>(std::u16string(u"k\u0002")), make<String>(units)}, {str("n"), num(1)}});
+  std::string xml = PropertyList::writeXML(value.get());
+  EXPECT_NE(xml.find(std::string("<string>a\x01" "b\x1B" "c\r\nd\re") + '\0' + "f\x7Fg</string>"), std::string::npos);
+  Ref<Error> error;
+  auto back = cast<Dictionary>(PropertyList::read(xml, &error));
+  ASSERT_TRUE(back) << describeUTF8(error);
+  EXPECT_TRUE(back->isEqual(*value));
+  // Line ends between elements are still only white space, whatever they are.
+  std::string crlf = "<?xml version=\"1.0\"?>\r\n<plist version=\"1.0\">\r\n<dict>\r\n\t<key>s</key>\r\n"
+                     "\t<string>x\ty\r\nz</string>\r\n</dict>\r\n</plist>\r\n";
+  auto lines = cast<Dictionary>(PropertyList::read(crlf, &error));
+  ASSERT_TRUE(lines) << describeUTF8(error);
+  EXPECT_EQ(cast<String>(lines->objectForKey("s"))->utf16(), u"x\ty\r\nz");
+  // A control outside a string or key is still an error, named with its place.
+  EXPECT_EQ(PropertyList::read(document("<integer>1\x01</integer>\n"), &error), nullptr);
+  EXPECT_NE(describeUTF8(error).find("line 4"), std::string::npos) << describeUTF8(error);
+  // A document that already holds the noncharacters used to carry controls is
+  // read as it stands: the noncharacter stays, a raw control is refused.
+  auto kept = cast<String>(PropertyList::read(document("<string>\xEF\xB7\x91</string>\n")));
+  ASSERT_TRUE(kept);
+  EXPECT_EQ(kept->utf16(), u"\uFDD1");
+  EXPECT_EQ(PropertyList::read(document("<string>\xEF\xB7\x91\x01</string>\n")), nullptr);
 }
 
 TEST(XMLPropertyListWriter, SortsKeysByCodeUnits) {

@@ -6,6 +6,8 @@
 
 #include <cstring>
 #include <limits>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "tq/platform/Array.h"
@@ -43,6 +45,79 @@ bool lookupTag(const char* name, Tag* tag) {
 }
 
 bool isContainer(Tag tag) { return tag == Tag::Plist || tag == Tag::Dict || tag == Tag::Array; }
+
+// The writer puts every character of a string into the file as it stands,
+// C0 controls and carriage returns included, as property-list files always
+// have; XML forbids the controls and folds carriage returns into line feeds.
+// So that such strings read back unchanged, each of those bytes in the text of
+// a <string> or <key> element is carried through the XML parser as one of the
+// 32 noncharacters U+FDD0..U+FDEF and turned back into its byte in the
+// character data. Controls anywhere else stay as they are and are reported.
+// A document that already holds one of those noncharacters, or that is not
+// in an ASCII-compatible encoding, is parsed as it stands, so that nothing can
+// be misread.
+bool isCarriedControl(unsigned char byte) { return byte < 0x20 && byte != '\t' && byte != '\n'; }
+
+constexpr unsigned char CarrierLead = 0xEF, CarrierMiddle = 0xB7, CarrierFirst = 0x90, CarrierLast = 0xAF;
+
+bool isCarrierAt(std::string_view bytes, std::size_t at) {
+  return at + 2 < bytes.size() && static_cast<unsigned char>(bytes[at]) == CarrierLead &&
+         static_cast<unsigned char>(bytes[at + 1]) == CarrierMiddle &&
+         static_cast<unsigned char>(bytes[at + 2]) >= CarrierFirst &&
+         static_cast<unsigned char>(bytes[at + 2]) <= CarrierLast;
+}
+
+bool mayCarry(std::string_view bytes) {
+  if (bytes.size() >= 2) {
+    auto b0 = static_cast<unsigned char>(bytes[0]), b1 = static_cast<unsigned char>(bytes[1]);
+    if (b0 == 0 || b1 == 0 || (b0 == 0xFE && b1 == 0xFF) || (b0 == 0xFF && b1 == 0xFE)) return false;  // UTF-16/32
+  }
+  for (std::size_t at = bytes.find(char(CarrierLead)); at != std::string_view::npos;
+       at = bytes.find(char(CarrierLead), at + 1)) {
+    if (isCarrierAt(bytes, at)) return false;
+  }
+  return true;
+}
+
+// The document with the controls of string and key texts replaced by
+// carriers; empty when there is nothing to replace or it must not be done.
+std::string withCarriedControls(std::string_view bytes) {
+  bool any = false;
+  for (char c : bytes) any = any || isCarriedControl(static_cast<unsigned char>(c));
+  if (!any || !mayCarry(bytes)) return {};
+  std::string carried;
+  carried.reserve(bytes.size() + 64);
+  bool inText = false;
+  for (std::size_t at = 0; at < bytes.size(); ++at) {
+    auto byte = static_cast<unsigned char>(bytes[at]);
+    if (byte == '<') {
+      std::string_view rest = bytes.substr(at + 1);
+      inText = rest.starts_with("string>") || rest.starts_with("key>");
+    }
+    if (inText && isCarriedControl(byte)) {
+      carried += char(CarrierLead);
+      carried += char(CarrierMiddle);
+      carried += char(CarrierFirst + byte);
+    } else {
+      carried += char(byte);
+    }
+  }
+  return carried;
+}
+
+// Turns carriers back into their control bytes.
+void restoreControls(std::string& text) {
+  std::size_t out = 0;
+  for (std::size_t in = 0; in < text.size(); ++in) {
+    if (isCarrierAt(text, in)) {
+      text[out++] = char(static_cast<unsigned char>(text[in + 2]) - CarrierFirst);
+      in += 2;
+    } else {
+      text[out++] = text[in];
+    }
+  }
+  text.resize(out);
+}
 
 bool isBlank(std::string_view text) {
   for (char c : text) {
@@ -107,6 +182,7 @@ class XMLReader {
   bool empty() const { return depth_ == 0; }
   Frame& top() { return stack_[depth_ - 1]; }
   Id root_;
+  bool carried_ = false;  // controls travel as carriers (see withCarriedControls)
   bool failed_ = false;
   std::string failure_;
 };
@@ -170,6 +246,7 @@ Id XMLReader::leafValue(Frame& frame) {
   switch (frame.tag) {
     case Tag::Key:
     case Tag::String:
+      if (carried_) restoreControls(frame.text);
       return make<String>(frame.text);
     case Tag::Integer: {
       Id number = parseInteger(frame.text);
@@ -270,6 +347,12 @@ Id XMLReader::parse(std::string_view bytes, Ref<Error>* error) {
   XML_SetElementHandler(parser_, onStart, onEnd);
   XML_SetCharacterDataHandler(parser_, onText);
   XML_SetEntityDeclHandler(parser_, onEntity);
+
+  std::string carried = withCarriedControls(bytes);
+  if (!carried.empty()) {
+    carried_ = true;
+    bytes = carried;
+  }
 
   // Expat takes lengths as int; feed large documents in pieces.
   constexpr std::size_t Chunk = 1 << 20;
