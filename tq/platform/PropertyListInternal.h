@@ -39,7 +39,9 @@ std::string formatDate(double secondsSinceReferenceDate);
 /// Parses the form above; nil when malformed or out of range.
 std::optional<double> parseDate(std::string_view text);
 
-/// Shortest round-trip text of a double; "+infinity", "-infinity", "nan".
+/// A double as property-list files carry it: seventeen significant digits
+/// ("%.17g" in the C locale), zeros as "0.0" and "-0.0", "+infinity",
+/// "-infinity", "nan".
 std::string formatReal(double value);
 /// Accepts what formatReal writes plus "inf"/"infinity" in any case, with an
 /// optional sign, and surrounding white space. Locale-independent.
