@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <random>
+#include <vector>
+
 #include "tq/encodings/MimeEncoding.h"
 
 namespace tq {
@@ -90,6 +93,58 @@ TEST(QuotedPrintableBodyEncoderTest, LongLinesAreSoftBrokenAfter75Characters) {
   const auto lines = utf8Of(quotedPrintableStringForPlainTextBody(*str(std::string(300, 'b')), UTF8StringEncoding));
   EXPECT_EQ(lines, std::string(75, 'b') + "=\r\n" + std::string(75, 'b') + "=\r\n" + std::string(75, 'b') + "=\r\n" +
                        std::string(75, 'b'));
+}
+
+// The line rule as a plain character walk over the escaped text, to check
+// the encoder's line-at-a-time splitting against.
+std::string splitByCharacterWalk(const std::string& e) {
+  std::vector<std::string> lines;
+  std::size_t s = 0, i = 0;
+  while (i < e.size()) {
+    const char c = e[i];
+    if (c == '\n') {
+      lines.push_back(e.substr(s, i - s));
+      i = s = i + 1;
+    } else if (c == '\r' && i + 1 < e.size() && e[i + 1] == '\n') {
+      lines.push_back(e.substr(s, i - s));
+      i = s = i + 2;
+    } else if (i - s >= 75 || (c == '=' && i - s >= 72)) {
+      lines.push_back(e.substr(s, i - s) + "=");
+      s = i;
+    } else {
+      ++i;
+    }
+  }
+  std::string last = e.substr(s);
+  if (!last.empty() && last.back() == ' ') last += '=';
+  lines.push_back(last);
+  std::string joined;
+  for (std::size_t k = 0; k < lines.size(); ++k) joined += (k ? "\r\n" : "") + lines[k];
+  return joined;
+}
+
+TEST(QuotedPrintableBodyEncoderTest, LineSplittingAgreesWithTheCharacterWalk) {
+  // Runs of plain characters broken by escapes, spaces, CR, LF and CRLF at
+  // every column, in ISO-8859-1 so that each character is one byte.
+  const char16_t pieces[] = {u'a', u'a', u'a', u'a', u' ', u'=', u'\r', u'\n', u'~', u'\t', u'\u00e9'};
+  std::mt19937 random(4);
+  for (int round = 0; round < 1500; ++round) {
+    std::u16string body;
+    const std::size_t length = random() % 400;
+    for (std::size_t k = 0; k < length; ++k) {
+      const char16_t c = pieces[random() % std::size(pieces)];
+      body.append(c == u'a' && random() % 4 == 0 ? 70 + random() % 10 : 1, c);
+    }
+    std::string escaped;
+    for (char16_t c : body) {
+      const bool plain = (c >= 0x20 && c <= 0x7D && c != u'=') || c == u'\r' || c == u'\n';
+      escaped += plain ? std::string(1, char(c)) : (c == u'=' ? "=3D" : c == u'~' ? "=7E" : c == u'\t' ? "=09" : "=E9");
+    }
+    StringEncoding used = 0;
+    const auto encoded = quotedPrintableStringForPlainTextBody(String(body), ISOLatin1StringEncoding, &used);
+    ASSERT_EQ(used, ISOLatin1StringEncoding);
+    ASSERT_EQ(utf8Of(encoded), splitByCharacterWalk(escaped)) << "round " << round;
+  }
 }
 
 TEST(QuotedPrintableBodyEncoderTest, NoSmallestCharsetFallbackAndTheLineLengthConstant) {
