@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "DecimalCommaLocale.h"
 #include "tq/platform/Array.h"
 #include "tq/platform/Number.h"
 
@@ -109,7 +110,7 @@ TEST(FormatResults, StringFormAndAppendFormat) {
 
 TEST(FormatReals, ProcessLocaleDoesNotChangeTheDecimalPoint) {
   std::string saved = std::setlocale(LC_NUMERIC, nullptr);
-  if (!std::setlocale(LC_NUMERIC, "de_DE.UTF-8") && !std::setlocale(LC_NUMERIC, "fr_FR.UTF-8")) {
+  if (!setDecimalCommaLocale()) {
     GTEST_SKIP() << "no locale with a decimal comma is installed";
   }
   std::string text = formatUTF8("%.1f %'d", 2.5, 1234567);

@@ -9,6 +9,7 @@
 #include <limits>
 #include <locale>
 
+#include "DecimalCommaLocale.h"
 #include "tq/platform/Array.h"
 #include "tq/platform/Date.h"
 #include "tq/platform/Dictionary.h"
@@ -267,8 +268,7 @@ TEST(XMLPropertyListWriter, IgnoresTheGlobalLocale) {
 TEST(XMLPropertyListWriter, IgnoresTheNumericLocaleOfTheCLibrary) {
   const char* previous = std::setlocale(LC_NUMERIC, nullptr);
   std::string saved = previous ? previous : "C";
-  if (!std::setlocale(LC_NUMERIC, "de_DE.UTF-8") && !std::setlocale(LC_NUMERIC, "de_DE") &&
-      !std::setlocale(LC_NUMERIC, "fr_FR.UTF-8")) {
+  if (!setDecimalCommaLocale()) {
     GTEST_SKIP() << "no locale with a decimal comma is installed";
   }
   expectLocaleIndependentReals();

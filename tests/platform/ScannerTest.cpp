@@ -6,6 +6,7 @@
 #include <clocale>
 #include <cmath>
 
+#include "DecimalCommaLocale.h"
 #include "tq/platform/Exception.h"
 
 using namespace tq;
@@ -148,7 +149,7 @@ TEST(ScannerReals, HugeValuesGiveInfinity) {
 
 TEST(ScannerReals, ProcessLocaleDoesNotChangeTheDecimalPoint) {
   std::string saved = std::setlocale(LC_NUMERIC, nullptr);
-  if (!std::setlocale(LC_NUMERIC, "de_DE.UTF-8") && !std::setlocale(LC_NUMERIC, "fr_FR.UTF-8")) {
+  if (!setDecimalCommaLocale()) {
     GTEST_SKIP() << "no locale with a decimal comma is installed";
   }
   auto scanner = scannerOver("1.5");
