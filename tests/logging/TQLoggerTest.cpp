@@ -6,6 +6,8 @@
 #include "tests/logging/LoggerTestSupport.h"
 #include "tq/platform/Assert.h"
 #include "tq/platform/Exception.h"
+#include "tq/platform/Number.h"
+#include "tq/platform/ThreadDictionary.h"
 
 namespace tq {
 namespace {
@@ -75,8 +77,20 @@ TEST_F(TQLoggerLineTest, ThreadIndexesAreStablePerThreadAndDistinctAcrossThreads
   long a = indexOf("main-a"), b = indexOf("main-b"), other = indexOf("other");
   EXPECT_EQ(a, b);
   EXPECT_GT(other, a);
+  auto stored = cast<Number>(threadDictionary().objectForKey(std::string_view("org.tqbasekit.threadIndex")));
+  ASSERT_NE(stored, nullptr) << "the thread carries its number in its dictionary";
+  EXPECT_EQ(stored->integerValue(), a);
+  // Another logger numbers threads from the same process-wide counter.
+  auto second = TQLogger::initWithLogFileURL((folder_ / "second.log").string(), {});
+  long otherLoggerIndex = 0;
+  std::thread([&] {
+    second->logForIdentifier("id", "x");
+    otherLoggerIndex = long(cast<Number>(threadDictionary().objectForKey(std::string_view(TQLogger::threadIndexKey())))
+                                ->integerValue());
+  }).join();
+  EXPECT_GT(otherLoggerIndex, other);
   auto records = console_.records();
-  ASSERT_EQ(records.size(), 3u);
+  ASSERT_EQ(records.size(), 4u);
   EXPECT_EQ(records[0].message, " 🧵 " + std::to_string(a) + " main-a");
 }
 
@@ -203,10 +217,22 @@ TEST(TQLoggerFileTest, SetUpReplacesThePreviousLogAndAFileInPlaceOfTheFolder) {
   EXPECT_NE(logger->consoleLog()->utf8().find("first launch"), std::string::npos);
   logger.reset();
 
-  auto second = TQLogger::initWithLogFileURL((logs / "." / "pluginConsole.log").string(), {});
+  auto second = TQLogger::initWithLogFileURL((logs / "." / "pluginConsole.log").string(), {}, "initial text");
   EXPECT_EQ(second->logPath(), (logs / "pluginConsole.log").string()) << "the path is standardised";
-  EXPECT_EQ(second->consoleLog()->utf8(), "") << "every launch starts an empty log";
+  EXPECT_EQ(second->consoleLog()->utf8(), "") << "every launch starts an empty log; the initial log is ignored";
   fs::remove_all(folder);
+}
+
+TEST(TQLoggerFileTest, AFileThatCannotBeCreatedIsReportedToThePlatformLog) {
+  if (logConsoleUsesJournal()) GTEST_SKIP() << "the report goes to the journal here";
+  RecordingConsole console;
+  ::testing::internal::CaptureStderr();
+  auto logger = TQLogger::initWithLogFileURL("/proc/tq-no-such-folder/x.log", {});
+  std::string reported = ::testing::internal::GetCapturedStderr();
+  EXPECT_EQ(reported, "Error writing to file /proc/tq-no-such-folder/x.log\n");
+  logger->logForIdentifier("id", std::nullopt, std::nullopt, "goes on");
+  logger->flush();
+  EXPECT_EQ(console.records().size(), 1u) << "the logger goes on without its file";
 }
 
 TEST(TQLoggerFileTest, SymlinkedFolderIsResolved) {

@@ -55,6 +55,16 @@ LogConsoleSink setLogConsoleSink(LogConsoleSink sink) {
   return previous;
 }
 
+void emitPlatformLogMessage(const std::string& message) {
+  if (logConsoleUsesJournal()) {
+    sd_journal_send("MESSAGE=%s", message.c_str(), "PRIORITY=5", nullptr);
+    return;
+  }
+  std::string line = message + "\n";
+  ssize_t written = ::write(STDERR_FILENO, line.data(), line.size());
+  (void)written;
+}
+
 void emitLogConsoleRecord(const LogConsoleRecord& record) {
   {
     std::shared_lock lock(sinkMutex());

@@ -14,6 +14,8 @@
 #include "tq/logging/LogFileSink.h"
 #include "tq/platform/Assert.h"
 #include "tq/platform/DispatchQueue.h"
+#include "tq/platform/Number.h"
+#include "tq/platform/ThreadDictionary.h"
 
 namespace tq {
 
@@ -64,10 +66,9 @@ std::atomic<std::shared_ptr<const BundleMap>>& bundleMap() {
   return *map;
 }
 
-long& threadIndexCounter() {
-  static long counter = 0;  // guarded by the logging logger's monitor
-  return counter;
-}
+// Process-wide, shared by every logger: an atomic rather than any one
+// logger's lock, since two loggers may number new threads at the same time.
+std::atomic<long> threadIndexCounter{0};
 
 std::mutex& hostVersionLock() {
   static auto* lock = new std::mutex;
@@ -139,7 +140,7 @@ void TQLogger::setUpFile(const std::string& path) {
     int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
     if (fd < 0 || ::close(fd) != 0 || ::rename(temporary.c_str(), logPath_.c_str()) != 0) {
       ::unlink(temporary.c_str());
-      std::fprintf(stderr, "Error writing to file %s\n", logPath_.c_str());
+      emitPlatformLogMessage("Error writing to file " + logPath_);
     }
   }
   writeFd_ = ::open(logPath_.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
@@ -212,12 +213,22 @@ std::string TQLogger::resolveName(OptText identifier) const {
   return defaultIdentifier_.value_or(std::string());
 }
 
+std::string TQLogger::threadIndexKey() { return std::string(LibraryDomainPrefix) + ".threadIndex"; }
+
 long TQLogger::currentThreadIndex() {
-  // Kept per thread for the life of the thread; numbers are never reused.
+  // The number lives in the thread's dictionary, where add-on code can read
+  // it; the thread-local copy saves a dictionary lookup on every line.
+  // Numbers are never reused.
   thread_local long index = 0;
   if (index == 0) {
-    std::lock_guard lock(monitor_);
-    index = ++threadIndexCounter();
+    MutableDictionary& dictionary = threadDictionary();
+    auto key = threadIndexKey();
+    if (auto stored = cast<Number>(dictionary.objectForKey(std::string_view(key)))) {
+      index = long(stored->integerValue());
+    } else {
+      index = threadIndexCounter.fetch_add(1) + 1;
+      dictionary.setObject(num(index), str(key));
+    }
   }
   return index;
 }

@@ -138,6 +138,9 @@ class TQLogger : public Object {
   /// "[subsystem:category]" overrides the labels.
   void _logSubsystem(OptText subsystem, OptText category, long level, std::string_view logstring, bool parse);
 
+  /// The thread-dictionary key under which each thread keeps its index.
+  static std::string threadIndexKey();
+
   /// Logs the host, system, logger and add-on versions under "SuiteBundle".
   void logVersionInfo();
   /// The host's version texts for the version report (the host's bundle
