@@ -38,6 +38,17 @@ TEST(NotificationCenterTest, DeliversByNameAndSenderUntilRemoved) {
   center->removeObserver(t3);
 }
 
+TEST(NotificationCenterTest, ObserverOfAReleasedSenderIgnoresPostsWithoutASender) {
+  auto center = make<NotificationCenter>();
+  int calls = 0;
+  auto sender = str("short-lived");
+  auto token = center->addObserverForName(str("Changed"), sender, nullptr, [&](auto&) { ++calls; });
+  sender.reset();
+  center->postNotificationName(str("Changed"), nullptr);
+  EXPECT_EQ(calls, 0);
+  center->removeObserver(token);
+}
+
 TEST(NotificationCenterTest, DeliversOnTheObserversQueue) {
   auto center = make<NotificationCenter>();
   RunLoop::main().drain();

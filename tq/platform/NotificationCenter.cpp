@@ -46,7 +46,12 @@ void NotificationCenter::postNotification(const Ref<Notification>& notification)
     std::lock_guard lock(mutex_);
     for (const auto& r : registrations_) {
       if (r.name && !(notification->name() && r.name->isEqual(*notification->name()))) continue;
-      if (!r.anyObject && r.object.lock() != notification->object()) continue;
+      if (!r.anyObject) {
+        // A sender that has gone away matches nothing, not even a post
+        // without a sender.
+        auto sender = r.object.lock();
+        if (!sender || sender != notification->object()) continue;
+      }
       targets.push_back(r);
     }
   }
