@@ -29,6 +29,11 @@ Ref<Array> TQcallStack();
 Ref<Array> TQabbreviatedCallStackSymbols();
 Ref<Array> TQcallStackSymbolsForFrameCount(std::uint64_t frameCount);
 
+/// There is no `respondsTo` and no `classInfo` here. C++ keeps no run-time
+/// list of a class's methods or instance variables: whether a type has a
+/// member is a compile-time question (a `requires` expression), and a dump of
+/// the layout would have nothing true to list beyond `className()`.
+
 /// The hook that classes override to give their logging key: nil here.
 Ref<String> debugLogKey(const Object& object);
 
