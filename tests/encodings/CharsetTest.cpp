@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
+
 namespace tq {
 namespace {
 
@@ -81,6 +83,50 @@ TEST(CharsetTest, ConversionsRoundTripThroughEveryCharsetThatHoldsTheText) {
   EXPECT_EQ(bytes, "\x93\xFA\x96\x7B");
   ASSERT_TRUE(Charset::encode(u"\u65e5\u672c", ISO2022JPStringEncoding, bytes));
   EXPECT_EQ(bytes, "\x1b$BF|K\\\x1b(B");
+}
+
+TEST(CharsetTest, EveryNamedCharsetConvertsAndItsNameLeadsBackToIt) {
+  // A converter that ICU does not have, or a name that resolves to another
+  // entry, would make mail in that charset undecodable.
+  for (StringEncoding encoding : {ASCIIStringEncoding, JapaneseEUCStringEncoding, UTF8StringEncoding,
+       ISOLatin1StringEncoding, ShiftJISStringEncoding, ISOLatin2StringEncoding,
+       UnicodeStringEncoding, WindowsCP1251StringEncoding, WindowsCP1252StringEncoding,
+       WindowsCP1253StringEncoding, WindowsCP1254StringEncoding, WindowsCP1250StringEncoding,
+       ISO2022JPStringEncoding, MacOSRomanStringEncoding, UTF16BigEndianStringEncoding,
+       UTF16LittleEndianStringEncoding, UTF32StringEncoding, UTF32BigEndianStringEncoding,
+       UTF32LittleEndianStringEncoding, ISOLatin3StringEncoding, ISOLatin4StringEncoding,
+       ISOLatinCyrillicStringEncoding, ISOLatinArabicStringEncoding, ISOLatinGreekStringEncoding,
+       ISOLatinHebrewStringEncoding, ISOLatin5StringEncoding, ISOLatin6StringEncoding,
+       ISOLatinThaiStringEncoding, ISOLatin7StringEncoding, ISOLatin8StringEncoding,
+       ISOLatin9StringEncoding, ISOLatin10StringEncoding, WindowsHebrewStringEncoding,
+       WindowsArabicStringEncoding, WindowsBalticRimStringEncoding, WindowsVietnameseStringEncoding,
+       KOI8RStringEncoding, KOI8UStringEncoding, GB2312StringEncoding,
+       GBKStringEncoding, GB18030StringEncoding, HZGB2312StringEncoding,
+       Big5StringEncoding, Big5HKSCSStringEncoding, EUCKRStringEncoding,
+       ISO2022KRStringEncoding, ISO2022CNStringEncoding, DOSJapaneseStringEncoding,
+       DOSKoreanStringEncoding, DOSThaiStringEncoding, DOSLatinUSStringEncoding,
+       DOSLatin1StringEncoding, DOSRussianStringEncoding, UTF7StringEncoding}) {
+    const std::string name(Charset::ianaName(encoding));
+    ASSERT_FALSE(name.empty()) << encoding;
+    EXPECT_EQ(Charset::encodingForIANAName(std::string_view(name)), encoding) << name;
+    std::string upper = name;
+    for (char& c : upper) c = char(std::toupper(static_cast<unsigned char>(c)));
+    EXPECT_EQ(Charset::encodingForIANAName(std::string_view(upper)), encoding) << upper;
+    std::string bytes;
+    std::u16string back;
+    ASSERT_TRUE(Charset::encode(u"Re: a-1", encoding, bytes)) << name;
+    ASSERT_TRUE(Charset::decode(bytes, encoding, back)) << name;
+    EXPECT_EQ(back, u"Re: a-1") << name;
+  }
+  // ISO-8859-16 by its own table: Romanian comma-below letters and the euro.
+  std::u16string text;
+  ASSERT_TRUE(Charset::decode("\xA4\xAA\xDE\xBA\xFE\x9F\xFF", ISOLatin10StringEncoding, text));
+  EXPECT_EQ(text, u"\u20ac\u0218\u021a\u0219\u021b\u009f\u00ff");
+  std::string bytes;
+  ASSERT_TRUE(Charset::encode(text, ISOLatin10StringEncoding, bytes));
+  EXPECT_EQ(bytes, "\xA4\xAA\xDE\xBA\xFE\x9F\xFF");
+  EXPECT_FALSE(Charset::canBeConvertedToEncoding(u"\u00a4", ISOLatin10StringEncoding));
+  EXPECT_EQ(Charset::encodingForIANAName(std::string_view("Latin10")), ISOLatin10StringEncoding);
 }
 
 TEST(CharsetTest, ConversionsAreStrict) {

@@ -19,8 +19,10 @@ namespace {
 
 // How a charset is converted. The four charsets that mail and the library use
 // most are converted by hand: they are on every hot path and their rules are
-// simple. Everything else goes through an ICU converter.
-enum class Kind { ASCII, Latin1, UTF8, Unicode16, Converter };
+// simple. ISO-8859-16 is converted by its table, because the ICU data that
+// distributions ship has no converter for it. Everything else goes through an
+// ICU converter.
+enum class Kind { ASCII, Latin1, UTF8, Unicode16, Latin10, Converter };
 
 struct Entry {
   StringEncoding encoding;
@@ -60,7 +62,7 @@ constexpr Entry Table[] = {
     {ISOLatinThaiStringEncoding, "ISO-8859-11", "ISO-8859-11", Kind::Converter, true},
     {ISOLatin7StringEncoding, "ISO-8859-13", "ISO-8859-13", Kind::Converter, true},
     {ISOLatin8StringEncoding, "ISO-8859-14", "ISO-8859-14", Kind::Converter, true},
-    {ISOLatin10StringEncoding, "ISO-8859-16", "ISO-8859-16", Kind::Converter, true},
+    {ISOLatin10StringEncoding, "ISO-8859-16", "ISO-8859-16", Kind::Latin10, true},
     {KOI8RStringEncoding, "KOI8-R", "KOI8-R", Kind::Converter, true},
     {KOI8UStringEncoding, "KOI8-U", "KOI8-U", Kind::Converter, true},
     {MacOSRomanStringEncoding, "macintosh", "macintosh", Kind::Converter, true},
@@ -116,6 +118,10 @@ constexpr std::pair<const char*, StringEncoding> ExtraAliases[] = {
     {"x-mac-roman", MacOSRomanStringEncoding}, {"cp932", DOSJapaneseStringEncoding},
     {"cp949", DOSKoreanStringEncoding},        {"windows-949", DOSKoreanStringEncoding},
     {"tis-620", DOSThaiStringEncoding},        {"unicode-1-1-utf-7", UTF7StringEncoding},
+    // ISO-8859-16 has no ICU converter to resolve its aliases through.
+    {"iso_8859-16", ISOLatin10StringEncoding}, {"iso_8859-16:2001", ISOLatin10StringEncoding},
+    {"iso-ir-226", ISOLatin10StringEncoding},  {"latin10", ISOLatin10StringEncoding},
+    {"l10", ISOLatin10StringEncoding},         {"csiso885916", ISOLatin10StringEncoding},
 };
 
 struct NameIndex {
@@ -326,6 +332,46 @@ bool decodeUnicode16Appending(std::string_view bytes, std::u16string& out) {
   return true;
 }
 
+// ISO-8859-16 (Latin-10): bytes below 0xA0 are the code points themselves;
+// these are the characters of 0xA0 to 0xFF.
+constexpr char16_t Latin10High[96] = {
+    0x00A0, 0x0104, 0x0105, 0x0141, 0x20AC, 0x201E, 0x0160, 0x00A7,
+    0x0161, 0x00A9, 0x0218, 0x00AB, 0x0179, 0x00AD, 0x017A, 0x017B,
+    0x00B0, 0x00B1, 0x010C, 0x0142, 0x017D, 0x201D, 0x00B6, 0x00B7,
+    0x017E, 0x010D, 0x0219, 0x00BB, 0x0152, 0x0153, 0x0178, 0x017C,
+    0x00C0, 0x00C1, 0x00C2, 0x0102, 0x00C4, 0x0106, 0x00C6, 0x00C7,
+    0x00C8, 0x00C9, 0x00CA, 0x00CB, 0x00CC, 0x00CD, 0x00CE, 0x00CF,
+    0x0110, 0x0143, 0x00D2, 0x00D3, 0x00D4, 0x0150, 0x00D6, 0x015A,
+    0x0170, 0x00D9, 0x00DA, 0x00DB, 0x00DC, 0x0118, 0x021A, 0x00DF,
+    0x00E0, 0x00E1, 0x00E2, 0x0103, 0x00E4, 0x0107, 0x00E6, 0x00E7,
+    0x00E8, 0x00E9, 0x00EA, 0x00EB, 0x00EC, 0x00ED, 0x00EE, 0x00EF,
+    0x0111, 0x0144, 0x00F2, 0x00F3, 0x00F4, 0x0151, 0x00F6, 0x015B,
+    0x0171, 0x00F9, 0x00FA, 0x00FB, 0x00FC, 0x0119, 0x021B, 0x00FF,
+};
+
+bool encodeLatin10(std::u16string_view text, std::string& out) {
+  out.resize(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char16_t c = text[i];
+    if (c < 0xA0) {
+      out[i] = static_cast<char>(c);
+      continue;
+    }
+    const char16_t* found = std::find(std::begin(Latin10High), std::end(Latin10High), c);
+    if (found == std::end(Latin10High)) return false;
+    out[i] = static_cast<char>(0xA0 + (found - Latin10High));
+  }
+  return true;
+}
+
+void decodeLatin10Appending(std::string_view bytes, std::u16string& out) {
+  out.reserve(out.size() + bytes.size());
+  for (char c : bytes) {
+    const auto byte = static_cast<unsigned char>(c);
+    out.push_back(byte < 0xA0 ? char16_t(byte) : Latin10High[byte - 0xA0]);
+  }
+}
+
 bool hasDefaultIgnorable(std::u16string_view text) {
   const std::size_t n = text.size();
   for (std::size_t i = 0; i < n;) {
@@ -353,6 +399,8 @@ bool encodeWith(const Entry* entry, std::u16string_view text, std::string& out) 
     case Kind::Unicode16:
       encodeUnicode16(text, out);
       return true;
+    case Kind::Latin10:
+      return encodeLatin10(text, out);
     case Kind::Converter: {
       UConverter* converter = converterFor(entry);
       if (!converter || !icuEncode(converter, text, out)) return false;
@@ -425,6 +473,9 @@ bool decodeAppending(std::string_view bytes, StringEncoding encoding, std::u16st
       return decodeUTF8Appending(bytes, out);
     case Kind::Unicode16:
       return decodeUnicode16Appending(bytes, out);
+    case Kind::Latin10:
+      decodeLatin10Appending(bytes, out);
+      return true;
     case Kind::Converter: {
       UConverter* converter = converterFor(entry);
       return converter && icuDecodeAppending(converter, bytes, out);
