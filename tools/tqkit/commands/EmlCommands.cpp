@@ -104,9 +104,11 @@ std::vector<std::string> messagePaths(const std::vector<std::string>& arguments)
       continue;
     }
     std::vector<std::string> found;
-    for (auto it = fs::recursive_directory_iterator(argument, error);
+    for (auto it = fs::recursive_directory_iterator(argument, fs::directory_options::skip_permission_denied, error);
          !error && it != fs::recursive_directory_iterator(); it.increment(error)) {
-      if (it->is_regular_file(error) && it->path().extension() == ".eml") found.push_back(it->path().string());
+      // An entry that cannot be examined is passed over, not the whole walk.
+      std::error_code entryError;
+      if (it->is_regular_file(entryError) && it->path().extension() == ".eml") found.push_back(it->path().string());
     }
     if (error) throw FailureException{argument + ": " + error.message()};
     std::sort(found.begin(), found.end());
