@@ -212,6 +212,38 @@ TEST(OrderedDictionaryKeyValueCoding, ValueForKeyAsksObjectsKeyPathAsksPairs) {
   EXPECT_EQ(d->valueForKeyPath(*str("missing.x")), nullptr);
 }
 
+TEST(OrderedDictionaryKeyValueCoding, SetValueGoesToEveryObject) {
+  auto first = make<MutableDictionary>();
+  auto second = make<MutableDictionary>();
+  second->setObject(num(1), str("x"));
+  auto d = TQOrderedDictionary::withObjects(arr({first, second}), arr({str("a"), str("b")}));
+  d->setValue(num(5), *str("x"));
+  EXPECT_EQ(testing::joined(*d->valueForKey(*str("x"))), "5,5");
+  d->setValue(nullptr, *str("x"));
+  EXPECT_EQ(second->count(), 0u);
+  auto plain = TQOrderedDictionary::orderedDictionaryWithObject(num(1), str("a"));
+  EXPECT_EQ(raisedBy([&] { plain->setValue(num(2), *str("x")); }).name(), ExceptionName::UnrecognizedMessage);
+}
+
+TEST(OrderedDictionaryKeyValueCoding, SetValueForKeyPathWritesThroughTheMapAlone) {
+  auto inner = make<MutableDictionary>();
+  auto d = TQOrderedDictionary::withObjects(arr({inner, num(2)}), arr({str("in"), str("b")}));
+  d->setValueForKeyPath(num(42), *str("in.x"));
+  EXPECT_TRUE(isEqual(inner->objectForKey("x"), num(42)));
+  // A one-key path changes the map but not the lists: lookups by key and by
+  // index disagree from then on.
+  d->setValueForKeyPath(num(9), *str("b"));
+  EXPECT_TRUE(isEqual(d->objectForKey(str("b")), num(9)));
+  EXPECT_TRUE(isEqual(d->objectAtIndex(1), num(2)));
+  d->setValueForKeyPath(num(3), *str("new"));
+  EXPECT_TRUE(isEqual(d->objectForKey(str("new")), num(3)));
+  EXPECT_EQ(keysOf(*d), "in,b");
+  d->setValueForKeyPath(nullptr, *str("b"));
+  EXPECT_EQ(d->objectForKey(str("b")), nullptr);
+  EXPECT_EQ(d->count(), 2u);
+  EXPECT_FALSE(testing::isConsistent(*d));
+}
+
 // --- Descriptions -------------------------------------------------------------------------
 
 class LocaleOnly : public Object, public LocalizedDescribing {

@@ -18,10 +18,10 @@
 // through `make<TQOrderedDictionary>()`. The mutable subclass redeclares the
 // same statics so that they answer the mutable class.
 //
-// Key-value coding: `valueForKey` asks every object (as a list does) and
-// `valueForKeyPath` walks the key path from the key -> object map. Setting values
-// through key-value coding and key-value observing are not offered: the
-// platform layer has no observation machinery.
+// Key-value coding: `valueForKey` and `setValue` go to every object (as on a
+// list); `valueForKeyPath` and `setValueForKeyPath` walk the key path from the
+// key -> object map. Key-value observing is not offered: the platform layer
+// has no observation machinery.
 
 #include <functional>
 #include <string>
@@ -279,6 +279,14 @@ class TQOrderedDictionary : public Object, public Coding, public LocalizedDescri
   Ref<Array> valueForKey(const String& key) const { return objects_->valueForKey(key); }
   /// Dot-separated keys, starting from the key -> object map.
   Id valueForKeyPath(const String& keyPath) const;
+  /// Sets the value at `key` of every object (each must be a mutable
+  /// dictionary or a list of them).
+  void setValue(const Id& value, const String& key) { setValueForKey(objects_, value, key); }
+  /// Sets through the key -> object map. A one-key path stores into the map
+  /// alone (nil removes from it) and leaves the key and object lists as they
+  /// are, so the dictionary's lookups and its order then disagree; longer
+  /// paths set the value inside the object found by the path's head.
+  void setValueForKeyPath(const Id& value, const String& keyPath) { tq::setValueForKeyPath(pairs_, value, keyPath); }
 
   // Equality of contents, in order (isEqual stays identity).
   bool isEqualToOrderedDictionary(const TQOrderedDictionary& other) const;

@@ -59,4 +59,34 @@ Id valueForKey(const Id& object, const String& key) {
         "for the key " + key.utf8() + ".");
 }
 
+void setValueForKey(const Id& object, const Id& value, const String& key) {
+  if (!object) return;
+  if (auto map = cast<MutableDictionary>(object)) {
+    Id copiedKey = String::fromUTF16(key.utf16());
+    if (value) {
+      map->setObject(value, copiedKey);
+    } else {
+      map->removeObjectForKey(copiedKey);
+    }
+    return;
+  }
+  if (auto list = cast<Array>(object)) {
+    // A snapshot: an element may be the list itself or change it.
+    Array::Storage elements = list->storage();
+    for (const Id& element : elements) setValueForKey(element, value, key);
+    return;
+  }
+  raise(ExceptionName::UnrecognizedMessage,
+        "[<" + object->className() + "> setValue:forUndefinedKey:]: this class is not key value coding-compliant "
+        "for the key " + key.utf8() + ".");
+}
+
+void setValueForKeyPath(const Id& object, const Id& value, const String& keyPath) {
+  const std::u16string& units = keyPath.utf16();
+  std::size_t dot = units.find(u'.');
+  if (dot == std::u16string::npos) return setValueForKey(object, value, keyPath);
+  Id next = valueForKey(object, *String::fromUTF16(units.substr(0, dot)));
+  setValueForKeyPath(next, value, *String::fromUTF16(units.substr(dot + 1)));
+}
+
 }  // namespace tq

@@ -84,5 +84,12 @@ ComparisonResult compareWithDescriptors(const Id& a, const Id& b,
 /// The value at `key` of an object: a dictionary's object for the key, an
 /// array's values of its elements, otherwise the unrecognised message.
 Id valueForKey(const Id& object, const String& key);
+/// Sets the value at `key` of an object: a mutable dictionary stores it (nil
+/// removes the key), an array passes it to each element, nil ignores it;
+/// anything else raises the unrecognised message.
+void setValueForKey(const Id& object, const Id& value, const String& key);
+/// Follows the dot-separated path with `valueForKey` up to its last key and
+/// sets that one with `setValueForKey`.
+void setValueForKeyPath(const Id& object, const Id& value, const String& keyPath);
 
 }  // namespace tq
