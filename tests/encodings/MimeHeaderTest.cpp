@@ -86,6 +86,16 @@ TEST_F(MimeHeaderLogTest, AFailedConversionBetweenCharsetsIsLoggedWithTheHeader)
   EXPECT_EQ(decode(header), "ok");
   ASSERT_EQ(logged.size(), 1u);
   EXPECT_EQ(logged[0], "problem decoding MimeString: " + header);
+  // Every further failure in the same value would repeat the same text: it
+  // is logged once per value.
+  logged.clear();
+  std::string failing;
+  for (int i = 0; i < 3000; ++i) failing += "=?utf-8?Q?=FF?= =?iso-8859-1?Q?a?= ";
+  EXPECT_EQ(decode(failing), std::string(3000, 'a'));
+  ASSERT_EQ(logged.size(), 1u);
+  EXPECT_EQ(logged[0], "problem decoding MimeString: " + failing);
+  EXPECT_EQ(decode(header), "ok");
+  EXPECT_EQ(logged.size(), 2u);
   // The final flush fails silently.
   logged.clear();
   EXPECT_EQ(decode("x =?utf-8?Q?=FF?="), "x ");

@@ -112,8 +112,12 @@ class PendingBytes {
 
   void merge(const std::string& bytes, StringEncoding charset, std::u16string& result, const String& header) {
     if (charset_ != NoStringEncoding && charset_ != charset) {
-      if (!Charset::decodeAppending(bytes_, charset_, result)) {
+      // The message carries the whole value, so a second failure in the same
+      // value would repeat it word for word; logging it once keeps a hostile
+      // value of thousands of failing words from writing gigabytes.
+      if (!Charset::decodeAppending(bytes_, charset_, result) && !loggedFailure_) {
         MimeEncodingDetail::platformLog("problem decoding MimeString: " + header.utf8());
+        loggedFailure_ = true;
       }
       bytes_.clear();
     }
@@ -124,6 +128,7 @@ class PendingBytes {
  private:
   std::string bytes_;
   StringEncoding charset_ = NoStringEncoding;
+  bool loggedFailure_ = false;
 };
 
 // A NUL byte inside a display name hides the rest of it from some readers
