@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <map>
 #include <set>
 #include <string>
 
@@ -36,6 +38,59 @@ TEST(HTMLEntityTables, SizesOrderAndMembership) {
   for (const char* gone : {"&quot;", "&apos;", "&lt;", "&gt;"}) EXPECT_FALSE(contentNames.count(gone)) << gone;
   EXPECT_EQ(std::string(unicodeHTMLContentEscapeMap().front().escapeSequence), "&nbsp;");
   EXPECT_EQ(std::string(unicodeHTMLEscapeMap().back().escapeSequence), "&euro;");
+}
+
+std::string namesOf(std::span<const HTMLEscapeMap> table) {
+  std::string names;
+  for (const auto& entry : table) {
+    std::string_view sequence(entry.escapeSequence);
+    names += std::string(sequence.substr(1, sequence.size() - 2)) + " ";
+  }
+  return names;
+}
+
+TEST(HTMLEntityTables, EntriesAreExactlyTheStoredFormat) {
+  // The escaped texts are stored and compared by the add-ons: every name, in
+  // this order, and the tables derived from the full one.
+  const std::string full =
+      "quot amp apos lt gt nbsp iexcl cent pound curren yen brvbar sect uml copy ordf laquo not shy reg "
+      "macr deg plusmn sup2 sup3 acute micro para middot cedil sup1 ordm raquo frac14 frac12 frac34 iquest "
+      "Agrave Aacute Acirc Atilde Auml Aring AElig Ccedil Egrave Eacute Ecirc Euml Igrave Iacute Icirc "
+      "Iuml ETH Ntilde Ograve Oacute Ocirc Otilde Ouml times Oslash Ugrave Uacute Ucirc Uuml Yacute THORN "
+      "szlig agrave aacute acirc atilde auml aring aelig ccedil egrave eacute ecirc euml igrave iacute "
+      "icirc iuml eth ntilde ograve oacute ocirc otilde ouml divide oslash ugrave uacute ucirc uuml yacute "
+      "thorn yuml OElig oelig Scaron scaron Yuml fnof circ tilde Alpha Beta Gamma Delta Epsilon Zeta Eta "
+      "Theta Iota Kappa Lambda Mu Nu Xi Omicron Pi Rho Sigma Tau Upsilon Phi Chi Psi Omega alpha beta "
+      "gamma delta epsilon zeta eta theta iota kappa lambda mu nu xi omicron pi rho sigmaf sigma tau "
+      "upsilon phi chi psi omega thetasym upsih piv ensp emsp thinsp zwnj zwj lrm rlm ndash mdash lsquo "
+      "rsquo sbquo ldquo rdquo bdquo dagger Dagger bull hellip permil prime Prime lsaquo rsaquo oline "
+      "frasl euro image weierp real trade alefsym larr uarr rarr darr harr crarr lArr uArr rArr dArr hArr "
+      "forall part exist empty nabla isin notin ni prod sum minus lowast radic prop infin ang and or cap "
+      "cup int there4 sim cong asymp ne equiv le ge sub sup nsub sube supe oplus otimes perp sdot lceil "
+      "rceil lfloor rfloor lang rang loz spades clubs hearts diams ";
+  EXPECT_EQ(namesOf(asciiHTMLEscapeMap()), full);
+  std::string content = full;
+  for (const char* gone : {"quot ", "apos ", "lt ", "gt "}) content.erase(content.find(gone), std::strlen(gone));
+  EXPECT_EQ(namesOf(asciiHTMLContentEscapeMap()), content);
+  const std::string typographic =
+      "OElig oelig Scaron scaron Yuml circ tilde ensp emsp thinsp zwnj zwj lrm rlm ndash mdash lsquo rsquo sbquo "
+      "ldquo rdquo bdquo dagger Dagger permil lsaquo rsaquo euro ";
+  EXPECT_EQ(namesOf(unicodeHTMLEscapeMap()), "quot amp apos lt gt " + typographic);
+  EXPECT_EQ(namesOf(unicodeHTMLContentEscapeMap()), "nbsp " + typographic);
+  // Every table agrees with the full one on each entity's character.
+  std::map<std::string, char16_t> characters;
+  for (const auto& entry : asciiHTMLEscapeMap()) characters[entry.escapeSequence] = entry.uchar;
+  for (auto table : {asciiHTMLContentEscapeMap(), unicodeHTMLEscapeMap(), unicodeHTMLContentEscapeMap()}) {
+    for (const auto& entry : table) EXPECT_EQ(characters.at(entry.escapeSequence), entry.uchar) << entry.escapeSequence;
+  }
+  EXPECT_EQ(characters.at("&apos;"), 39);
+  EXPECT_EQ(characters.at("&nbsp;"), 160);
+  EXPECT_EQ(characters.at("&Yuml;"), 376);
+  EXPECT_EQ(characters.at("&sigmaf;"), 962);
+  EXPECT_EQ(characters.at("&thetasym;"), 977);
+  EXPECT_EQ(characters.at("&euro;"), 8364);
+  EXPECT_EQ(characters.at("&lang;"), 9001);
+  EXPECT_EQ(characters.at("&loz;"), 9674);
 }
 
 TEST(HTMLEscaping, MarkupTableLeavesNonASCIIAlone) {

@@ -62,7 +62,7 @@ TEST(MimeHeaderTest, BrokenWordsAreDropped) {
   EXPECT_EQ(decode("a =?utf-8?Q?b"), "a ");
   EXPECT_EQ(decode("a =?utf-8?X?b?= c"), "a X?b?= c");  // goes on after "utf-8?"
   EXPECT_EQ(decode("x=??Q?a?=y"), "x?Q?a?=y");
-  EXPECT_EQ(decode("=?utf-8?Q?" "?= z"), "?= z");
+  EXPECT_EQ(decode("=?utf-8?Q?\?= z"), "?= z");
   EXPECT_EQ(decode("=?utf-8"), "");
   // Well-formed words that do not decode contribute nothing.
   EXPECT_EQ(decode("a =?x-unknown?Q?b?= c"), "a  c");

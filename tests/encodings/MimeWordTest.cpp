@@ -175,7 +175,7 @@ TEST(MimeWordDecoderTest, BWordsIgnoreStrayCharacters) {
 TEST(MimeWordDecoderTest, MalformedWordsGiveNil) {
   for (const char* word :
        {"=?utf-8?Q?a=4?=", "=?utf-8?Q?a=4G?=", "=?utf-8?Q?a=?=", "=?x-unknown?Q?a?=", "=?utf-8?X?a?=", "=?utf-8?Q?=",
-        "=?utf-8*en?Q?a?=", "utf-8?Q?a?=", "=?utf-8?Q?a", "=?utf-8?Q?", "=?" "?=", "=?=", "=?abc?=", "=?utf-8?QQa?="}) {
+        "=?utf-8*en?Q?a?=", "utf-8?Q?a?=", "=?utf-8?Q?a", "=?utf-8?Q?", "=?\?=", "=?=", "=?abc?=", "=?utf-8?QQa?="}) {
     EXPECT_EQ(dataForMimeEncodedWord(*str(word)), nullptr) << word;
     EXPECT_EQ(stringWithMimeEncodedWord(*str(word)), nullptr) << word;
   }
