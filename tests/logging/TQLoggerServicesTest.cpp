@@ -58,6 +58,29 @@ TEST_F(TQLoggerFollowTest, DelegateReceivesAppendedTextOnTheMainThread) {
   EXPECT_EQ(follower->calls, calls);
 }
 
+TEST_F(TQLoggerFollowTest, ALineStillBeingWrittenWaitsForItsEnd) {
+  RunLoop::main().drain();
+  auto follower = std::make_shared<Follower>();
+  logger_->setDelegate(follower);
+  // Another writer's line arriving in two pieces, the cut inside a character.
+  std::string line = "2024-05-02 09:15:03.120: caf\xC3\xA9 au lait\n";
+  std::size_t cut = line.find('\xC3') + 1;
+  {
+    std::ofstream out(path_, std::ios::app | std::ios::binary);
+    out << line.substr(0, cut);
+  }
+  RunLoop::main().runFor(0.2);
+  EXPECT_EQ(follower->calls, 0) << follower->text;
+  {
+    std::ofstream out(path_, std::ios::app | std::ios::binary);
+    out << line.substr(cut);
+  }
+  ASSERT_TRUE(RunLoop::main().runUntil([&] { return follower->calls > 0; }, 5));
+  EXPECT_EQ(follower->text, line);
+  EXPECT_EQ(follower->calls, 1);
+  logger_->setDelegate({});
+}
+
 TEST_F(TQLoggerFollowTest, DelegateWithoutTheMethodIsNotCalled) {
   auto follower = std::make_shared<SilentFollower>();
   logger_->setDelegate(follower);

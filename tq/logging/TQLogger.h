@@ -174,6 +174,9 @@ class TQLogger : public Object {
   std::weak_ptr<TQLoggerDelegate> delegate_;
   int readFd_ = -1;
   DispatchSourceRef readSource_;
+  // The follower's reads, and the end of a line still being written.
+  std::mutex followMutex_;
+  std::string unfinishedLine_;
 };
 
 /// Formats printf-style into a string.

@@ -34,12 +34,19 @@ class LogFileReader {
     if (fd_ >= 0) ::close(fd_);
   }
 
+  // The whole file, a last line without its line break included (a file
+  // that is not growing may simply end that way).
   std::string readAll() {
     reopen();
-    return readNew();
+    std::string text = readNew();
+    text += unfinished_;
+    unfinished_.clear();
+    return text;
   }
 
-  // Text appended since the last read; `restarted` tells of a new file.
+  // Whole lines appended since the last read; `restarted` tells of a new
+  // file. A read can overtake a write in progress: the end of a line not yet
+  // written in full waits for the next read.
   std::string readNew(bool* restarted = nullptr) {
     struct stat byPath {};
     if (::stat(path_.c_str(), &byPath) == 0 && (fd_ < 0 || byPath.st_ino != inode_)) {
@@ -47,10 +54,15 @@ class LogFileReader {
       if (restarted) *restarted = true;
     }
     if (fd_ < 0) return std::string();
-    std::string text;
+    std::string text = std::move(unfinished_);
+    unfinished_.clear();
     char buffer[65536];
     ssize_t n;
     while ((n = ::read(fd_, buffer, sizeof buffer)) > 0) text.append(buffer, std::size_t(n));
+    std::size_t lastBreak = text.rfind('\n');
+    std::size_t complete = lastBreak == std::string::npos ? 0 : lastBreak + 1;
+    unfinished_.assign(text, complete, std::string::npos);
+    text.resize(complete);
     return text;
   }
 
@@ -58,6 +70,7 @@ class LogFileReader {
 
  private:
   void reopen() {
+    unfinished_.clear();
     if (fd_ >= 0) ::close(fd_);
     fd_ = ::open(path_.c_str(), O_RDONLY | O_CLOEXEC);
     struct stat st {};
@@ -67,6 +80,7 @@ class LogFileReader {
   std::string path_;
   int fd_ = -1;
   ino_t inode_ = 0;
+  std::string unfinished_;
 };
 
 void writeOut(const std::string& text) {
