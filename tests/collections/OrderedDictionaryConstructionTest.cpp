@@ -138,6 +138,35 @@ TEST(OrderedDictionaryArchiving, RoundTripKeepsOrderAndClass) {
   EXPECT_EQ(frozenBack->className(), "TQOrderedDictionary");
 }
 
+TEST(OrderedDictionaryArchiving, ListsUnderTheirKeysAndTheClassChainInTheArchive) {
+  auto d = TQMutableOrderedDictionary::orderedDictionaryWithObject(num(1), str("k"));
+  Ref<Data> archive = KeyedArchiver::archivedDataWithRootObject(d);
+  ASSERT_TRUE(archive);
+  auto plist = cast<Dictionary>(PropertyList::read(std::string_view(
+      reinterpret_cast<const char*>(archive->bytes()), archive->length())));
+  ASSERT_TRUE(plist);
+  auto objects = cast<Array>(plist->objectForKey("$objects"));
+  ASSERT_TRUE(objects);
+  auto entryAt = [&](const Id& reference) {
+    auto uid = cast<PropertyListUID>(reference);
+    return uid ? cast<Dictionary>(objects->objectAtIndex(uid->value())) : nullptr;
+  };
+  auto root = entryAt(cast<Dictionary>(plist->objectForKey("$top"))->objectForKey("root"));
+  ASSERT_TRUE(root);
+  EXPECT_EQ(root->count(), 3u) << describeUTF8(root);  // $class and the two lists
+  auto objectList = entryAt(root->objectForKey("NSODObjects"));
+  auto keyList = entryAt(root->objectForKey("NSODKeys"));
+  ASSERT_TRUE(objectList && keyList);
+  EXPECT_TRUE(isEqual(objects->objectAtIndex(cast<PropertyListUID>(
+                          cast<Array>(keyList->objectForKey("NS.objects"))->objectAtIndex(0))->value()),
+                      str("k")));
+  auto rootClass = entryAt(root->objectForKey("$class"));
+  ASSERT_TRUE(rootClass);
+  EXPECT_TRUE(isEqual(rootClass->objectForKey("$classname"), str("TQMutableOrderedDictionary")));
+  EXPECT_EQ(testing::joined(*cast<Array>(rootClass->objectForKey("$classes"))),
+            "TQMutableOrderedDictionary,TQOrderedDictionary,NSObject");
+}
+
 class OrderedDictionaryFiles : public ::testing::Test {
  protected:
   void SetUp() override {

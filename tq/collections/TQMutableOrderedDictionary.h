@@ -46,6 +46,7 @@ class TQMutableOrderedDictionary : public TQOrderedDictionary {
 
   std::string className() const override { return "TQMutableOrderedDictionary"; }
   std::string archiveClassName() const override { return "TQMutableOrderedDictionary"; }
+  std::vector<std::string> archiveSuperclassNames() const override { return {"TQOrderedDictionary"}; }
 
   // Adding at the end; an existing key moves to the end.
   void addObject(const Id& object, const Id& key);

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "tq/platform/Data.h"
 #include "tq/platform/Error.h"
@@ -28,6 +29,10 @@ class Coding {
   virtual ~Coding() = default;
   /// The class name written into the archive ("$classname").
   virtual std::string archiveClassName() const = 0;
+  /// The archived superclasses, nearest first, that "$classes" lists after
+  /// the class itself (the root class is added by the archiver). A reader
+  /// that does not know the class decodes the nearest one it knows.
+  virtual std::vector<std::string> archiveSuperclassNames() const { return {}; }
   virtual void encodeWithCoder(KeyedArchiver& coder) const = 0;
 };
 

@@ -88,7 +88,10 @@ void ArchiveWriter::encodeContents(const Object& object, MutableDictionary& entr
   if (const auto* coding = dynamic_cast<const Coding*>(&object)) {
     std::string name = coding->archiveClassName();
     coding->encodeWithCoder(*this);
-    entry.setObject(uid(classReference(name, {name, RootClass})), str(ClassKey));
+    std::vector<std::string> chain{name};
+    for (std::string& ancestor : coding->archiveSuperclassNames()) chain.push_back(std::move(ancestor));
+    chain.emplace_back(RootClass);
+    entry.setObject(uid(classReference(name, std::move(chain))), str(ClassKey));
   } else if (const auto* array = dynamic_cast<const Array*>(&object)) {
     entry.setObject(make<Array>(references(array->storage())), str(ObjectsField));
     if (isKindOf<MutableArray>(&object))
