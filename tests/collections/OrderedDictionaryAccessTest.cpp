@@ -169,6 +169,32 @@ TEST(OrderedDictionaryEnumeration, RangeForAndEnumeratorsFollowTheOrder) {
   EXPECT_EQ(testing::joined(*d->reverseObjectEnumerator()->allObjects()), "3,2,1");
 }
 
+TEST(OrderedDictionaryEnumeration, RangeForRaisesWhenEntriesComeOrGoDuringTheWalk) {
+  auto d = lettered(4);
+  Exception e = raisedBy([&] {
+    for (const Id& key : *d) d->removeEntryWithKey(key);
+  });
+  EXPECT_EQ(e.name(), ExceptionName::Generic);
+  EXPECT_NE(e.reason().find("was mutated while being enumerated"), std::string::npos) << e.reason();
+  EXPECT_EQ(keysOf(*d), "b,c,d");  // the first removal happened
+  EXPECT_EQ(raisedBy([&] {
+              for (const Id& key : *d) d->addObject(num(0), str(describeUTF8(key) + "2"));
+            }).name(),
+            ExceptionName::Generic);
+  EXPECT_EQ(raisedBy([&] {
+              for ([[maybe_unused]] const Id& key : *d) d->sortEntriesByKeysUsingSelector(compareSelector);
+            }).name(),
+            ExceptionName::Generic);
+  // Replacing objects in place leaves the walk alone.
+  std::string walked;
+  for (const Id& key : *d) {
+    d->setObject(num(7), key);
+    walked += describeUTF8(key);
+  }
+  EXPECT_EQ(walked, "bb2cd");
+  EXPECT_EQ(objectsOf(*d), "7,7,7,7");
+}
+
 TEST(OrderedDictionaryEnumeration, EntryEnumeratorIsASnapshot) {
   auto d = lettered(2);
   Ref<Enumerator> entries = d->entryEnumerator();

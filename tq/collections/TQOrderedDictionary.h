@@ -23,7 +23,9 @@
 // key -> object map. Key-value observing is not offered: the platform layer
 // has no observation machinery.
 
+#include <cstddef>
 #include <functional>
+#include <iterator>
 #include <string>
 
 #include "tq/platform/Array.h"
@@ -215,9 +217,52 @@ class TQOrderedDictionary : public Object, public Coding, public LocalizedDescri
   /// Always nil (see the definition).
   Ref<Dictionary> firstEntryInCommonWithOrderedDictionary(const TQOrderedDictionary& other) const;
 
-  // Enumeration. Range-for walks the keys, as a dictionary does.
-  Array::Storage::const_iterator begin() const { return keys_->begin(); }
-  Array::Storage::const_iterator end() const { return keys_->end(); }
+  /// Range-for walks the keys, as a dictionary does. Adding or removing
+  /// entries, or sorting or filtering them, during the walk raises the
+  /// generic failure "... was mutated while being enumerated." at the next
+  /// step rather than reading storage that has moved.
+  class KeyIterator {
+   public:
+    using iterator_category = std::forward_iterator_tag;
+    using value_type = Id;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const Id*;
+    using reference = const Id&;
+
+    KeyIterator() = default;
+    KeyIterator(const TQOrderedDictionary* owner, Index index)
+        : owner_(owner), keys_(owner->keys_.get()), count_(keys_->count()), index_(index) {}
+    reference operator*() const {
+      checkUnchanged();
+      return keys_->storage()[index_];
+    }
+    pointer operator->() const { return &**this; }
+    KeyIterator& operator++() {
+      ++index_;
+      return *this;
+    }
+    KeyIterator operator++(int) {
+      KeyIterator before = *this;
+      ++index_;
+      return before;
+    }
+    bool operator==(const KeyIterator& other) const {
+      checkUnchanged();
+      return index_ == other.index_;
+    }
+
+   private:
+    void checkUnchanged() const;
+
+    const TQOrderedDictionary* owner_ = nullptr;
+    const MutableArray* keys_ = nullptr;
+    Index count_ = 0;
+    Index index_ = 0;
+  };
+
+  // Enumeration.
+  KeyIterator begin() const { return KeyIterator(this, 0); }
+  KeyIterator end() const { return KeyIterator(this, keys_->count()); }
   Ref<Enumerator> objectEnumerator() const { return objects_->objectEnumerator(); }
   Ref<Enumerator> keyEnumerator() const { return keys_->objectEnumerator(); }
   Ref<Enumerator> reverseObjectEnumerator() const { return objects_->reverseObjectEnumerator(); }

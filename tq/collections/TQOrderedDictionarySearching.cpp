@@ -2,6 +2,7 @@
 // dictionary.
 
 #include <cstdint>
+#include <cstdio>
 
 #include "tq/collections/TQOrderedDictionary.h"
 #include "tq/platform/Exception.h"
@@ -88,6 +89,14 @@ Ref<Dictionary> TQOrderedDictionary::firstEntryInCommonWithOrderedDictionary(con
 }
 
 // --- Enumeration --------------------------------------------------------------
+
+void TQOrderedDictionary::KeyIterator::checkUnchanged() const {
+  if (!owner_ || (owner_->keys_.get() == keys_ && keys_->count() == count_)) return;
+  char address[32];
+  std::snprintf(address, sizeof address, "%p", static_cast<const void*>(owner_));
+  raise(ExceptionName::Generic, "*** Collection <" + owner_->className() + ": " + address +
+                                    "> was mutated while being enumerated.");
+}
 
 Ref<Enumerator> TQOrderedDictionary::entryEnumerator() const {
   Array::Storage snapshot;
