@@ -207,6 +207,9 @@ TEST(XMLPropertyListReader, ControlCharactersInStringsReadBackAsWritten) {
   ASSERT_TRUE(kept);
   EXPECT_EQ(kept->utf16(), u"\uFDD1");
   EXPECT_EQ(PropertyList::read(document("<string>\xEF\xB7\x91\x01</string>\n")), nullptr);
+  auto referenced = cast<String>(PropertyList::read(document("<string>&#xFDD1;\r\n&#65007;</string>\n")));
+  ASSERT_TRUE(referenced);
+  EXPECT_EQ(referenced->utf16(), u"\uFDD1\n\uFDEF");
 }
 
 TEST(XMLPropertyListWriter, SortsKeysByCodeUnits) {

@@ -4,6 +4,7 @@
 
 #include <expat.h>
 
+#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <string>
@@ -75,6 +76,23 @@ bool mayCarry(std::string_view bytes) {
   for (std::size_t at = bytes.find(char(CarrierLead)); at != std::string_view::npos;
        at = bytes.find(char(CarrierLead), at + 1)) {
     if (isCarrierAt(bytes, at)) return false;
+  }
+  // The noncharacters may also come in as character references.
+  for (std::size_t at = bytes.find("&#"); at != std::string_view::npos; at = bytes.find("&#", at + 2)) {
+    std::size_t digit = at + 2;
+    bool hex = digit < bytes.size() && (bytes[digit] == 'x' || bytes[digit] == 'X');
+    if (hex) ++digit;
+    std::uint64_t code = 0;
+    for (; digit < bytes.size() && code <= 0x10FFFF; ++digit) {
+      char c = bytes[digit];
+      int value = c >= '0' && c <= '9'                 ? c - '0'
+                  : hex && c >= 'a' && c <= 'f'       ? c - 'a' + 10
+                  : hex && c >= 'A' && c <= 'F'       ? c - 'A' + 10
+                                                      : -1;
+      if (value < 0) break;
+      code = code * (hex ? 16 : 10) + std::uint64_t(value);
+    }
+    if (code >= 0xFDD0 && code <= 0xFDEF) return false;
   }
   return true;
 }
