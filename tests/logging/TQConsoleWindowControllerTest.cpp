@@ -107,6 +107,14 @@ TEST_F(ConsoleModelTest, AppendedTextContinuesTheNumberingThroughTheFilter) {
   std::string text = controller_->displayText();
   EXPECT_NE(text.find("     4 : 2024-05-02 09:17:00.000: [Torvy_sync] more\n\t\t\tcontinued\n"), std::string::npos);
   EXPECT_EQ(text.find("unrelated"), std::string::npos);
+
+  // An entry whose lines arrive in two chunks is judged with all of them.
+  appendedView.clear();
+  controller_->loggerAppendedString(str("2024-05-02 09:17:02.000: [Torvy] refresh:3\n"));
+  EXPECT_EQ(appendedView, "");
+  controller_->loggerAppendedString(str("\t\tSync done\n\t\tin 2 s\n"));
+  EXPECT_EQ(appendedView, "     6 : 2024-05-02 09:17:02.000: [Torvy] refresh:3\n\t\t\tSync done\n\t\t\tin 2 s\n");
+  EXPECT_EQ(controller_->lineIdx(), 6u);
 }
 
 TEST(ConsoleModelLoggerTest, FollowsTheLoggersFile) {

@@ -136,10 +136,18 @@ std::vector<std::string> TQConsoleWindowController::walk(std::string_view text, 
       if (open) {
         current += "\n\t";
         current += line;
-      } else if (appending && lastEntryShown_ && !shown_.empty()) {
-        // The continuation of an entry shown by an earlier chunk.
-        shown_.back() += "\n\t" + std::string(line);
-        if (onAppend_) onAppend_("\t" + std::string(line) + "\n");
+      } else if (appending && !lastEntry_.empty()) {
+        // The continuation of the last entry of an earlier chunk (a read
+        // can end between an entry's lines). Shown already, it grows in
+        // place; hidden, it is taken up again and judged with its new lines.
+        if (lastEntryShown_ && !shown_.empty()) {
+          lastEntry_ += "\n\t" + std::string(line);
+          shown_.back() += "\n\t" + std::string(line);
+          if (onAppend_) onAppend_("\t" + std::string(line) + "\n");
+        } else {
+          current = lastEntry_ + "\n\t" + std::string(line);
+          open = true;
+        }
       }
       continue;
     }
@@ -149,10 +157,11 @@ std::vector<std::string> TQConsoleWindowController::walk(std::string_view text, 
     open = true;
   }
   // The last entry closes at the end of the text (of the chunk, when
-  // following: the logger writes whole lines, so entries do not straddle
-  // chunks, and a later continuation line is appended to it directly).
+  // following); it is remembered, kept or not, for continuation lines that
+  // come with the next chunk.
   if (open) {
     bool keep = keeps(current);
+    lastEntry_ = current;
     if (keep) kept.push_back(std::move(current));
     lastEntryShown_ = keep;
   }
@@ -166,6 +175,7 @@ void TQConsoleWindowController::updateConsoleDisplay() {
   if (text && displayStartIndex_ < text->length()) visible = text->substringFromIndex(displayStartIndex_)->utf8();
   lineIdx_ = 0;
   lastEntryShown_ = false;
+  lastEntry_.clear();
   shown_ = walk(visible, false);
   if (onReplace_) onReplace_(displayText());
 }

@@ -100,6 +100,7 @@ class TQConsoleWindowController : public Object, public TQLoggerDelegate {
   std::size_t lineIdx_ = 0;
   Filter filter_;
   std::vector<std::string> shown_;
+  std::string lastEntry_;  // the entry that ended the text so far, kept or not
   bool lastEntryShown_ = false;
   bool visible_ = true;
   std::function<void(const std::string&)> onReplace_;
