@@ -124,9 +124,10 @@ int show(Arguments& arguments) {
 
 int get(Arguments& arguments) {
   auto words = arguments.positionals(2, 2);
+  auto components = splitKeyPath(words[1]);  // a usage error whether or not the file exists
   tq::Id value = load(words[0], false).root;
   std::string path;
-  for (const std::string& component : splitKeyPath(words[1])) {
+  for (const std::string& component : components) {
     path += (path.empty() ? "" : ".") + component;
     value = child(value, component);
     if (!value) throw FailureException{"no value at \"" + path + "\" in " + words[0]};
@@ -145,6 +146,23 @@ tq::Id parseValue(const std::string& text) {
   return tq::str(text);
 }
 
+// Whether a JSON null stands somewhere inside the value (property lists have
+// no null; only a null given as the whole value means "remove").
+bool holdsNull(const tq::Id& value) {
+  if (tq::isKindOf<tq::Null>(value)) return true;
+  if (auto array = tq::cast<tq::Array>(value)) {
+    for (const tq::Id& element : *array) {
+      if (holdsNull(element)) return true;
+    }
+  }
+  if (auto dictionary = tq::cast<tq::Dictionary>(value)) {
+    for (const auto& entry : dictionary->entries()) {
+      if (holdsNull(entry.second)) return true;
+    }
+  }
+  return false;
+}
+
 // Stores (or, for nil, removes) a value in a mutable container.
 void store(const tq::Id& container, const std::string& component, const tq::Id& value, const std::string& path) {
   if (auto dictionary = tq::cast<tq::MutableDictionary>(container)) {
@@ -152,8 +170,12 @@ void store(const tq::Id& container, const std::string& component, const tq::Id& 
     return;
   }
   auto array = tq::cast<tq::MutableArray>(container);
+  if (!array) {
+    throw FailureException{"cannot set \"" + path + "\": the property list holds a " + container->className() +
+                           " there, not a dictionary or an array"};
+  }
   tq::Index index;
-  if (!array || !parseIndex(component, &index) || index > array->count()) {
+  if (!parseIndex(component, &index) || index > array->count()) {
     throw FailureException{"cannot set \"" + path + "\": no such dictionary key or array index"};
   }
   if (!value) {
@@ -170,7 +192,11 @@ int set(Arguments& arguments) {
   const std::string& file = words[0];
   auto components = splitKeyPath(words[1]);
   tq::Id value = parseValue(words[2]);
-  if (tq::isKindOf<tq::Null>(value)) value = nullptr;  // null removes the entry
+  if (tq::isKindOf<tq::Null>(value)) {
+    value = nullptr;  // null removes the entry
+  } else if (holdsNull(value)) {
+    throw FailureException{"cannot store a JSON null inside a value: property lists have no null"};
+  }
 
   LoadedPlist loaded;
   if (std::filesystem::exists(file)) {
