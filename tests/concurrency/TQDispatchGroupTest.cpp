@@ -128,6 +128,16 @@ TEST(CallStackTest, KeepsOnlyAddOnFramesAfterTheFirst) {
   EXPECT_EQ(TQcallStack()->count(), 0u) << "no add-on frames in this process";
 }
 
+TEST(CallStackTest, StackLinesTakeTheLayoutTheFilterExpects) {
+  using thread_helpers_detail::stackLine;
+  std::string addOn = stackLine(2, "/usr/lib/mail/libCorvina.so(_ZN4Sync3runEv+0x1c) [0x7f0000001234]");
+  EXPECT_EQ(addOn, "2   libCorvina.so                       0x00007f0000001234 Sync::run() + 28");
+  EXPECT_EQ(stackLine(0, "./host(+0x10) [0x55aa]"),
+            "0   host                                0x00000000000055aa ??? + 16");
+  // The frame number before the module is what lets an add-on frame match.
+  EXPECT_EQ(thread_helpers_detail::filterAddOnFrames({"0   self", addOn})->count(), 1u);
+}
+
 TEST(CatchExceptionTest, TurnsLibraryExceptionsIntoErrors) {
   Ref<Error> error;
   EXPECT_TRUE(catchException([] {}, &error));

@@ -1,7 +1,9 @@
 #include "tq/concurrency/ThreadHelpers.h"
 
+#include <cxxabi.h>
 #include <execinfo.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <mutex>
 #include <regex>
@@ -66,6 +68,42 @@ bool _tq_threadFlag(const Id& flag) {
 
 namespace thread_helpers_detail {
 
+std::string stackLine(std::size_t index, const std::string& backtraceSymbol) {
+  // "/path/module(symbol+0x1c) [0x7f0000001234]"; symbol and offset may be
+  // missing ("module(+0x1c)", "module() [...]").
+  std::string module = backtraceSymbol, symbol, offset, address;
+  std::size_t open = backtraceSymbol.find('(');
+  std::size_t close = backtraceSymbol.find(')', open == std::string::npos ? 0 : open);
+  if (open != std::string::npos && close != std::string::npos) {
+    module = backtraceSymbol.substr(0, open);
+    std::string inside = backtraceSymbol.substr(open + 1, close - open - 1);
+    std::size_t plus = inside.rfind('+');
+    symbol = inside.substr(0, plus);
+    if (plus != std::string::npos) offset = inside.substr(plus + 1);
+  }
+  std::size_t bracket = backtraceSymbol.rfind('[');
+  if (bracket != std::string::npos) {
+    std::size_t end = backtraceSymbol.find(']', bracket);
+    address = backtraceSymbol.substr(bracket + 1, end == std::string::npos ? std::string::npos : end - bracket - 1);
+  } else if (module == backtraceSymbol) {
+    module = backtraceSymbol.substr(0, backtraceSymbol.find(' '));
+  }
+  if (std::size_t slash = module.rfind('/'); slash != std::string::npos) module.erase(0, slash + 1);
+
+  std::string name = symbol.empty() ? std::string("???") : symbol;
+  if (!symbol.empty()) {
+    int status = 0;
+    char* demangled = abi::__cxa_demangle(symbol.c_str(), nullptr, nullptr, &status);
+    if (status == 0 && demangled) name = demangled;
+    std::free(demangled);
+  }
+  unsigned long long addressValue = std::strtoull(address.c_str(), nullptr, 16);
+  unsigned long long offsetValue = offset.empty() ? 0 : std::strtoull(offset.c_str(), nullptr, 16);
+  char head[96];
+  std::snprintf(head, sizeof head, "%-4zu%-36s0x%016llx ", index, module.c_str(), addressValue);
+  return head + name + " + " + std::to_string(offsetValue);
+}
+
 std::vector<std::string> currentStackLines() {
   void* frames[128];
   int count = ::backtrace(frames, 128);
@@ -73,7 +111,7 @@ std::vector<std::string> currentStackLines() {
   char** symbols = ::backtrace_symbols(frames, count);
   if (!symbols) return lines;
   lines.reserve(count);
-  for (int i = 0; i < count; ++i) lines.emplace_back(symbols[i]);
+  for (int i = 0; i < count; ++i) lines.push_back(stackLine(std::size_t(i), symbols[i]));
   std::free(symbols);
   return lines;
 }

@@ -43,8 +43,14 @@ Ref<String> debugLogKey(const Object& object);
 bool catchException(const std::function<void()>& body, Ref<Error>* error);
 
 namespace thread_helpers_detail {
-/// The stack lines as `backtrace_symbols` renders them, innermost first.
+/// The calling thread's stack, innermost first, one line per frame in the
+/// customary layout "N   module   0xADDRESS symbol + offset" (the layout the
+/// add-on filter of `TQcallStack` is written for).
 std::vector<std::string> currentStackLines();
+/// One `backtrace_symbols` line ("path(symbol+0xoff) [0xaddress]") in that
+/// layout, as frame `index`; the symbol demangled where possible, "???"
+/// when there is none.
+std::string stackLine(std::size_t index, const std::string& backtraceSymbol);
 /// The filter of `TQcallStack` applied to given lines (first line dropped
 /// when there are at least two).
 Ref<Array> filterAddOnFrames(const std::vector<std::string>& lines);
