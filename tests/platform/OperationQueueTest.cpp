@@ -199,6 +199,18 @@ TEST(OperationQueueTest, MainQueueOperationsRunOnTheMainThreadWhenDrained) {
   EXPECT_EQ(current, OperationQueue::mainQueue());
 }
 
+TEST(OperationQueueTest, MainQueueGoesOnAfterAnOperationRaises) {
+  RunLoop::main().drain();
+  auto failing = op([] { raise(ExceptionName::InternalInconsistency, "failed on main"); });
+  std::atomic<bool> nextRan{false};
+  auto next = op([&] { nextRan = true; });
+  OperationQueue::mainQueue()->addOperation(failing);
+  OperationQueue::mainQueue()->addOperation(next);
+  EXPECT_THROW(RunLoop::main().drain(), Exception) << "the host's drain sees the exception";
+  EXPECT_TRUE(RunLoop::main().runUntil([&] { return next->isFinished(); }, 5));
+  EXPECT_TRUE(nextRan.load());
+}
+
 TEST(OperationQueueTest, ReleasedQueueFinishesTheRunningOperation) {
   DispatchSemaphore started, release;
   std::atomic<bool> finished{false};

@@ -4,7 +4,9 @@
 
 #include <atomic>
 #include <chrono>
+#include <stdexcept>
 #include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -60,6 +62,20 @@ TEST_F(RunLoopTest, WorkQueuedDuringADrainWaitsForTheNextOne) {
   EXPECT_TRUE(readable(loop.fileDescriptor()));
   EXPECT_EQ(loop.drain(), 1u);
   EXPECT_EQ(second, 2);
+}
+
+TEST_F(RunLoopTest, WorkThatRaisesEndsTheDrainAndKeepsTheRestQueued) {
+  auto& loop = RunLoop::main();
+  std::vector<int> ran;
+  loop.perform([&] { ran.push_back(1); });
+  loop.perform([] { throw std::runtime_error("host sees this"); });
+  loop.perform([&] { ran.push_back(3); });
+  loop.perform([&] { ran.push_back(4); });
+  EXPECT_THROW(loop.drain(), std::runtime_error);
+  EXPECT_EQ(ran, (std::vector<int>{1}));
+  EXPECT_TRUE(readable(loop.fileDescriptor()));
+  EXPECT_EQ(loop.drain(), 2u);
+  EXPECT_EQ(ran, (std::vector<int>{1, 3, 4}));
 }
 
 TEST_F(RunLoopTest, RunUntilStopsAtTheConditionOrTheDeadline) {

@@ -216,11 +216,17 @@ void OperationQueue::runOperation(Ref<Operation> operation) {
   auto self = selfAs<OperationQueue>();
   if (main_) {
     RunLoop::main().perform([self, operation] {
-      {
-        CurrentOperationQueueScope scope(self.get());
-        operation->start();
-      }
-      if (auto next = self->operationDidFinish(operation)) self->runOperation(std::move(next));
+      // An operation that raises (the exception reaches the host's drain)
+      // still frees its slot, so the main queue goes on with the others.
+      struct Release {
+        const Ref<OperationQueue>& queue;
+        const Ref<Operation>& operation;
+        ~Release() {
+          if (auto next = queue->operationDidFinish(operation)) queue->runOperation(std::move(next));
+        }
+      } release{self, operation};
+      CurrentOperationQueueScope scope(self.get());
+      operation->start();
     });
     return;
   }

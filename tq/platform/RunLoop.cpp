@@ -49,9 +49,28 @@ std::size_t RunLoop::drain() {
     (void)readBytes;
     batch.swap(queue_);
   }
-  for (auto& work : batch) {
-    work();
-    work = nullptr;
+  for (std::size_t i = 0; i < batch.size(); ++i) {
+    try {
+      batch[i]();
+    } catch (...) {
+      // The work that raised has run; what followed it goes back to the
+      // front of the queue, in order, for the next drain, and the host sees
+      // the exception.
+      bool wake;
+      {
+        std::lock_guard lock(mutex_);
+        queue_.insert(queue_.begin(), std::make_move_iterator(batch.begin() + std::ptrdiff_t(i) + 1),
+                      std::make_move_iterator(batch.end()));
+        wake = !queue_.empty();
+      }
+      if (wake) {
+        std::uint64_t one = 1;
+        ssize_t written = ::write(eventFd_, &one, sizeof one);
+        (void)written;
+      }
+      throw;
+    }
+    batch[i] = nullptr;
   }
   return batch.size();
 }

@@ -26,6 +26,8 @@ class RunLoop {
   int fileDescriptor() const { return eventFd_; }
   /// Runs the work queued so far (work queued while draining waits for the
   /// next drain, so a host's loop is never starved). Answers how many ran.
+  /// Work that raises ends the drain with its exception; the work after it
+  /// stays queued for the next drain.
   std::size_t drain();
   /// Pending work items.
   std::size_t pendingCount() const;
