@@ -142,8 +142,8 @@ TEST(OrderedDictionaryArchiving, ListsUnderTheirKeysAndTheClassChainInTheArchive
   auto d = TQMutableOrderedDictionary::orderedDictionaryWithObject(num(1), str("k"));
   Ref<Data> archive = KeyedArchiver::archivedDataWithRootObject(d);
   ASSERT_TRUE(archive);
-  auto plist = cast<Dictionary>(PropertyList::read(std::string_view(
-      reinterpret_cast<const char*>(archive->bytes()), archive->length())));
+  auto plist = cast<Dictionary>(
+      PropertyList::read(std::string_view(reinterpret_cast<const char*>(archive->bytes()), archive->length())));
   ASSERT_TRUE(plist);
   auto objects = cast<Array>(plist->objectForKey("$objects"));
   ASSERT_TRUE(objects);
@@ -157,9 +157,10 @@ TEST(OrderedDictionaryArchiving, ListsUnderTheirKeysAndTheClassChainInTheArchive
   auto objectList = entryAt(root->objectForKey("NSODObjects"));
   auto keyList = entryAt(root->objectForKey("NSODKeys"));
   ASSERT_TRUE(objectList && keyList);
-  EXPECT_TRUE(isEqual(objects->objectAtIndex(cast<PropertyListUID>(
-                          cast<Array>(keyList->objectForKey("NS.objects"))->objectAtIndex(0))->value()),
-                      str("k")));
+  EXPECT_TRUE(
+      isEqual(objects->objectAtIndex(
+                  cast<PropertyListUID>(cast<Array>(keyList->objectForKey("NS.objects"))->objectAtIndex(0))->value()),
+              str("k")));
   auto rootClass = entryAt(root->objectForKey("$class"));
   ASSERT_TRUE(rootClass);
   EXPECT_TRUE(isEqual(rootClass->objectForKey("$classname"), str("TQMutableOrderedDictionary")));

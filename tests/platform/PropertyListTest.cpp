@@ -168,8 +168,8 @@ TEST(XMLPropertyListWriter, WritesLeavesInTheirTextForms) {
 
 TEST(XMLPropertyListWriter, WritesRealsWithSeventeenDigitsAndReadsThemBackExactly) {
   const std::pair<double, const char*> forms[] = {
-      {0.1, "0.10000000000000001"}, {2.0, "2"},          {-0.0, "-0.0"},
-      {0.0, "0.0"},                 {1e300, "1.0000000000000001e+300"}, {5e-324, "4.9406564584124654e-324"},
+      {0.1, "0.10000000000000001"},        {2.0, "2"}, {-0.0, "-0.0"}, {0.0, "0.0"}, {1e300, "1.0000000000000001e+300"},
+      {5e-324, "4.9406564584124654e-324"},
   };
   for (const auto& [value, text] : forms) {
     std::string xml = PropertyList::writeXML(num(value).get());
@@ -187,14 +187,19 @@ TEST(XMLPropertyListReader, ControlCharactersInStringsReadBackAsWritten) {
   std::u16string units(u"a\u0001b\u001Bc\r\nd\re\u0000f\u007Fg", 14);
   auto value = dict({{make<String>(std::u16string(u"k\u0002")), make<String>(units)}, {str("n"), num(1)}});
   std::string xml = PropertyList::writeXML(value.get());
-  EXPECT_NE(xml.find(std::string("<string>a\x01" "b\x1B" "c\r\nd\re") + '\0' + "f\x7Fg</string>"), std::string::npos);
+  EXPECT_NE(xml.find(std::string("<string>a\x01"
+                                 "b\x1B"
+                                 "c\r\nd\re") +
+                     '\0' + "f\x7Fg</string>"),
+            std::string::npos);
   Ref<Error> error;
   auto back = cast<Dictionary>(PropertyList::read(xml, &error));
   ASSERT_TRUE(back) << describeUTF8(error);
   EXPECT_TRUE(back->isEqual(*value));
   // Line ends between elements are still only white space, whatever they are.
-  std::string crlf = "<?xml version=\"1.0\"?>\r\n<plist version=\"1.0\">\r\n<dict>\r\n\t<key>s</key>\r\n"
-                     "\t<string>x\ty\r\nz</string>\r\n</dict>\r\n</plist>\r\n";
+  std::string crlf =
+      "<?xml version=\"1.0\"?>\r\n<plist version=\"1.0\">\r\n<dict>\r\n\t<key>s</key>\r\n"
+      "\t<string>x\ty\r\nz</string>\r\n</dict>\r\n</plist>\r\n";
   auto lines = cast<Dictionary>(PropertyList::read(crlf, &error));
   ASSERT_TRUE(lines) << describeUTF8(error);
   EXPECT_EQ(cast<String>(lines->objectForKey("s"))->utf16(), u"x\ty\r\nz");

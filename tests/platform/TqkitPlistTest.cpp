@@ -97,7 +97,9 @@ TEST_F(TqkitPlist, ControlCharactersSurviveSetAndGet) {
   ASSERT_EQ(run({"plist", "set", file, "k", "\"a\\u0001b\\r\\nc\""}).status, 0);
   Outcome value = run({"plist", "get", file, "k"});
   EXPECT_EQ(value.status, 0) << value.err;
-  EXPECT_EQ(value.out, "a\x01" "b\r\nc\n");
+  EXPECT_EQ(value.out,
+            "a\x01"
+            "b\r\nc\n");
   EXPECT_EQ(run({"plist", "set", file, "other", "1"}).status, 0);  // the file stays readable
 }
 

@@ -94,8 +94,8 @@ void TQOrderedDictionary::KeyIterator::checkUnchanged() const {
   if (!owner_ || (owner_->keys_.get() == keys_ && keys_->count() == count_)) return;
   char address[32];
   std::snprintf(address, sizeof address, "%p", static_cast<const void*>(owner_));
-  raise(ExceptionName::Generic, "*** Collection <" + owner_->className() + ": " + address +
-                                    "> was mutated while being enumerated.");
+  raise(ExceptionName::Generic,
+        "*** Collection <" + owner_->className() + ": " + address + "> was mutated while being enumerated.");
 }
 
 Ref<Enumerator> TQOrderedDictionary::entryEnumerator() const {

@@ -85,10 +85,10 @@ bool mayCarry(std::string_view bytes) {
     std::uint64_t code = 0;
     for (; digit < bytes.size() && code <= 0x10FFFF; ++digit) {
       char c = bytes[digit];
-      int value = c >= '0' && c <= '9'                 ? c - '0'
-                  : hex && c >= 'a' && c <= 'f'       ? c - 'a' + 10
-                  : hex && c >= 'A' && c <= 'F'       ? c - 'A' + 10
-                                                      : -1;
+      int value = c >= '0' && c <= '9'          ? c - '0'
+                  : hex && c >= 'a' && c <= 'f' ? c - 'a' + 10
+                  : hex && c >= 'A' && c <= 'F' ? c - 'A' + 10
+                                                : -1;
       if (value < 0) break;
       code = code * (hex ? 16 : 10) + std::uint64_t(value);
     }

@@ -39,8 +39,7 @@ ComparisonResult SortDescriptor::compareObject(const Id& a, const Id& b) const {
   return ascending_ ? result : ComparisonResult(-int(result));
 }
 
-ComparisonResult compareWithDescriptors(const Id& a, const Id& b,
-                                        const std::vector<Ref<SortDescriptor>>& descriptors) {
+ComparisonResult compareWithDescriptors(const Id& a, const Id& b, const std::vector<Ref<SortDescriptor>>& descriptors) {
   for (const auto& descriptor : descriptors) {
     ComparisonResult result = descriptor->compareObject(a, b);
     if (result != ComparisonResult::Same) return result;
@@ -55,8 +54,10 @@ Id valueForKey(const Id& object, const String& key) {
   if (key.isEqualToString("self")) return object;
   if (key.isEqualToString("description")) return object->description();
   raise(ExceptionName::UnrecognizedMessage,
-        "[<" + object->className() + "> valueForUndefinedKey:]: this class is not key value coding-compliant "
-        "for the key " + key.utf8() + ".");
+        "[<" + object->className() +
+            "> valueForUndefinedKey:]: this class is not key value coding-compliant "
+            "for the key " +
+            key.utf8() + ".");
 }
 
 void setValueForKey(const Id& object, const Id& value, const String& key) {
@@ -77,8 +78,10 @@ void setValueForKey(const Id& object, const Id& value, const String& key) {
     return;
   }
   raise(ExceptionName::UnrecognizedMessage,
-        "[<" + object->className() + "> setValue:forUndefinedKey:]: this class is not key value coding-compliant "
-        "for the key " + key.utf8() + ".");
+        "[<" + object->className() +
+            "> setValue:forUndefinedKey:]: this class is not key value coding-compliant "
+            "for the key " +
+            key.utf8() + ".");
 }
 
 void setValueForKeyPath(const Id& object, const Id& value, const String& keyPath) {

@@ -78,8 +78,7 @@ class SortDescriptor : public Object {
 };
 
 /// Compares with each descriptor in turn until one tells the two apart.
-ComparisonResult compareWithDescriptors(const Id& a, const Id& b,
-                                        const std::vector<Ref<SortDescriptor>>& descriptors);
+ComparisonResult compareWithDescriptors(const Id& a, const Id& b, const std::vector<Ref<SortDescriptor>>& descriptors);
 
 /// The value at `key` of an object: a dictionary's object for the key, an
 /// array's values of its elements, otherwise the unrecognised message.
