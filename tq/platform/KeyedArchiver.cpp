@@ -42,7 +42,7 @@ class ArchiveWriter final : public KeyedArchiver {
 
  private:
   static Id uid(std::uint64_t value) { return make<PropertyListUID>(value); }
-  void set(const std::string& key, Id value) {
+  void set(const std::string& key, const Id& value) {
     if (!encoding_.empty()) encoding_.back()->setObject(value, str(key));
   }
   std::uint64_t reference(const Id& object);
@@ -50,7 +50,7 @@ class ArchiveWriter final : public KeyedArchiver {
     objects_.push_back(std::move(entry));
     return objects_.size() - 1;
   }
-  std::uint64_t classReference(const std::string& name, std::vector<std::string> chain);
+  std::uint64_t classReference(const std::string& name, const std::vector<std::string>& chain);
   void encodeContents(const Object& object, MutableDictionary& entry);
   std::vector<Id> references(const std::vector<Id>& objects);
 
@@ -62,7 +62,7 @@ class ArchiveWriter final : public KeyedArchiver {
   std::string failure_;
 };
 
-std::uint64_t ArchiveWriter::classReference(const std::string& name, std::vector<std::string> chain) {
+std::uint64_t ArchiveWriter::classReference(const std::string& name, const std::vector<std::string>& chain) {
   if (auto it = classes_.find(name); it != classes_.end()) return it->second;
   Array::Storage names;
   for (auto& entry : chain) names.push_back(str(entry));
@@ -82,8 +82,8 @@ std::vector<Id> ArchiveWriter::references(const std::vector<Id>& objects) {
 }
 
 void ArchiveWriter::encodeContents(const Object& object, MutableDictionary& entry) {
-  auto setClass = [&](const char* name, std::vector<std::string> chain) {
-    entry.setObject(uid(classReference(name, std::move(chain))), str(ClassKey));
+  auto setClass = [&](const char* name, const std::vector<std::string>& chain) {
+    entry.setObject(uid(classReference(name, chain)), str(ClassKey));
   };
   if (const auto* coding = dynamic_cast<const Coding*>(&object)) {
     std::string name = coding->archiveClassName();
@@ -91,7 +91,7 @@ void ArchiveWriter::encodeContents(const Object& object, MutableDictionary& entr
     std::vector<std::string> chain{name};
     for (std::string& ancestor : coding->archiveSuperclassNames()) chain.push_back(std::move(ancestor));
     chain.emplace_back(RootClass);
-    entry.setObject(uid(classReference(name, std::move(chain))), str(ClassKey));
+    entry.setObject(uid(classReference(name, chain)), str(ClassKey));
   } else if (const auto* array = dynamic_cast<const Array*>(&object)) {
     entry.setObject(make<Array>(references(array->storage())), str(ObjectsField));
     if (isKindOf<MutableArray>(&object))
