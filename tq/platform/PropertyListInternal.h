@@ -40,7 +40,7 @@ std::string formatDate(double secondsSinceReferenceDate);
 std::optional<double> parseDate(std::string_view text);
 
 /// A double as property-list files carry it: seventeen significant digits
-/// ("%.17g" in the C locale), both zeros as "0.0", "+infinity",
+/// ("%.17g" in the C locale), zeros as "0.0" and "-0.0", "+infinity",
 /// "-infinity", "nan".
 std::string formatReal(double value);
 /// Accepts what formatReal writes plus "inf"/"infinity" in any case, with an

@@ -209,12 +209,12 @@ std::optional<double> parseDate(std::string_view text) {
 std::string formatReal(double value) {
   if (std::isnan(value)) return "nan";
   if (std::isinf(value)) return value > 0 ? "+infinity" : "-infinity";
-  // Zero (of either sign: files have always carried both as one text) keeps
-  // a decimal point, so that it still reads as a real to the eye; everything
-  // else has seventeen significant digits, the form property-list files have
+  // Zero keeps a decimal point, so that it still reads as a real to the eye,
+  // and its sign, so that nothing is lost on the way back; everything else
+  // has seventeen significant digits, the form property-list files have
   // always carried (0.1 is written as 0.10000000000000001). The conversion
-  // never looks at the C locale. Binary files keep the sign of a zero.
-  if (value == 0) return "0.0";
+  // never looks at the C locale.
+  if (value == 0) return std::signbit(value) ? "-0.0" : "0.0";
   std::array<char, 64> buffer;
   auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::general, 17);
   return std::string(buffer.data(), result.ptr);
