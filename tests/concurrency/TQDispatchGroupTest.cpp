@@ -10,6 +10,7 @@
 
 #include "tq/concurrency/TQDispatchGroup.h"
 #include "tq/concurrency/ThreadHelpers.h"
+#include "tq/platform/DispatchQueue.h"
 #include "tq/platform/DispatchSemaphore.h"
 #include "tq/platform/Exception.h"
 #include "tq/platform/ThreadDictionary.h"
@@ -40,14 +41,17 @@ TEST(TQDispatchGroupTest, AwaitReturnsOnlyAfterTheLastDone) {
 TEST(TQDispatchGroupTest, RunCallsTheCompletionOnceEvenWithoutTasks) {
   std::atomic<int> calls{0};
   DispatchSemaphore called;
+  std::string label;
   TQDispatchGroup::run([](const Ref<TQDispatchGroup>&) {},
                        [&] {
+                         label = DispatchQueue::currentLabel();
                          ++calls;
                          called.signal();
                        });
   ASSERT_TRUE(called.waitFor(5));
   std::this_thread::sleep_for(10ms);
   EXPECT_EQ(calls.load(), 1);
+  EXPECT_EQ(label, DispatchQueue::global(DispatchQueuePriority::Default)->label());
 }
 
 TEST(TQDispatchGroupTest, RunWaitsForItsTasksBeforeTheCompletion) {
