@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "OrderedDictionaryTestSupport.h"
+#include "tq/platform/Assert.h"
 #include "tq/platform/Set.h"
 
 namespace tq {
@@ -153,9 +154,70 @@ TEST(OrderedDictionarySearching, FirstInCommon) {
   auto other = TQOrderedDictionary::withObjects(arr({num(3), num(2)}), arr({str("c"), str("b")}));
   EXPECT_TRUE(isEqual(d->firstObjectInCommonWithOrderedDictionary(*other), num(2)));
   EXPECT_EQ(describeUTF8(d->firstKeyInCommonWithOrderedDictionary(*other)), "b");
-  // The entry form has never produced an entry, even for an identical pair.
+}
+
+// Counts the equality questions it is asked.
+class EqualityProbe : public Object {
+ public:
+  explicit EqualityProbe(int* asked) : asked_(asked) {}
+  bool isEqual(const Object& other) const override {
+    ++*asked_;
+    return this == &other;
+  }
+
+ private:
+  int* asked_;
+};
+
+TEST(OrderedDictionaryFirstEntryInCommon, NoCommonKeyOrAnEmptyListKeyAnswersNil) {
+  auto d = TQOrderedDictionary::withObjects(arr({num(1)}), arr({str("a")}));
+  auto other = TQOrderedDictionary::withObjects(arr({num(1)}), arr({str("z")}));
   EXPECT_EQ(d->firstEntryInCommonWithOrderedDictionary(*other), nullptr);
-  EXPECT_EQ(d->firstEntryInCommonWithOrderedDictionary(*d), nullptr);
+  auto emptyList = Array::array();
+  auto withEmpty = TQOrderedDictionary::withObjects(arr({num(1), num(2)}), arr({str("a"), emptyList}));
+  auto otherWithEmpty = TQOrderedDictionary::withObjects(arr({num(3)}), arr({Array::array()}));
+  EXPECT_EQ(withEmpty->firstEntryInCommonWithOrderedDictionary(*otherWithEmpty), nullptr);
+}
+
+TEST(OrderedDictionaryFirstEntryInCommon, AStringKeyDoesNotKnowCount) {
+  auto d = TQOrderedDictionary::withObjects(arr({num(1), num(2)}), arr({str("a"), str("b")}));
+  auto other = TQOrderedDictionary::withObjects(arr({num(2)}), arr({str("b")}));
+  Exception e = raisedBy([&] { d->firstEntryInCommonWithOrderedDictionary(*other); });
+  EXPECT_EQ(e.name(), ExceptionName::UnrecognizedMessage);
+  EXPECT_EQ(e.reason().rfind("-[String count]: unrecognized selector sent to instance 0x", 0), 0u) << e.reason();
+}
+
+TEST(OrderedDictionaryFirstEntryInCommon, ANonEmptyListKeyWouldLoopForeverAndAsserts) {
+  TQ_REQUIRE_ASSERTIONS();
+  int asked = 0;
+  auto element = str("k");
+  auto list = arr({element});
+  auto d = TQOrderedDictionary::withObjects(arr({num(1), make<EqualityProbe>(&asked)}), arr({list, element}));
+  auto other = TQOrderedDictionary::withObjects(arr({make<EqualityProbe>(&asked), num(2)}), arr({element, list}));
+  Exception e = raisedBy([&] { d->firstEntryInCommonWithOrderedDictionary(*other); });
+  EXPECT_EQ(e.name(), ExceptionName::InternalInconsistency);
+  EXPECT_EQ(e.reason(),
+            "-[TQOrderedDictionary firstEntryInCommonWithOrderedDictionary:] loops without end on a non-empty list "
+            "key");
+  EXPECT_EQ(asked, 1) << "one turn of the walk compares the two objects for the list's first element";
+
+  // A handler that returns lets the call go on, and it answers nil.
+  std::vector<AssertionFailure> reports;
+  AssertionHandler previous = setAssertionHandler([&](const AssertionFailure& f) { reports.push_back(f); });
+  EXPECT_EQ(d->firstEntryInCommonWithOrderedDictionary(*other), nullptr);
+  setAssertionHandler(previous);
+  ASSERT_EQ(reports.size(), 1u);
+  EXPECT_NE(reports[0].file.find("TQOrderedDictionarySearching.cpp"), std::string::npos);
+}
+
+TEST(OrderedDictionaryFirstEntryInCommon, TheKeyListThatHoldsItselfIsSuchAKey) {
+  TQ_REQUIRE_ASSERTIONS();
+  auto d = lettered(2);
+  d->setObject(num(9), str("new"), 1);  // the key list becomes its own first key
+  auto copy = cast<TQOrderedDictionary>(d->copy());
+  EXPECT_EQ(raisedBy([&] { d->firstEntryInCommonWithOrderedDictionary(*copy); }).name(),
+            ExceptionName::InternalInconsistency);
+  d->removeEntryAtIndex(0);
 }
 
 // --- Enumeration ---------------------------------------------------------------------

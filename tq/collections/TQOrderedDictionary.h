@@ -214,7 +214,10 @@ class TQOrderedDictionary : public Object, public Coding, public LocalizedDescri
   Id firstKeyInCommonWithOrderedDictionary(const TQOrderedDictionary& other) const {
     return keys_->firstObjectCommonWithArray(*other.keys_);
   }
-  /// Always nil (see the definition).
+  /// Never makes an entry. Takes the first common key as a list: nil and
+  /// empty collections answer nil, a key that is no collection raises the
+  /// unrecognised message for `count`, and a non-empty list (whose walk would
+  /// never end) raises the assertion failure; nil when assertions are off.
   Ref<Dictionary> firstEntryInCommonWithOrderedDictionary(const TQOrderedDictionary& other) const;
 
   /// Range-for walks the keys, as a dictionary does. Adding or removing

@@ -5,7 +5,9 @@
 #include <cstdio>
 
 #include "tq/collections/TQOrderedDictionary.h"
+#include "tq/platform/Assert.h"
 #include "tq/platform/Exception.h"
+#include "tq/platform/Set.h"
 
 namespace tq {
 
@@ -80,11 +82,45 @@ const Id& TQOrderedDictionary::keyOfObject(const Id& object, Range sortedRange, 
   return keyAtIndex(index);
 }
 
+namespace {
+
+// The count of a key taken as a collection: lists, dictionaries, sets, index
+// sets and ordered dictionaries answer, a message to nil answers 0, and any
+// other object does not know the message.
+Index countOfKey(const Id& key) {
+  if (!key) return 0;
+  if (auto list = cast<Array>(key)) return list->count();
+  if (auto map = cast<Dictionary>(key)) return map->count();
+  if (auto set = cast<Set>(key)) return set->count();
+  if (auto indexes = cast<IndexSet>(key)) return indexes->count();
+  if (auto ordered = cast<TQOrderedDictionary>(key)) return ordered->count();
+  raiseUnrecognizedMessage(key.get(), "count");
+}
+
+}  // namespace
+
 Ref<Dictionary> TQOrderedDictionary::firstEntryInCommonWithOrderedDictionary(const TQOrderedDictionary& other) const {
-  // Finds the first common key, but the comparison that was meant to build the
-  // entry from it never produces one: callers have always received nil, and
-  // the entry point stays for them with that answer.
-  (void)firstKeyInCommonWithOrderedDictionary(other);
+  // The entry point callers have always had: it takes the first common key as
+  // a list and, while that list is non-empty, compares the two dictionaries'
+  // objects for the list's first element, storing ours into the object list
+  // on a match. Nothing in the walk shortens the list, so it never ends once
+  // it starts, and nothing it does ever makes an entry: the answer is nil.
+  //
+  // What is kept: nil and empty collections answer nil at once, and a key
+  // that is no collection (a string, as keys usually are) raises the
+  // unrecognised message for `count`. The endless walk is reported as an
+  // assertion failure after one turn of its body instead of hanging. That
+  // turn's comparison is made, so an object's equality runs as it always
+  // did; the store on a match would put one object where the object list
+  // stands, which this dictionary cannot hold, and is left out.
+  Id key = firstKeyInCommonWithOrderedDictionary(other);
+  if (countOfKey(key) == 0) return nullptr;
+  if (auto list = cast<Array>(key)) {
+    const Id& element = list->objectAtIndex(0);
+    (void)tq::isEqual(objectForKey(element), other.objectForKey(element));
+  }
+  TQ_ASSERT(false, "-[TQOrderedDictionary firstEntryInCommonWithOrderedDictionary:] loops without end on a "
+                   "non-empty list key");
   return nullptr;
 }
 
