@@ -1,5 +1,7 @@
 // tqkit log: write messages to a plug-in log the way an add-on does.
 
+#include <unistd.h>
+
 #include <iostream>
 #include <string>
 
@@ -37,7 +39,11 @@ int logMessages(Arguments& arguments) {
   std::vector<std::string> messages = arguments.positionals(fromStdin ? 0 : 1, fromStdin ? 0 : SIZE_MAX);
   // Like every host, this starts a fresh log file.
   auto logger = tq::TQLogger::initWithLogFileURL(path, {});
-  if (logger->logPath().empty()) throw FailureException{"cannot use log file " + path};
+  // The logger goes on without its file (it has said why on the platform
+  // log); a tool asked to write that file has failed.
+  if (logger->logPath().empty() || ::access(logger->logPath().c_str(), W_OK) != 0) {
+    throw FailureException{"cannot use log file " + path};
+  }
   logger->setLogToConsole(!quiet);
 
   auto write = [&](const std::string& message) {

@@ -1,0 +1,95 @@
+// tqkit log and the plain tqkit console, run as a user runs them. Skipped
+// when the tqkit binary of this build is missing.
+
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <regex>
+
+#include "tests/logging/LoggerTestSupport.h"
+
+namespace tq {
+namespace {
+
+using namespace tq::testing;
+
+struct CommandResult {
+  int status = -1;
+  std::string output;
+};
+
+CommandResult run(const std::string& command) {
+  CommandResult result;
+  if (FILE* pipe = ::popen(command.c_str(), "r")) {
+    char buffer[4096];
+    std::size_t n;
+    while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) result.output.append(buffer, n);
+    int status = ::pclose(pipe);
+    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+  return result;
+}
+
+class TqkitLogTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    tqkit_ = (fs::read_symlink("/proc/self/exe").parent_path().parent_path() / "tools/tqkit/tqkit").string();
+    if (!fs::exists(tqkit_)) GTEST_SKIP() << "tqkit is not built in this tree";
+    folder_ = makeTemporaryFolder("tqkit-log");
+    log_ = (folder_ / "logs" / "p.log").string();
+  }
+  void TearDown() override {
+    if (!folder_.empty()) fs::remove_all(folder_);
+  }
+  CommandResult tqkit(const std::string& arguments) { return run(tqkit_ + " " + arguments + " 2>/dev/null"); }
+
+  std::string tqkit_;
+  fs::path folder_;
+  std::string log_;
+};
+
+const std::string kStampPattern = R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3})";
+
+TEST_F(TqkitLogTest, LogWritesThroughThePluginEntryPointIntoAFreshFile) {
+  ASSERT_EQ(tqkit("log --no-console --log " + log_ + " old").status, 0);
+  ASSERT_EQ(tqkit("log --no-console --log " + log_ + " --plugin Torvy --key sync --branch main --bug 3 one " +
+                  "\"$(printf 'two\\nlines')\"")
+                .status,
+            0);
+  std::regex expected(kStampPattern + R"(: \[Torvy_sync:main 🐞 #3\] one\n)" + kStampPattern +
+                      R"(: \[Torvy_sync:main 🐞 #3\] two\n\t\tlines\n)");
+  std::string text = readWholeFile(log_);
+  EXPECT_TRUE(std::regex_match(text, expected)) << text;
+
+  ASSERT_EQ(tqkit("log --no-console --log " + log_ + " --subsystem Mail --category Sync '[x] kept as is'").status, 0);
+  text = readWholeFile(log_);
+  EXPECT_TRUE(std::regex_match(text, std::regex(kStampPattern + R"( \[Sync\] \[x\] kept as is\n)"))) << text;
+
+  ASSERT_EQ(run("printf 'a\\nb\\n' | " + tqkit_ + " log --no-console --stdin --log " + log_).status, 0);
+  text = readWholeFile(log_);
+  EXPECT_TRUE(std::regex_match(text, std::regex(kStampPattern + R"(: \[\] a\n)" + kStampPattern + R"(: \[\] b\n)")))
+      << text;
+}
+
+TEST_F(TqkitLogTest, LogFailsWhenItCannotWriteTheFile) {
+  CommandResult result = tqkit("log --no-console --log /proc/tq-no-such-folder/p.log message");
+  EXPECT_EQ(result.status, 1);
+}
+
+TEST_F(TqkitLogTest, PlainConsolePrintsTheFilteredEntries) {
+  ASSERT_EQ(tqkit("log --no-console --log " + log_ + " --key net 'Sync started' 'Error: disk full' " +
+                  "'Sync error ignored'")
+                .status,
+            0);
+  CommandResult all = tqkit("console --plain --log " + log_);
+  ASSERT_EQ(all.status, 0);
+  EXPECT_TRUE(std::regex_match(all.output, std::regex(R"(     1 : .*Sync started\n     2 : .*\n     3 : .*\n)")))
+      << all.output;
+  CommandResult filtered = tqkit("console --plain --log " + log_ + " --filter 'ERROR +sync'");
+  EXPECT_TRUE(std::regex_match(filtered.output, std::regex(R"(     3 : .*\[_net\] Sync error ignored\n)")))
+      << filtered.output;
+  EXPECT_EQ(tqkit("console --plain --log " + (folder_ / "missing.log").string()).status, 1);
+}
+
+}  // namespace
+}  // namespace tq
