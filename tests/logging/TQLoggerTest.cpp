@@ -85,8 +85,8 @@ TEST_F(TQLoggerLineTest, ThreadIndexesAreStablePerThreadAndDistinctAcrossThreads
   long otherLoggerIndex = 0;
   std::thread([&] {
     second->logForIdentifier("id", "x");
-    otherLoggerIndex = long(cast<Number>(threadDictionary().objectForKey(std::string_view(TQLogger::threadIndexKey())))
-                                ->integerValue());
+    otherLoggerIndex = long(
+        cast<Number>(threadDictionary().objectForKey(std::string_view(TQLogger::threadIndexKey())))->integerValue());
   }).join();
   EXPECT_GT(otherLoggerIndex, other);
   auto records = console_.records();

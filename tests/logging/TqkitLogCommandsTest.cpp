@@ -77,10 +77,10 @@ TEST_F(TqkitLogTest, LogFailsWhenItCannotWriteTheFile) {
 }
 
 TEST_F(TqkitLogTest, PlainConsolePrintsTheFilteredEntries) {
-  ASSERT_EQ(tqkit("log --no-console --log " + log_ + " --key net 'Sync started' 'Error: disk full' " +
-                  "'Sync error ignored'")
-                .status,
-            0);
+  ASSERT_EQ(
+      tqkit("log --no-console --log " + log_ + " --key net 'Sync started' 'Error: disk full' " + "'Sync error ignored'")
+          .status,
+      0);
   CommandResult all = tqkit("console --plain --log " + log_);
   ASSERT_EQ(all.status, 0);
   EXPECT_TRUE(std::regex_match(all.output, std::regex(R"(     1 : .*Sync started\n     2 : .*\n     3 : .*\n)")))
