@@ -334,7 +334,7 @@ TEST(OrderedDictionaryKeyValueCoding, SetValueForKeyPathWritesThroughTheMapAlone
 
 // --- Descriptions -------------------------------------------------------------------------
 
-class LocaleOnly : public Object, public LocalizedDescribing {
+class LocaleOnly : public Object {
  public:
   Ref<String> descriptionWithLocale(const Id& locale) const override { return str("L:" + describeUTF8(locale)); }
 };
@@ -356,6 +356,48 @@ TEST(OrderedDictionaryDescription, IndentPutsTabsBeforeTheLineBreak) {
   EXPECT_EQ(describeUTF8(d->descriptionWithLocale(nullptr, 2)), "    {\t\t\na = 1;\t\t\nb = 2\n\t\t}");
   auto nested = TQOrderedDictionary::orderedDictionaryWithObject(d, str("n"));
   EXPECT_EQ(describeUTF8(nested->descriptionWithLocale(nullptr, 0)), "    {\nn =     {\t\na = 1;\t\nb = 2\n\t}\n}");
+}
+
+TEST(OrderedDictionaryDescription, NestedListsAndDictionariesRenderAtTheNextLevel) {
+  auto d = TQOrderedDictionary::withObjects(arr({arr({num(1)}), dict({{str("x"), num(1)}})}), arr({str("l"), str("m")}));
+  EXPECT_EQ(describeUTF8(d), "{\n\tl = (\n    1\n);\n\tm = {\n    x = 1;\n}\n}") << "plain: their own description";
+  EXPECT_EQ(describeUTF8(d->descriptionWithLocale(nullptr)),
+            "{\n\tl =     (\n        1\n    );\n\tm =     {\n        x = 1;\n    }\n}");
+  EXPECT_EQ(describeUTF8(d->descriptionWithLocale(nullptr, 0)),
+            "    {\nl =     (\n        1\n    );\nm =     {\n        x = 1;\n    }\n}");
+  EXPECT_EQ(describeUTF8(d->descriptionWithLocale(nullptr, 1)),
+            "    {\t\nl =         (\n            1\n        );\t\nm =         {\n            x = 1;\n        }\n\t}");
+  auto withLocale = TQOrderedDictionary::orderedDictionaryWithObject(arr({make<LocaleOnly>()}), str("k"));
+  EXPECT_EQ(describeUTF8(withLocale->descriptionWithLocale(str("fr"), 0)), "    {\nk =     (\n        L:fr\n    )\n}");
+}
+
+TEST(OrderedDictionaryDescription, AKeyListThatHoldsItselfRaisesInsteadOfRecursing) {
+  TQ_REQUIRE_ASSERTIONS();
+  auto d = lettered(2);
+  d->setObject(num(9), str("new"), 1);  // the key list becomes its own first key
+  Exception e = raisedBy([&] { d->description(); });
+  EXPECT_EQ(e.name(), ExceptionName::InternalInconsistency);
+  EXPECT_EQ(e.reason(), "description of a collection that contains itself");
+  EXPECT_EQ(raisedBy([&] { d->descriptionWithLocale(nullptr, 0); }).name(), ExceptionName::InternalInconsistency);
+
+  std::vector<AssertionFailure> reports;
+  AssertionHandler previous = setAssertionHandler([&](const AssertionFailure& f) { reports.push_back(f); });
+  std::string keys = describeUTF8(d->allKeys()->Object::description());
+  EXPECT_EQ(describeUTF8(d), "{\n\t(\n    " + keys + ",\n    a,\n    b\n) = 9;\n\ta = 1;\n\tb = 2\n}");
+  setAssertionHandler(previous);
+  EXPECT_EQ(reports.size(), 1u);
+
+  // Copies share the key list, so they are equal without a walk; two
+  // dictionaries each holding its own key list would compare without end.
+  auto copy = cast<TQOrderedDictionary>(d->copy());
+  EXPECT_TRUE(d->isEqualToOrderedDictionary(*copy));
+  auto other = lettered(2);
+  other->setObject(num(9), str("new"), 1);
+  EXPECT_EQ(raisedBy([&] { d->isEqualToOrderedDictionary(*other); }).reason(),
+            "equality of a collection that contains itself");
+  d->removeEntryAtIndex(0);  // break the cycles, or the lists would never be freed
+  other->removeEntryAtIndex(0);
+  EXPECT_EQ(describeUTF8(d), "{\n\ta = 1;\n\tb = 2\n}");
 }
 
 }  // namespace

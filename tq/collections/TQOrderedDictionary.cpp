@@ -200,18 +200,6 @@ void TQOrderedDictionary::encodeWithCoder(KeyedArchiver& coder) const {
 
 namespace {
 
-// A nested value renders at the next level when it can, else for the locale,
-// else plainly.
-Ref<String> describeForLocale(const Id& value, const Id& locale, Index level) {
-  if (const auto* indented = dynamic_cast<const IndentedDescribing*>(value.get())) {
-    return indented->descriptionWithLocale(locale, level);
-  }
-  if (const auto* localized = dynamic_cast<const LocalizedDescribing*>(value.get())) {
-    return localized->descriptionWithLocale(locale);
-  }
-  return describe(value);
-}
-
 void appendPair(MutableString& text, const Ref<String>& key, const Ref<String>& object) {
   text.appendString(key ? *key : *str("(null)"));
   text.appendUTF8(" = ");
@@ -221,6 +209,8 @@ void appendPair(MutableString& text, const Ref<String>& key, const Ref<String>& 
 }  // namespace
 
 Ref<String> TQOrderedDictionary::description() const {
+  RecursionScope scope(RecursionScope::Walk::Description, this);
+  if (scope.reentered()) return Object::description();
   auto text = make<MutableString>();
   text->appendUTF8("{");
   for (Index i = 0; i < count(); ++i) {
@@ -233,11 +223,13 @@ Ref<String> TQOrderedDictionary::description() const {
 }
 
 Ref<String> TQOrderedDictionary::descriptionWithLocale(const Id& locale) const {
+  RecursionScope scope(RecursionScope::Walk::Description, this);
+  if (scope.reentered()) return Object::description();
   auto text = make<MutableString>();
   text->appendUTF8("{");
   for (Index i = 0; i < count(); ++i) {
     text->appendUTF8("\n\t");
-    appendPair(*text, describeForLocale((*keys_)[i], locale, 1), describeForLocale((*objects_)[i], locale, 1));
+    appendPair(*text, describe((*keys_)[i], locale, 1), describe((*objects_)[i], locale, 1));
     if (i + 1 < count()) text->appendUTF8(";");
   }
   text->appendUTF8("\n}");
@@ -247,14 +239,15 @@ Ref<String> TQOrderedDictionary::descriptionWithLocale(const Id& locale) const {
 Ref<String> TQOrderedDictionary::descriptionWithLocale(const Id& locale, Index level) const {
   // The level's tabs go before each line break, so they end the previous line
   // rather than indent the next: long-standing output that readers match.
+  RecursionScope scope(RecursionScope::Walk::Description, this);
+  if (scope.reentered()) return Object::description();
   std::string tabs(level, '\t');
   auto text = make<MutableString>();
   text->appendUTF8("    {");
   for (Index i = 0; i < count(); ++i) {
     text->appendUTF8(tabs);
     text->appendUTF8("\n");
-    appendPair(*text, describeForLocale((*keys_)[i], locale, level + 1),
-               describeForLocale((*objects_)[i], locale, level + 1));
+    appendPair(*text, describe((*keys_)[i], locale, level + 1), describe((*objects_)[i], locale, level + 1));
     if (i + 1 < count()) text->appendUTF8(";");
   }
   text->appendUTF8("\n");

@@ -40,23 +40,7 @@ namespace tq {
 
 class TQMutableOrderedDictionary;
 
-/// Objects that render themselves for a locale (`descriptionWithLocale:`).
-/// The locale is any object; nil means the neutral rendering.
-class LocalizedDescribing {
- public:
-  virtual ~LocalizedDescribing() = default;
-  virtual Ref<String> descriptionWithLocale(const Id& locale) const = 0;
-};
-
-/// Objects that render themselves for a locale at a nesting level
-/// (`descriptionWithLocale:indent:`).
-class IndentedDescribing {
- public:
-  virtual ~IndentedDescribing() = default;
-  virtual Ref<String> descriptionWithLocale(const Id& locale, Index level) const = 0;
-};
-
-class TQOrderedDictionary : public Object, public Coding, public LocalizedDescribing, public IndentedDescribing {
+class TQOrderedDictionary : public Object, public Coding {
  public:
   /// Callback over (key, object, index, stop flag).
   using KeyObjectVisitor = std::function<void(const Id& key, const Id& object, Index index, bool* stop)>;
@@ -101,7 +85,9 @@ class TQOrderedDictionary : public Object, public Coding, public LocalizedDescri
   std::string archiveClassName() const override { return "TQOrderedDictionary"; }
   void encodeWithCoder(KeyedArchiver& coder) const override;
 
-  // Descriptions for a locale.
+  // Descriptions for a locale: keys and objects render through their own
+  // `descriptionWithLocale(locale, level)`, which falls back to the locale form
+  // and then to the plain description for values that offer less.
   Ref<String> descriptionWithLocale(const Id& locale) const override;
   Ref<String> descriptionWithLocale(const Id& locale, Index level) const override;
 

@@ -52,21 +52,38 @@ bool Array::isEqual(const Object& other) const {
 bool Array::isEqualToArray(const Array& other) const {
   if (this == &other) return true;
   if (objects_.size() != other.objects_.size()) return false;
+  RecursionScope scope(RecursionScope::Walk::Equality, this, &other);
+  if (scope.reentered()) return false;
   for (std::size_t i = 0; i < objects_.size(); ++i) {
     if (!tq::isEqual(objects_[i], other.objects_[i])) return false;
   }
   return true;
 }
 
-Ref<String> Array::description() const {
-  // "(\n    a,\n    b\n)", the platform's old-style list layout; empty: "(\n)".
+Ref<String> Array::description() const { return descriptionWithLocale(nullptr, 0); }
+
+Ref<String> Array::descriptionWithLocale(const Id& locale) const { return descriptionWithLocale(locale, 0); }
+
+Ref<String> Array::descriptionWithLocale(const Id& locale, Index level) const {
+  // "(\n    a,\n    b\n)" at level 0, the platform's old-style list layout;
+  // empty: "(\n)". Each level deeper indents every line by four more spaces,
+  // the opening one included, so that a list nested in a dictionary reads
+  // "key =     (" as the platform has always printed it.
+  RecursionScope scope(RecursionScope::Walk::Description, this);
+  if (scope.reentered()) return Object::description();
+  const std::string outer(4 * level, ' ');
+  const std::string inner(4 * (level + 1), ' ');
   auto text = make<MutableString>();
+  text->appendUTF8(outer);
   text->appendUTF8("(");
   for (std::size_t i = 0; i < objects_.size(); ++i) {
-    text->appendUTF8(i ? ",\n    " : "\n    ");
-    text->appendString(*describe(objects_[i]));
+    text->appendUTF8(i ? ",\n" : "\n");
+    text->appendUTF8(inner);
+    text->appendString(*describe(objects_[i], locale, level + 1));
   }
-  text->appendUTF8("\n)");
+  text->appendUTF8("\n");
+  text->appendUTF8(outer);
+  text->appendUTF8(")");
   return text;
 }
 

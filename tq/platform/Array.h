@@ -28,7 +28,13 @@ class Array : public Object {
   // Object
   bool isEqual(const Object& other) const override;
   std::size_t hash() const override { return objects_.size(); }
+  /// Level 0 of `descriptionWithLocale(nil, level)`.
   Ref<String> description() const override;
+  Ref<String> descriptionWithLocale(const Id& locale) const override;
+  /// The platform's old-style layout at a nesting level: each element on its
+  /// own line four spaces deeper than the level, the opening and closing
+  /// lines at the level's indentation; nested values one level deeper.
+  Ref<String> descriptionWithLocale(const Id& locale, Index level) const override;
   std::string className() const override { return "Array"; }
   Id copy() const override;
   Id mutableCopy() const override;

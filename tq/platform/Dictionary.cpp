@@ -65,24 +65,37 @@ bool Dictionary::isEqual(const Object& other) const {
 bool Dictionary::isEqualToDictionary(const Dictionary& other) const {
   if (this == &other) return true;
   if (count() != other.count()) return false;
+  RecursionScope scope(RecursionScope::Walk::Equality, this, &other);
+  if (scope.reentered()) return false;
   for (const Entry& slot : slots_) {
     if (slot.first && !tq::isEqual(slot.second, other.objectForKey(slot.first))) return false;
   }
   return true;
 }
 
-Ref<String> Dictionary::description() const {
-  // "{\n    key = value;\n}", the platform's old-style layout.
+Ref<String> Dictionary::description() const { return descriptionWithLocale(nullptr, 0); }
+
+Ref<String> Dictionary::descriptionWithLocale(const Id& locale) const { return descriptionWithLocale(locale, 0); }
+
+Ref<String> Dictionary::descriptionWithLocale(const Id& locale, Index level) const {
+  // "{\n    key = value;\n}" at level 0, the platform's old-style layout;
+  // every line, the opening one included, four spaces deeper per level.
+  RecursionScope scope(RecursionScope::Walk::Description, this);
+  if (scope.reentered()) return Object::description();
+  const std::string outer(4 * level, ' ');
+  const std::string inner(4 * (level + 1), ' ');
   auto text = make<MutableString>();
+  text->appendUTF8(outer);
   text->appendUTF8("{\n");
   for (const Entry& slot : slots_) {
     if (!slot.first) continue;
-    text->appendUTF8("    ");
-    text->appendString(*describe(slot.first));
+    text->appendUTF8(inner);
+    text->appendString(*describe(slot.first, locale, level + 1));
     text->appendUTF8(" = ");
-    text->appendString(*describe(slot.second));
+    text->appendString(*describe(slot.second, locale, level + 1));
     text->appendUTF8(";\n");
   }
+  text->appendUTF8(outer);
   text->appendUTF8("}");
   return text;
 }

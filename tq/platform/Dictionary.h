@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "tq/platform/Object.h"
+#include "tq/platform/Range.h"
 #include "tq/platform/Sorting.h"
 
 namespace tq {
@@ -33,7 +34,13 @@ class Dictionary : public Object {
   // Object
   bool isEqual(const Object& other) const override;
   std::size_t hash() const override { return count(); }
+  /// Level 0 of `descriptionWithLocale(nil, level)`.
   Ref<String> description() const override;
+  Ref<String> descriptionWithLocale(const Id& locale) const override;
+  /// The platform's old-style layout at a nesting level: each "key = value;" on
+  /// its own line four spaces deeper than the level, the opening and closing
+  /// lines at the level's indentation; nested values one level deeper.
+  Ref<String> descriptionWithLocale(const Id& locale, Index level) const override;
   std::string className() const override { return "Dictionary"; }
   Id copy() const override;
   Id mutableCopy() const override;

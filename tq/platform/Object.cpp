@@ -2,6 +2,10 @@
 
 #include <cstdio>
 #include <functional>
+#include <tuple>
+#include <vector>
+
+#include "tq/platform/Assert.h"
 
 #include "tq/platform/Exception.h"
 #include "tq/platform/String.h"
@@ -15,6 +19,10 @@ Ref<String> Object::description() const {
   std::snprintf(buffer, sizeof buffer, ": %p>", static_cast<const void*>(this));
   return str("<" + className() + buffer);
 }
+
+Ref<String> Object::descriptionWithLocale(const Id&) const { return description(); }
+
+Ref<String> Object::descriptionWithLocale(const Id& locale, std::uint64_t) const { return descriptionWithLocale(locale); }
 
 Id Object::copy() const { raiseUnrecognizedMessage(this, "copyWithZone:"); }
 
@@ -34,6 +42,50 @@ Ref<String> describe(const Object* object) {
   if (!object) return str("(null)");
   Ref<String> text = object->description();
   return text ? text : str("(null)");
+}
+
+Ref<String> describe(const Object* object, const Id& locale, std::uint64_t level) {
+  if (!object) return str("(null)");
+  Ref<String> text = object->descriptionWithLocale(locale, level);
+  return text ? text : str("(null)");
+}
+
+namespace {
+
+struct Walking {
+  RecursionScope::Walk walk;
+  const Object* object;
+  const Object* other;
+  bool operator==(const Walking&) const = default;
+};
+
+// Walks in progress on this thread, innermost last. Nesting is as deep as the
+// collections are, so a linear search costs little.
+thread_local std::vector<Walking> walksInProgress;
+
+}  // namespace
+
+RecursionScope::RecursionScope(Walk walk, const Object* object, const Object* other) {
+  Walking current{walk, object, other};
+  for (const Walking& w : walksInProgress) {
+    if (w == current) {
+      reentered_ = true;
+      break;
+    }
+  }
+  if (!reentered_) {
+    walksInProgress.push_back(current);
+    return;
+  }
+  if (walk == Walk::Description) {
+    TQ_ASSERT(false, "description of a collection that contains itself");
+  } else {
+    TQ_ASSERT(false, "equality of a collection that contains itself");
+  }
+}
+
+RecursionScope::~RecursionScope() {
+  if (!reentered_) walksInProgress.pop_back();
 }
 
 std::string describeUTF8(const Object* object) { return describe(object)->utf8(); }

@@ -3,6 +3,7 @@
 // identity, equality, hashing, description and copying, with shared ownership.
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -44,6 +45,16 @@ class Object : public std::enable_shared_from_this<Object> {
   virtual std::size_t hash() const;
   /// "<ClassName: 0x...>" unless the class says better.
   virtual Ref<String> description() const;
+  /// `descriptionWithLocale:`: the description for a locale (any object that
+  /// names one, such as a locale identifier string; nil for the neutral
+  /// rendering). Classes whose text depends on a locale override it; the
+  /// default is `description()`.
+  virtual Ref<String> descriptionWithLocale(const Id& locale) const;
+  /// `descriptionWithLocale:indent:`: the description of a value nested
+  /// `level` deep in a collection's description. Collections override it to
+  /// indent their lines; the default is `descriptionWithLocale(locale)`, so a
+  /// caller always gets the most specific rendering a value offers.
+  virtual Ref<String> descriptionWithLocale(const Id& locale, std::uint64_t level) const;
   /// The class's name, as descriptions and archives use it.
   virtual std::string className() const { return "Object"; }
   /// Raises the unrecognised-message exception unless the class can be copied.
@@ -69,6 +80,40 @@ inline Ref<String> describe(const Id& object) { return describe(object.get()); }
 /// The description as UTF-8, for messages and tests.
 std::string describeUTF8(const Object* object);
 inline std::string describeUTF8(const Id& object) { return describeUTF8(object.get()); }
+
+/// Nil-safe nested description: `descriptionWithLocale(locale, level)`, with
+/// nil rendered as "(null)".
+Ref<String> describe(const Object* object, const Id& locale, std::uint64_t level);
+inline Ref<String> describe(const Id& object, const Id& locale, std::uint64_t level) {
+  return describe(object.get(), locale, level);
+}
+
+/// Guards the walk of a collection that visits its own elements (a
+/// description, an equality test) against a collection that contains itself,
+/// directly or through others: such a walk would recurse until the stack runs
+/// out and the process dies. While the scope lives, the object (or the pair
+/// of objects compared) is on the calling thread's stack of walks; meeting it
+/// again further down means the walk would never end. The stack is per thread,
+/// so walks of the same collection on other threads do not disturb it.
+class RecursionScope {
+ public:
+  enum class Walk { Description, Equality };
+  RecursionScope(Walk walk, const Object* object, const Object* other = nullptr);
+  ~RecursionScope();
+  RecursionScope(const RecursionScope&) = delete;
+  RecursionScope& operator=(const RecursionScope&) = delete;
+
+  /// True when this walk was already under way further up the stack. The
+  /// assertion failure ("description of a collection that contains itself",
+  /// "equality of a collection that contains itself") has then been reported;
+  /// when the handler returns or assertions are compiled out, the caller
+  /// stops descending (a description shows "<Class: 0x...>" for the object,
+  /// equality answers false).
+  bool reentered() const { return reentered_; }
+
+ private:
+  bool reentered_ = false;
+};
 
 /// Casts a reference to a subclass; nil when it is not one.
 template <class T, class U>

@@ -67,18 +67,31 @@ bool Set::isEqual(const Object& other) const {
   return set && isEqualToSet(*set);
 }
 
-Ref<String> Set::description() const {
-  // "{(\n    a,\n    b\n)}", the platform's old-style set layout.
+Ref<String> Set::description() const { return descriptionWithLocale(nullptr, 0); }
+
+Ref<String> Set::descriptionWithLocale(const Id& locale) const { return descriptionWithLocale(locale, 0); }
+
+Ref<String> Set::descriptionWithLocale(const Id& locale, Index level) const {
+  // "{(\n    a,\n    b\n)}" at level 0, the platform's old-style set layout,
+  // indented by level as a list is.
+  RecursionScope scope(RecursionScope::Walk::Description, this);
+  if (scope.reentered()) return Object::description();
+  const std::string outer(4 * level, ' ');
+  const std::string inner(4 * (level + 1), ' ');
   auto text = make<MutableString>();
+  text->appendUTF8(outer);
   text->appendUTF8("{(");
   bool first = true;
   for (const Slot& slot : slots_) {
     if (!slot.object) continue;
-    text->appendUTF8(first ? "\n    " : ",\n    ");
-    text->appendString(*describe(slot.object));
+    text->appendUTF8(first ? "\n" : ",\n");
+    text->appendUTF8(inner);
+    text->appendString(*describe(slot.object, locale, level + 1));
     first = false;
   }
-  text->appendUTF8("\n)}");
+  text->appendUTF8("\n");
+  text->appendUTF8(outer);
+  text->appendUTF8(")}");
   return text;
 }
 
@@ -112,7 +125,10 @@ Ref<Array> Set::allObjects() const { return make<Array>(objects()); }
 Ref<Enumerator> Set::objectEnumerator() const { return make<Enumerator>(objects()); }
 
 bool Set::isEqualToSet(const Set& other) const {
-  return this == &other || (count() == other.count() && isSubsetOfSet(other));
+  if (this == &other) return true;
+  if (count() != other.count()) return false;
+  RecursionScope scope(RecursionScope::Walk::Equality, this, &other);
+  return !scope.reentered() && isSubsetOfSet(other);
 }
 
 bool Set::isSubsetOfSet(const Set& other) const {
@@ -215,6 +231,8 @@ void MutableSet::filterUsingPredicate(const Predicate& predicate) {
 }
 
 Ref<String> CountedSet::description() const {
+  RecursionScope scope(RecursionScope::Walk::Description, this);
+  if (scope.reentered()) return Object::description();
   char address[32];
   std::snprintf(address, sizeof address, "%p", static_cast<const void*>(this));
   auto text = make<MutableString>();

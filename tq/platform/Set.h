@@ -33,7 +33,13 @@ class Set : public Object {
   bool isEqual(const Object& other) const override;
   std::size_t hash() const override { return count(); }
   /// "{(\n    a,\n    b\n)}"
+  /// Level 0 of `descriptionWithLocale(nil, level)`.
   Ref<String> description() const override;
+  Ref<String> descriptionWithLocale(const Id& locale) const override;
+  /// The platform's old-style layout at a nesting level: each element on its
+  /// own line four spaces deeper than the level, the opening and closing
+  /// lines at the level's indentation; nested values one level deeper.
+  Ref<String> descriptionWithLocale(const Id& locale, Index level) const override;
   std::string className() const override { return "Set"; }
   Id copy() const override;
   Id mutableCopy() const override;
@@ -118,8 +124,10 @@ class CountedSet : public MutableSet {
   static Ref<CountedSet> set() { return make<CountedSet>(); }
 
   std::string className() const override { return "CountedSet"; }
-  /// "<CountedSet: 0x...> (a [2], b [1])"
+  /// "<CountedSet: 0x...> (a [2], b [1])", at every level and locale.
   Ref<String> description() const override;
+  Ref<String> descriptionWithLocale(const Id&) const override { return description(); }
+  Ref<String> descriptionWithLocale(const Id&, Index) const override { return description(); }
   /// Both copies are counted sets with the same counts (there is no
   /// immutable counted set).
   Id copy() const override;
