@@ -80,7 +80,7 @@ TEST(FormatPointers, HexWithPrefixLikeThePlatform) {
   EXPECT_EQ(formatUTF8("<String: %p>", object), expected);
 }
 
-TEST(FormatSpecifications, StarWidthsPositionsPercentAndMissingArguments) {
+TEST(FormatDirectives, StarWidthsPositionsPercentAndMissingArguments) {
   EXPECT_EQ(formatUTF8("[%*d] [%-*d] [%*d] [%.*f]", 4, 7, 3, 8, -3, 9, 2, 1.0), "[   7] [8  ] [9  ] [1.00]");
   EXPECT_EQ(formatUTF8("%2$@ %1$@ %2$@", str("a"), str("b")), "b a b");
   EXPECT_EQ(formatUTF8("%1$*2$d|", 5, 3), "  5|");

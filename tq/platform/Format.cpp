@@ -29,8 +29,8 @@ class CLocaleScope {
   locale_t previous_;
 };
 
-// One conversion specification, parsed.
-struct Spec {
+// One conversion directive, parsed.
+struct Directive {
   int position = 0;  // 1-based; 0 = the next argument
   std::string flags;
   bool leftAlign = false;
@@ -101,61 +101,61 @@ class Formatter {
 
   void conversion() {
     std::size_t start = at_++;
-    Spec spec;
-    spec.position = positionHere();
+    Directive directive;
+    directive.position = positionHere();
     static constexpr std::u16string_view flagCharacters = u"-+ #0'";
     while (at_ < format_.size() && flagCharacters.find(format_[at_]) != std::u16string_view::npos) {
-      if (format_[at_] == u'-') spec.leftAlign = true;
-      if (spec.flags.find(char(format_[at_])) == std::string::npos) spec.flags.push_back(char(format_[at_]));
+      if (format_[at_] == u'-') directive.leftAlign = true;
+      if (directive.flags.find(char(format_[at_])) == std::string::npos) directive.flags.push_back(char(format_[at_]));
       ++at_;
     }
     if (at_ < format_.size() && format_[at_] == u'*') {
       std::int64_t w;
       if (starValue(&w)) {
-        spec.hasWidth = true;
+        directive.hasWidth = true;
         if (w < 0) {
-          spec.leftAlign = true;
-          if (spec.flags.find('-') == std::string::npos) spec.flags.push_back('-');
+          directive.leftAlign = true;
+          if (directive.flags.find('-') == std::string::npos) directive.flags.push_back('-');
           w = w == std::numeric_limits<std::int64_t>::min() ? std::numeric_limits<std::int64_t>::max() : -w;
         }
-        spec.width = std::min<std::uint64_t>(std::uint64_t(w), 1u << 20);
+        directive.width = std::min<std::uint64_t>(std::uint64_t(w), 1u << 20);
       }
     } else if (at_ < format_.size() && isDigit(format_[at_])) {
-      spec.hasWidth = true;
-      spec.width = number();
+      directive.hasWidth = true;
+      directive.width = number();
     }
     if (at_ < format_.size() && format_[at_] == u'.') {
       ++at_;
-      spec.hasPrecision = true;
+      directive.hasPrecision = true;
       if (at_ < format_.size() && format_[at_] == u'*') {
         std::int64_t p = 0;
         // A negative precision counts as none, as in C.
-        if (!starValue(&p) || p < 0) spec.hasPrecision = false;
-        spec.precision = std::min<std::uint64_t>(std::uint64_t(std::max<std::int64_t>(p, 0)), 1u << 20);
+        if (!starValue(&p) || p < 0) directive.hasPrecision = false;
+        directive.precision = std::min<std::uint64_t>(std::uint64_t(std::max<std::int64_t>(p, 0)), 1u << 20);
       } else {
-        spec.precision = number();
+        directive.precision = number();
       }
     }
     while (at_ < format_.size()) {
       char16_t c = format_[at_];
       if (c == u'h') {
-        ++spec.shortness;
+        ++directive.shortness;
       } else if (c != u'l' && c != u'q' && c != u'L' && c != u'z' && c != u'j' && c != u't') {
         break;
       }
       ++at_;
     }
     if (at_ >= format_.size()) {
-      // A cut-off specification is written as it stands.
+      // A cut-off directive is written as it stands.
       out_.append(format_.substr(start));
       return;
     }
-    spec.conversion = format_[at_++];
-    write(spec, start);
+    directive.conversion = format_[at_++];
+    write(directive, start);
   }
 
-  void write(const Spec& spec, std::size_t start) {
-    switch (spec.conversion) {
+  void write(const Directive& directive, std::size_t start) {
+    switch (directive.conversion) {
       case u'%':
         out_.push_back(u'%');
         return;
@@ -168,7 +168,7 @@ class Formatter {
       case u'D':
       case u'U':
       case u'O':
-        if (const FormatArgument* a = take(spec.position)) writeInteger(spec, *a);
+        if (const FormatArgument* a = take(directive.position)) writeInteger(directive, *a);
         return;
       case u'f':
       case u'F':
@@ -178,23 +178,23 @@ class Formatter {
       case u'G':
       case u'a':
       case u'A':
-        if (const FormatArgument* a = take(spec.position)) writeReal(spec, *a);
+        if (const FormatArgument* a = take(directive.position)) writeReal(directive, *a);
         return;
       case u'c':
       case u'C':
-        if (const FormatArgument* a = take(spec.position)) writeCharacter(spec, *a);
+        if (const FormatArgument* a = take(directive.position)) writeCharacter(directive, *a);
         return;
       case u'@':
       case u's':
       case u'S':
-        if (const FormatArgument* a = take(spec.position)) pad(spec, textOf(*a));
+        if (const FormatArgument* a = take(directive.position)) pad(directive, textOf(*a));
         return;
       case u'p':
-        if (const FormatArgument* a = take(spec.position)) pad(spec, pointerText(*a));
+        if (const FormatArgument* a = take(directive.position)) pad(directive, pointerText(*a));
         return;
       case u'n':
         // Never writes through the argument: it only uses it up.
-        take(spec.position);
+        take(directive.position);
         return;
       default:
         // Unknown conversions are written as they stand.
@@ -233,10 +233,10 @@ class Formatter {
     return bits;
   }
 
-  std::string cSpec(const Spec& spec, const char* length, char conversion) const {
-    std::string text = "%" + spec.flags;
-    if (spec.hasWidth) text += std::to_string(spec.width);
-    if (spec.hasPrecision) text += "." + std::to_string(spec.precision);
+  std::string cDirective(const Directive& directive, const char* length, char conversion) const {
+    std::string text = "%" + directive.flags;
+    if (directive.hasWidth) text += std::to_string(directive.width);
+    if (directive.hasPrecision) text += "." + std::to_string(directive.precision);
     return text + length + conversion;
   }
 
@@ -259,8 +259,8 @@ class Formatter {
     for (char c : text) out_.push_back(char16_t(static_cast<unsigned char>(c)));
   }
 
-  void writeInteger(const Spec& spec, const FormatArgument& a) {
-    char c = char(spec.conversion);
+  void writeInteger(const Directive& directive, const FormatArgument& a) {
+    char c = char(directive.conversion);
     bool isSigned = c == 'd' || c == 'i' || c == 'D';
     if (c == 'D') c = 'd';
     if (c == 'U') c = 'u';
@@ -269,18 +269,18 @@ class Formatter {
       std::int64_t value = a.kind == FormatArgument::Kind::Unsigned && a.width < 8
                                ? std::int64_t(bitsOf(a)) << (64 - 8 * a.width) >> (64 - 8 * a.width)
                                : integerOf(a);
-      if (spec.shortness == 1) value = std::int16_t(value);
-      if (spec.shortness >= 2) value = std::int8_t(value);
-      appendC(cSpec(spec, "ll", c), static_cast<long long>(value));
+      if (directive.shortness == 1) value = std::int16_t(value);
+      if (directive.shortness >= 2) value = std::int8_t(value);
+      appendC(cDirective(directive, "ll", c), static_cast<long long>(value));
       return;
     }
     std::uint64_t bits = bitsOf(a);
-    if (spec.shortness == 1) bits = std::uint16_t(bits);
-    if (spec.shortness >= 2) bits = std::uint8_t(bits);
-    appendC(cSpec(spec, "ll", c), static_cast<unsigned long long>(bits));
+    if (directive.shortness == 1) bits = std::uint16_t(bits);
+    if (directive.shortness >= 2) bits = std::uint8_t(bits);
+    appendC(cDirective(directive, "ll", c), static_cast<unsigned long long>(bits));
   }
 
-  void writeReal(const Spec& spec, const FormatArgument& a) {
+  void writeReal(const Directive& directive, const FormatArgument& a) {
     double value = 0;
     if (a.kind == FormatArgument::Kind::Double) {
       value = a.d;
@@ -289,13 +289,13 @@ class Formatter {
     } else if (a.kind == FormatArgument::Kind::Signed) {
       value = double(a.i);
     }
-    appendC(cSpec(spec, "", char(spec.conversion)), value);
+    appendC(cDirective(directive, "", char(directive.conversion)), value);
   }
 
-  void writeCharacter(const Spec& spec, const FormatArgument& a) {
+  void writeCharacter(const Directive& directive, const FormatArgument& a) {
     std::uint64_t code = bitsOf(a);
     std::u16string text;
-    if (spec.conversion == u'c') {
+    if (directive.conversion == u'c') {
       // One byte, read as Latin-1.
       text.push_back(char16_t(code & 0xFF));
     } else if (code > 0xFFFF && code <= 0x10FFFF) {
@@ -304,7 +304,7 @@ class Formatter {
     } else {
       text.push_back(char16_t(code & 0xFFFF));
     }
-    Spec plain = spec;
+    Directive plain = directive;
     plain.hasPrecision = false;
     pad(plain, text);
   }
@@ -342,17 +342,17 @@ class Formatter {
   }
 
   // Precision cuts, width pads with spaces (left or right), in code units.
-  void pad(const Spec& spec, std::u16string text) {
-    if (spec.hasPrecision && text.size() > spec.precision) {
-      std::size_t cut = spec.precision;
+  void pad(const Directive& directive, std::u16string text) {
+    if (directive.hasPrecision && text.size() > directive.precision) {
+      std::size_t cut = directive.precision;
       // Never split a surrogate pair.
       if (cut > 0 && text[cut - 1] >= 0xD800 && text[cut - 1] < 0xDC00) --cut;
       text.resize(cut);
     }
-    std::size_t fill = spec.hasWidth && spec.width > text.size() ? spec.width - text.size() : 0;
-    if (!spec.leftAlign) out_.append(fill, u' ');
+    std::size_t fill = directive.hasWidth && directive.width > text.size() ? directive.width - text.size() : 0;
+    if (!directive.leftAlign) out_.append(fill, u' ');
     out_.append(text);
-    if (spec.leftAlign) out_.append(fill, u' ');
+    if (directive.leftAlign) out_.append(fill, u' ');
   }
 
   std::u16string_view format_;
