@@ -88,6 +88,25 @@ TEST(OperationQueueTest, HigherQueuePriorityStartsFirstAndEqualsKeepTheirOrder) 
   EXPECT_EQ(record.snapshot(), (std::vector<std::string>{"veryHigh", "high", "normal1", "normal2", "low"}));
 }
 
+TEST(OperationQueueTest, PriorityChangedWhileWaitingTakesEffect) {
+  auto queue = make<OperationQueue>();
+  queue->setMaxConcurrentOperationCount(1);
+  queue->setSuspended(true);
+  Recorder record;
+  std::vector<Ref<BlockOperation>> ops;
+  for (std::string name : {"a", "b", "c", "d"}) {
+    ops.push_back(op([&record, name] { record(name); }));
+    queue->addOperation(ops.back());
+  }
+  ops[0]->setQueuePriority(OperationQueuePriority::Low);
+  ops[3]->setQueuePriority(OperationQueuePriority::VeryHigh);
+  ops[2]->setQueuePriority(OperationQueuePriority::High);
+  ops[2]->setQueuePriority(OperationQueuePriority::Normal);  // back among equals, in the order added
+  queue->setSuspended(false);
+  queue->waitUntilAllOperationsAreFinished();
+  EXPECT_EQ(record.snapshot(), (std::vector<std::string>{"d", "b", "c", "a"}));
+}
+
 TEST(OperationQueueTest, MaxConcurrentCountLimitsOverlap) {
   auto queue = make<OperationQueue>();
   queue->setMaxConcurrentOperationCount(2);

@@ -158,8 +158,15 @@ void Operation::setQueuePriority(OperationQueuePriority priority) {
   // priority computed by arithmetic still lands on a level.
   long p = long(priority);
   long snapped = p >= 8 ? 8 : p >= 4 ? 4 : p >= 0 ? 0 : p >= -4 ? -4 : -8;
-  std::lock_guard lock(graphMutex());
-  priority_ = OperationQueuePriority(snapped);
+  Ref<Object> queue;
+  {
+    std::lock_guard lock(graphMutex());
+    if (priority_ == OperationQueuePriority(snapped)) return;
+    priority_ = OperationQueuePriority(snapped);
+    if (state_ == State::Pending) queue = queue_.lock();
+  }
+  // Still waiting in a queue: it takes its new place there.
+  if (queue) std::static_pointer_cast<OperationQueue>(queue)->queuePriorityChanged(selfAs<Operation>());
 }
 
 QualityOfService Operation::qualityOfService() const {

@@ -6,6 +6,7 @@
 // and finishes without running its work.
 
 #include <condition_variable>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -78,8 +79,9 @@ class Operation : public Object {
   std::vector<Ref<Operation>> dependencies_;
   std::vector<WeakRef<Object>> dependents_;
   WeakRef<Object> queue_;
-  bool enqueued_ = false;    // added to a queue (guarded by the graph lock)
-  bool dispatched_ = false;  // handed to a worker by its queue (queue's lock)
+  bool enqueued_ = false;       // added to a queue (guarded by the graph lock)
+  bool dispatched_ = false;     // handed to a worker by its queue (queue's lock)
+  std::uint64_t addOrder_ = 0;  // place among its queue's operations (queue's lock)
   OperationQueuePriority priority_ = OperationQueuePriority::Normal;
   QualityOfService qos_ = QualityOfService::Default;
   Ref<String> name_;

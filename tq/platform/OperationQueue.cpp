@@ -85,10 +85,32 @@ void OperationQueue::addOperation(const Ref<Operation>& operation) {
   }
   {
     std::lock_guard lock(mutex_);
+    operation->addOrder_ = nextAddOrder_++;
     operations_.push_back(operation);
     waiting_[bucketOf(operation->queuePriority())].push_back(operation);
   }
   scheduleOperations();
+}
+
+void OperationQueue::queuePriorityChanged(const Ref<Operation>& operation) {
+  std::lock_guard lock(mutex_);
+  OperationQueuePriority priority;
+  {
+    std::lock_guard graph(graphMutex());
+    if (operation->state_ != Operation::State::Pending || operation->dispatched_) return;
+    priority = operation->priority_;
+  }
+  auto& target = waiting_[bucketOf(priority)];
+  for (auto& bucket : waiting_) {
+    auto it = std::find(bucket.begin(), bucket.end(), operation);
+    if (it == bucket.end()) continue;
+    if (&bucket == &target) return;
+    bucket.erase(it);
+    auto place = std::upper_bound(target.begin(), target.end(), operation->addOrder_,
+                                  [](std::uint64_t order, const Ref<Operation>& o) { return order < o->addOrder_; });
+    target.insert(place, operation);
+    return;
+  }
 }
 
 void OperationQueue::addOperations(const std::vector<Ref<Operation>>& operations, bool waitUntilFinished) {

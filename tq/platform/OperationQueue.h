@@ -7,7 +7,7 @@
 // running; operations still waiting in a queue that is released are dropped.
 // Operations of the main queue run on the main run loop.
 //
-// An operation's queue priority is read when it is added. A worker that
+// An operation's queue priority may change until it starts. A worker that
 // finishes an operation goes straight on with the next one that may start,
 // so a busy serial queue costs no thread hand-over per operation.
 
@@ -64,6 +64,9 @@ class OperationQueue : public Object {
   /// Starts every operation that may start now. Called by the queue itself
   /// and by operations whose readiness changed.
   void scheduleOperations();
+  /// Moves a waiting operation to the place its new queue priority gives it
+  /// (among equals, the order added). Called by the operation.
+  void queuePriorityChanged(const Ref<Operation>& operation);
 
  private:
   void runOperation(Ref<Operation> operation);
@@ -80,6 +83,7 @@ class OperationQueue : public Object {
   // Not yet started, by priority (very high first), in the order added.
   std::array<std::deque<Ref<Operation>>, 5> waiting_;
   long running_ = 0;
+  std::uint64_t nextAddOrder_ = 0;
   long maxConcurrent_ = DefaultMaxConcurrentOperationCount;
   bool suspended_ = false;
   bool main_ = false;
