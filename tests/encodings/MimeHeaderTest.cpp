@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "tq/encodings/MimeEncoding.h"
+#include "tq/platform/PlatformLog.h"
 
 namespace tq {
 namespace {
@@ -22,10 +23,10 @@ class MimeHeaderLogTest : public ::testing::Test {
  protected:
   void SetUp() override {
     logged.clear();
-    previous_ = MimeEncodingDetail::setPlatformLogHandler(collect);
+    previous_ = setPlatformLogHandler(collect);
   }
-  void TearDown() override { MimeEncodingDetail::setPlatformLogHandler(previous_); }
-  MimeEncodingDetail::PlatformLogHandler previous_ = nullptr;
+  void TearDown() override { setPlatformLogHandler(previous_); }
+  PlatformLogHandler previous_ = nullptr;
 };
 
 TEST(MimeHeaderTest, PlainTextComesBackWithLeadingWhitespaceOnlyBeforeText) {

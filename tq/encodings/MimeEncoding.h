@@ -70,12 +70,6 @@ namespace MimeEncodingDetail {
 /// The payload decoders behind the public functions, on views, so that the
 /// header decoder avoids building a string per word. False means nil.
 bool decodeWordBytes(std::u16string_view word, std::string& bytes, StringEncoding* usedEncoding, bool* isQ);
-/// Where the two log messages of the header decoder go (the platform log:
-/// journald when its socket exists, else standard error). Replaceable so
-/// that hosts and tests can see them; an empty handler restores the default.
-using PlatformLogHandler = void (*)(const std::string& message);
-PlatformLogHandler setPlatformLogHandler(PlatformLogHandler handler);
-void platformLog(const std::string& message);
 
 }  // namespace MimeEncodingDetail
 

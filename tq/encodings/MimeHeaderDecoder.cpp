@@ -4,9 +4,6 @@
 // stopped, so hostile values (thousands of "=?" markers, or of tiny words)
 // decode in time proportional to their length.
 
-#include <systemd/sd-journal.h>
-#include <unistd.h>
-
 #include <atomic>
 #include <cstdio>
 #include <string>
@@ -14,36 +11,10 @@
 #include "tq/encodings/MimeEncoding.h"
 #include "tq/platform/CharacterSet.h"
 #include "tq/platform/Exception.h"
+#include "tq/platform/PlatformLog.h"
 
 namespace tq {
 
-namespace MimeEncodingDetail {
-
-namespace {
-
-void defaultPlatformLog(const std::string& message) {
-  // The journal accepts messages even when nothing receives them, so it is
-  // used only when its socket is there.
-  static const bool journal = access("/run/systemd/journal/socket", W_OK) == 0;
-  if (journal) {
-    sd_journal_send("MESSAGE=%s", message.c_str(), "PRIORITY=%i", LOG_NOTICE, nullptr);
-  } else {
-    std::fprintf(stderr, "%s\n", message.c_str());
-  }
-}
-
-std::atomic<PlatformLogHandler> logHandler{nullptr};
-
-}  // namespace
-
-PlatformLogHandler setPlatformLogHandler(PlatformLogHandler handler) { return logHandler.exchange(handler); }
-
-void platformLog(const std::string& message) {
-  PlatformLogHandler handler = logHandler.load();
-  (handler ? handler : defaultPlatformLog)(message);
-}
-
-}  // namespace MimeEncodingDetail
 
 namespace {
 
@@ -116,7 +87,7 @@ class PendingBytes {
       // value would repeat it word for word; logging it once keeps a hostile
       // value of thousands of failing words from writing gigabytes.
       if (!Charset::decodeAppending(bytes_, charset_, result) && !loggedFailure_) {
-        MimeEncodingDetail::platformLog("problem decoding MimeString: " + header.utf8());
+        platformLog("problem decoding MimeString: " + header.utf8());
         loggedFailure_ = true;
       }
       bytes_.clear();
@@ -192,7 +163,7 @@ Ref<String> decodedMimeEncodedString(const String& header, bool* isMailSploited)
     try {
       decoded = MimeEncodingDetail::decodeWordBytes(word, bytes, &charset, nullptr);
     } catch (const Exception&) {
-      MimeEncodingDetail::platformLog("problem parsing MimeEncodedWord: " + utf16ToUTF8(word));
+      platformLog("problem parsing MimeEncodedWord: " + utf16ToUTF8(word));
     }
     if (!decoded) bytes.clear();
     if (isMailSploited && decoded) neutraliseNul(bytes, charset, isMailSploited);

@@ -7,10 +7,10 @@
 #include <mutex>
 #include <shared_mutex>
 
+#include "tq/platform/PlatformLog.h"
+
 namespace tq {
 namespace {
-
-constexpr const char* kJournalSocket = "/run/systemd/journal/socket";
 
 std::shared_mutex& sinkMutex() {
   static auto* mutex = new std::shared_mutex;
@@ -43,26 +43,13 @@ void defaultSink(const LogConsoleRecord& record) {
 
 }  // namespace
 
-bool logConsoleUsesJournal() {
-  static const bool present = ::access(kJournalSocket, F_OK) == 0;
-  return present;
-}
+bool logConsoleUsesJournal() { return platformLogUsesJournal(); }
 
 LogConsoleSink setLogConsoleSink(LogConsoleSink sink) {
   std::unique_lock lock(sinkMutex());
   LogConsoleSink previous = std::move(replacedSink());
   replacedSink() = std::move(sink);
   return previous;
-}
-
-void emitPlatformLogMessage(const std::string& message) {
-  if (logConsoleUsesJournal()) {
-    sd_journal_send("MESSAGE=%s", message.c_str(), "PRIORITY=5", nullptr);
-    return;
-  }
-  std::string line = message + "\n";
-  ssize_t written = ::write(STDERR_FILENO, line.data(), line.size());
-  (void)written;
 }
 
 void emitLogConsoleRecord(const LogConsoleRecord& record) {

@@ -23,10 +23,6 @@ using LogConsoleSink = std::function<void(const LogConsoleRecord&)>;
 LogConsoleSink setLogConsoleSink(LogConsoleSink sink);
 /// Sends a record to the current sink.
 void emitLogConsoleRecord(const LogConsoleRecord& record);
-/// The platform log, for the few messages that bypass the logger's own
-/// sinks (the log file cannot be created): the journal when its socket
-/// exists, else one line on standard error.
-void emitPlatformLogMessage(const std::string& message);
 /// Whether the default sink writes to the journal.
 bool logConsoleUsesJournal();
 

@@ -15,6 +15,7 @@
 #include "tq/platform/Assert.h"
 #include "tq/platform/DispatchQueue.h"
 #include "tq/platform/Number.h"
+#include "tq/platform/PlatformLog.h"
 #include "tq/platform/ThreadDictionary.h"
 
 namespace tq {
@@ -140,7 +141,7 @@ void TQLogger::setUpFile(const std::string& path) {
     int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
     if (fd < 0 || ::close(fd) != 0 || ::rename(temporary.c_str(), logPath_.c_str()) != 0) {
       ::unlink(temporary.c_str());
-      emitPlatformLogMessage("Error writing to file " + logPath_);
+      platformLog("Error writing to file " + logPath_);
     }
   }
   writeFd_ = ::open(logPath_.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
