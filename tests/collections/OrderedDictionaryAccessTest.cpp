@@ -332,6 +332,54 @@ TEST(OrderedDictionaryKeyValueCoding, SetValueForKeyPathWritesThroughTheMapAlone
   EXPECT_FALSE(testing::isConsistent(*d));
 }
 
+// Records what it hears: "keyPath:new" per notification.
+class HeardLog : public Object {
+ public:
+  void observeValueForKeyPath(const String& keyPath, const Id& object, const Ref<Dictionary>& change,
+                              void* context) override {
+    heard.push_back(keyPath.utf8() + ":" + describeUTF8(change->objectForKey(KeyValueChangeKey::New)));
+    objects.push_back(object.get());
+  }
+  std::vector<std::string> heard;
+  std::vector<const Object*> objects;
+};
+
+TEST(OrderedDictionaryObserving, ObserversOfObjectsAtIndexesHearSetValue) {
+  std::vector<Ref<MutableDictionary>> people{make<MutableDictionary>(), make<MutableDictionary>(),
+                                             make<MutableDictionary>()};
+  auto d =
+      TQOrderedDictionary::withObjects(arr({people[0], people[1], people[2]}), arr({str("a"), str("b"), str("c")}));
+  auto observer = make<HeardLog>();
+  auto indexes = make<MutableIndexSet>();
+  indexes->addIndex(1);
+  indexes->addIndex(2);
+  d->addObserver(observer, *indexes, *str("age"), KeyValueObservingOptions::New, nullptr);
+  d->setValue(num(30), *str("age"));
+  EXPECT_EQ(testing::joined(*arr({str(observer->heard.at(0)), str(observer->heard.at(1))})), "age:30,age:30");
+  EXPECT_EQ(observer->objects, (std::vector<const Object*>{people[1].get(), people[2].get()}));
+  d->removeObserver(observer, *indexes, *str("age"));
+  d->setValue(num(31), *str("age"));
+  EXPECT_EQ(observer->heard.size(), 2u);
+  EXPECT_EQ(raisedBy([&] { d->removeObserver(observer, *indexes, *str("age")); }).name(), ExceptionName::Range);
+}
+
+TEST(OrderedDictionaryObserving, ObserversOfTheDictionaryHearSetValueForKeyPath) {
+  auto d = lettered(2);
+  auto observer = make<HeardLog>();
+  int context = 0;
+  d->addObserver(observer, *str("b"), KeyValueObservingOptions::New, &context);
+  d->setValueForKeyPath(num(9), *str("b"));
+  d->setValueForKeyPath(num(8), *str("a"));
+  ASSERT_EQ(observer->heard.size(), 1u);
+  EXPECT_EQ(observer->heard[0], "b:9");
+  EXPECT_NE(observer->objects[0], static_cast<const Object*>(d.get())) << "the key -> object map is observed";
+  Exception e = raisedBy([&] { d->removeObserver(observer, *str("b"), nullptr); });
+  EXPECT_EQ(e.name(), ExceptionName::Range) << "the context must match";
+  d->removeObserver(observer, *str("b"), &context);
+  d->setValueForKeyPath(num(7), *str("b"));
+  EXPECT_EQ(observer->heard.size(), 1u);
+}
+
 // --- Descriptions -------------------------------------------------------------------------
 
 class LocaleOnly : public Object {
@@ -359,7 +407,8 @@ TEST(OrderedDictionaryDescription, IndentPutsTabsBeforeTheLineBreak) {
 }
 
 TEST(OrderedDictionaryDescription, NestedListsAndDictionariesRenderAtTheNextLevel) {
-  auto d = TQOrderedDictionary::withObjects(arr({arr({num(1)}), dict({{str("x"), num(1)}})}), arr({str("l"), str("m")}));
+  auto d =
+      TQOrderedDictionary::withObjects(arr({arr({num(1)}), dict({{str("x"), num(1)}})}), arr({str("l"), str("m")}));
   EXPECT_EQ(describeUTF8(d), "{\n\tl = (\n    1\n);\n\tm = {\n    x = 1;\n}\n}") << "plain: their own description";
   EXPECT_EQ(describeUTF8(d->descriptionWithLocale(nullptr)),
             "{\n\tl =     (\n        1\n    );\n\tm =     {\n        x = 1;\n    }\n}");

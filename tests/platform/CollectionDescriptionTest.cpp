@@ -71,8 +71,10 @@ TEST(CollectionDescriptionLevels, NestedListsAndDictionariesIndentEveryLineOfThe
   EXPECT_EQ(describeUTF8(nested), "(\n    a,\n        (\n        b\n    )\n)");
   EXPECT_EQ(describeUTF8(nested->descriptionWithLocale(nullptr, 1)),
             "    (\n        a,\n                (\n            b\n        )\n    )");
-  EXPECT_EQ(describeUTF8(dict({{str("k"), arr({num(1), num(2)})}})), "{\n    k =     (\n        1,\n        2\n    );\n}");
-  EXPECT_EQ(describeUTF8(dict({{str("o"), dict({{str("i"), num(1)}})}})), "{\n    o =     {\n        i = 1;\n    };\n}");
+  EXPECT_EQ(describeUTF8(dict({{str("k"), arr({num(1), num(2)})}})),
+            "{\n    k =     (\n        1,\n        2\n    );\n}");
+  EXPECT_EQ(describeUTF8(dict({{str("o"), dict({{str("i"), num(1)}})}})),
+            "{\n    o =     {\n        i = 1;\n    };\n}");
   EXPECT_EQ(describeUTF8(dict({{str("i"), num(1)}})->descriptionWithLocale(nullptr, 2)),
             "        {\n            i = 1;\n        }");
   EXPECT_EQ(describeUTF8(set({arr({str("x")})})), "{(\n        (\n        x\n    )\n)}");

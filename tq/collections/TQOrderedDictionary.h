@@ -20,8 +20,9 @@
 //
 // Key-value coding: `valueForKey` and `setValue` go to every object (as on a
 // list); `valueForKeyPath` and `setValueForKeyPath` walk the key path from the
-// key -> object map. Key-value observing is not offered: the platform layer
-// has no observation machinery.
+// key -> object map. Key-value observing follows the same split: observers
+// of objects at indexes are registered on those objects, observers of the
+// dictionary on the key -> object map.
 
 #include <cstddef>
 #include <functional>
@@ -31,6 +32,7 @@
 #include "tq/platform/Array.h"
 #include "tq/platform/Dictionary.h"
 #include "tq/platform/IndexSet.h"
+#include "tq/platform/KeyValueObserving.h"
 #include "tq/platform/KeyedArchive.h"
 #include "tq/platform/Object.h"
 #include "tq/platform/Sorting.h"
@@ -321,6 +323,23 @@ class TQOrderedDictionary : public Object, public Coding {
   /// are, so the dictionary's lookups and its order then disagree; longer
   /// paths set the value inside the object found by the path's head.
   void setValueForKeyPath(const Id& value, const String& keyPath) { tq::setValueForKeyPath(pairs_, value, keyPath); }
+
+  // Key-value observing.
+  /// Registers on each object at the indexes; `setValue` notifies them.
+  void addObserver(const Id& observer, const IndexSet& toObjectsAtIndexes, const String& keyPath,
+                   KeyValueObservingOptions options, void* context) const {
+    tq::addObserver(*objects_, observer, toObjectsAtIndexes, keyPath, options, context);
+  }
+  void removeObserver(const Id& observer, const IndexSet& fromObjectsAtIndexes, const String& keyPath) const {
+    tq::removeObserver(*objects_, observer, fromObjectsAtIndexes, keyPath);
+  }
+  /// Registers on the key -> object map; `setValueForKeyPath` notifies it.
+  void addObserver(const Id& observer, const String& keyPath, KeyValueObservingOptions options, void* context) const {
+    tq::addObserver(pairs_, observer, keyPath, options, context);
+  }
+  void removeObserver(const Id& observer, const String& keyPath, void* context) const {
+    tq::removeObserver(pairs_, observer, keyPath, context);
+  }
 
   // Equality of contents, in order (isEqual stays identity).
   bool isEqualToOrderedDictionary(const TQOrderedDictionary& other) const;

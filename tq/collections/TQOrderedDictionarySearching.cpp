@@ -119,8 +119,9 @@ Ref<Dictionary> TQOrderedDictionary::firstEntryInCommonWithOrderedDictionary(con
     const Id& element = list->objectAtIndex(0);
     (void)tq::isEqual(objectForKey(element), other.objectForKey(element));
   }
-  TQ_ASSERT(false, "-[TQOrderedDictionary firstEntryInCommonWithOrderedDictionary:] loops without end on a "
-                   "non-empty list key");
+  TQ_ASSERT(false,
+            "-[TQOrderedDictionary firstEntryInCommonWithOrderedDictionary:] loops without end on a "
+            "non-empty list key");
   return nullptr;
 }
 

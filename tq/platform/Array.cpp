@@ -212,9 +212,9 @@ Ref<IndexSet> Array::indexesOfObjectsAtIndexes(const IndexSet& indexes, Enumerat
 Index Array::indexOfObject(const Id& object, Range range, BinarySearchingOptions options,
                            const Comparator& comparator) const {
   if (has(options, BinarySearchingOptions::FirstEqual) && has(options, BinarySearchingOptions::LastEqual)) {
-    raise(ExceptionName::InvalidArgument,
-          "*** -[" + className() + " indexOfObject:inSortedRange:options:usingComparator:]: both "
-          "FirstEqual and LastEqual options cannot be specified");
+    raise(ExceptionName::InvalidArgument, "*** -[" + className() +
+                                              " indexOfObject:inSortedRange:options:usingComparator:]: both "
+                                              "FirstEqual and LastEqual options cannot be specified");
   }
   if (!fits(range, objects_.size())) {
     raise(ExceptionName::Range, "*** -[" + className() +
@@ -256,7 +256,8 @@ void Array::enumerateObjectsAtIndexes(const IndexSet& indexes, EnumerationOption
                                       const IndexedVisitor& visit) const {
   std::vector<Index> positions = positionsOf(indexes, options);
   for (Index i : positions) {
-    if (i >= objects_.size()) raiseIndexBeyondBounds(className().c_str(), "enumerateObjectsAtIndexes:options:usingBlock:", i, objects_.size());
+    if (i >= objects_.size())
+      raiseIndexBeyondBounds(className().c_str(), "enumerateObjectsAtIndexes:options:usingBlock:", i, objects_.size());
   }
   if (has(options, EnumerationOptions::Concurrent)) {
     parallelForEach(positions, [&](Index i, bool* stop) { visit(objects_[i], i, stop); });
@@ -401,7 +402,8 @@ void MutableArray::removeObjectsAtIndexes(const IndexSet& indexes) {
 
 void MutableArray::replaceObjectAtIndex(Index index, const Id& object) {
   requireObject(object, "MutableArray", "replaceObjectAtIndex:withObject:");
-  if (index >= objects_.size()) raiseIndexBeyondBounds("MutableArray", "replaceObjectAtIndex:withObject:", index, objects_.size());
+  if (index >= objects_.size())
+    raiseIndexBeyondBounds("MutableArray", "replaceObjectAtIndex:withObject:", index, objects_.size());
   objects_[index] = object;
 }
 
@@ -414,8 +416,10 @@ void MutableArray::setObject(const Id& object, Index index) {
 }
 
 void MutableArray::exchangeObjectAtIndex(Index a, Index b) {
-  if (a >= objects_.size()) raiseIndexBeyondBounds("MutableArray", "exchangeObjectAtIndex:withObjectAtIndex:", a, objects_.size());
-  if (b >= objects_.size()) raiseIndexBeyondBounds("MutableArray", "exchangeObjectAtIndex:withObjectAtIndex:", b, objects_.size());
+  if (a >= objects_.size())
+    raiseIndexBeyondBounds("MutableArray", "exchangeObjectAtIndex:withObjectAtIndex:", a, objects_.size());
+  if (b >= objects_.size())
+    raiseIndexBeyondBounds("MutableArray", "exchangeObjectAtIndex:withObjectAtIndex:", b, objects_.size());
   std::swap(objects_[a], objects_[b]);
 }
 

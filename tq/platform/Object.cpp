@@ -22,15 +22,15 @@ Ref<String> Object::description() const {
 
 Ref<String> Object::descriptionWithLocale(const Id&) const { return description(); }
 
-Ref<String> Object::descriptionWithLocale(const Id& locale, std::uint64_t) const { return descriptionWithLocale(locale); }
+Ref<String> Object::descriptionWithLocale(const Id& locale, std::uint64_t) const {
+  return descriptionWithLocale(locale);
+}
 
 Id Object::copy() const { raiseUnrecognizedMessage(this, "copyWithZone:"); }
 
 Id Object::mutableCopy() const { raiseUnrecognizedMessage(this, "mutableCopyWithZone:"); }
 
-Id Object::self() const {
-  return std::const_pointer_cast<Object>(shared_from_this());
-}
+Id Object::self() const { return std::const_pointer_cast<Object>(shared_from_this()); }
 
 bool isEqual(const Object* a, const Object* b) {
   if (a == b) return true;

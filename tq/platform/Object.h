@@ -12,6 +12,7 @@ namespace tq {
 
 class Object;
 class String;
+class Dictionary;
 
 /// A strong reference; an empty reference is nil.
 template <class T>
@@ -57,6 +58,13 @@ class Object : public std::enable_shared_from_this<Object> {
   virtual Ref<String> descriptionWithLocale(const Id& locale, std::uint64_t level) const;
   /// The class's name, as descriptions and archives use it.
   virtual std::string className() const { return "Object"; }
+  /// `observeValueForKeyPath:ofObject:change:context:`: what an observer
+  /// registered with `addObserver` (KeyValueObserving.h) hears. The default
+  /// raises the internal-inconsistency failure "<Class: 0x...>: An
+  /// -observeValueForKeyPath:ofObject:change:context: message was received
+  /// but not handled." with the key path, object, change and context.
+  virtual void observeValueForKeyPath(const String& keyPath, const Id& object, const Ref<Dictionary>& change,
+                                      void* context);
   /// Raises the unrecognised-message exception unless the class can be copied.
   virtual Id copy() const;
   virtual Id mutableCopy() const;

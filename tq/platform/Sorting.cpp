@@ -3,6 +3,7 @@
 #include "tq/platform/Array.h"
 #include "tq/platform/Dictionary.h"
 #include "tq/platform/Exception.h"
+#include "tq/platform/KeyValueObserving.h"
 
 namespace tq {
 
@@ -63,12 +64,15 @@ Id valueForKey(const Id& object, const String& key) {
 void setValueForKey(const Id& object, const Id& value, const String& key) {
   if (!object) return;
   if (auto map = cast<MutableDictionary>(object)) {
+    // Observers of the key hear of the change (KeyValueObserving.h).
+    ValueChangeScope change(object, key);
     Id copiedKey = String::fromUTF16(key.utf16());
     if (value) {
       map->setObject(value, copiedKey);
     } else {
       map->removeObjectForKey(copiedKey);
     }
+    change.commit();
     return;
   }
   if (auto list = cast<Array>(object)) {
@@ -88,8 +92,11 @@ void setValueForKeyPath(const Id& object, const Id& value, const String& keyPath
   const std::u16string& units = keyPath.utf16();
   std::size_t dot = units.find(u'.');
   if (dot == std::u16string::npos) return setValueForKey(object, value, keyPath);
+  // Observers of the whole path on this object hear of the change too.
+  ValueChangeScope change(object, keyPath);
   Id next = valueForKey(object, *String::fromUTF16(units.substr(0, dot)));
   setValueForKeyPath(next, value, *String::fromUTF16(units.substr(dot + 1)));
+  change.commit();
 }
 
 }  // namespace tq

@@ -85,10 +85,12 @@ ComparisonResult compareWithDescriptors(const Id& a, const Id& b, const std::vec
 Id valueForKey(const Id& object, const String& key);
 /// Sets the value at `key` of an object: a mutable dictionary stores it (nil
 /// removes the key), an array passes it to each element, nil ignores it;
-/// anything else raises the unrecognised message.
+/// anything else raises the unrecognised message. Observers of a dictionary's
+/// key hear of the change (KeyValueObserving.h).
 void setValueForKey(const Id& object, const Id& value, const String& key);
 /// Follows the dot-separated path with `valueForKey` up to its last key and
-/// sets that one with `setValueForKey`.
+/// sets that one with `setValueForKey`; observers of the whole path on each
+/// object along it hear of the change.
 void setValueForKeyPath(const Id& object, const Id& value, const String& keyPath);
 
 }  // namespace tq
