@@ -75,7 +75,7 @@ void dropGone(std::vector<Registration>& list) {
 }
 
 void requireObservable(const Id& object, const Id& observer, const String& keyPath, const char* selector) {
-  if (!object) raiseNilArgument("NSObject", selector, "object");
+  if (!object) raiseNilArgument("Object", selector, "object");
   if (!observer) raiseNilArgument(object->className().c_str(), selector, "observer");
   if (isKindOf<Array>(object) || isKindOf<Set>(object)) {
     raise(ExceptionName::InvalidArgument,
