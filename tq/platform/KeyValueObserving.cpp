@@ -74,6 +74,20 @@ void dropGone(std::vector<Registration>& list) {
   registrationCount -= before - list.size();
 }
 
+// Objects that die while observed, or whose observers die, leave entries
+// behind until their list is touched again. A sweep of the whole registry,
+// whenever it has doubled since the last one, bounds them at the live
+// entries' number (amortised constant per registration). Under the lock.
+std::size_t sweepAt = 64;
+void sweepIfGrown() {
+  if (registry.size() < sweepAt) return;
+  for (auto it = registry.begin(); it != registry.end();) {
+    dropGone(it->second);
+    it = it->second.empty() ? registry.erase(it) : std::next(it);
+  }
+  sweepAt = std::max<std::size_t>(64, 2 * registry.size());
+}
+
 void requireObservable(const Id& object, const Id& observer, const String& keyPath, const char* selector) {
   if (!object) raiseNilArgument("Object", selector, "object");
   if (!observer) raiseNilArgument(object->className().c_str(), selector, "observer");
@@ -173,6 +187,7 @@ void addObserver(const Id& object, const Id& observer, const String& keyPath, Ke
   {
     std::lock_guard<std::mutex> guard(registryLock);
     serial = nextSerial++;
+    sweepIfGrown();
     std::vector<Registration>& list = registry[object.get()];
     dropGone(list);
     list.push_back({serial, object, observer.get(), observer, path, options, context});

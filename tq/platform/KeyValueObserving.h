@@ -5,7 +5,9 @@
 // Observers are registered per observed object and key path, with options
 // and a context pointer, and are held weakly (registering does not keep an
 // observer alive; a registration whose observer has gone is dropped). The
-// callback is the observer's `Object::observeValueForKeyPath`.
+// callback is the observer's `Object::observeValueForKeyPath`. Observed
+// objects are held weakly too: registrations of an object that goes away are
+// dropped quietly, as are those whose observer has gone.
 //
 // What notifies: `setValueForKey` and `setValueForKeyPath` (tq/platform/
 // Sorting.h) bracket every change they make with `willChangeValueForKey` and
