@@ -11,6 +11,7 @@
 #include <string>
 
 #include "tq/encodings/MimeEncoding.h"
+#include "tq/platform/PlatformLog.h"
 #include "tq/platform/CharacterSet.h"
 
 namespace {
@@ -33,7 +34,7 @@ tq::String textOf(const std::uint8_t* data, std::size_t size) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const auto previous = tq::MimeEncodingDetail::setPlatformLogHandler(quiet);
+  static const auto previous = tq::setPlatformLogHandler(quiet);
   (void)previous;
   const tq::String header = textOf(data, size);
   auto plain = tq::MimeEncoding::decodedMimeEncodedString(header);
