@@ -147,6 +147,52 @@ TEST(QuotedPrintableBodyEncoderTest, LineSplittingAgreesWithTheCharacterWalk) {
   }
 }
 
+TEST(QuotedPrintableBodyEncoderTest, UTF8BodiesAgreeWithTheCharacterWalkAcrossLongRuns) {
+  // Long runs of plain characters, cut by escapes of one to four UTF-8 bytes
+  // and by line ends, in bodies long enough to be escaped in many pieces, so
+  // that runs, escapes and lines straddle every boundary between them.
+  struct Piece {
+    std::u16string units;
+    std::string escaped;
+  };
+  const Piece pieces[] = {{u"a", "a"},          {u"Zz09", "Zz09"},
+                          {u" ", " "},          {u"%&'()*+,-./:;<>?_", "%&'()*+,-./:;<>?_"},
+                          {u"=", "=3D"},        {u"!\"#$@[\\]^`{|}~", "=21=22=23=24=40=5B=5C=5D=5E=60=7B=7C=7D=7E"},
+                          {u"\t", "=09"},       {u"\r", "\r"},
+                          {u"\n", "\n"},       {u"\r\n", "\r\n"},
+                          {u"\u00e9", "=C3=A9"}, {u"\u20ac", "=E2=82=AC"},
+                          {u"\U0001F600", "=F0=9F=98=80"}};
+  std::mt19937 random(11);
+  for (int round = 0; round < 150; ++round) {
+    std::u16string body;
+    std::string escaped;
+    const std::size_t length = random() % 3000;
+    for (std::size_t k = 0; k < length; ++k) {
+      const Piece& piece = pieces[random() % std::size(pieces)];
+      const std::size_t times = piece.units == u"a" ? random() % 90 : 1;
+      for (std::size_t t = 0; t < times; ++t) {
+        body += piece.units;
+        escaped += piece.escaped;
+      }
+    }
+    StringEncoding used = 0;
+    const auto encoded = quotedPrintableStringForPlainTextBody(String(body), UTF8StringEncoding, &used);
+    ASSERT_EQ(used, UTF8StringEncoding);
+    ASSERT_EQ(utf8Of(encoded), splitByCharacterWalk(escaped)) << "round " << round;
+  }
+}
+
+TEST(QuotedPrintableBodyEncoderTest, UnpairedSurrogatesLeaveUTF8ForSixteenBitUnicode) {
+  // However far into a long body the stray half is, and whichever half it is.
+  const std::u16string plain(10000, u'a');
+  for (const std::u16string& body : {plain + char16_t(0xD83D), char16_t(0xDE00) + plain,
+                                     plain + char16_t(0xD83D) + u"b" + plain, plain + u"\U0001F600" + char16_t(0xDE00)}) {
+    StringEncoding used = 0;
+    EXPECT_NE(quotedPrintableStringForPlainTextBody(String(body), UTF8StringEncoding, &used), nullptr);
+    EXPECT_EQ(used, UnicodeStringEncoding);
+  }
+}
+
 TEST(QuotedPrintableBodyEncoderTest, NoSmallestCharsetFallbackAndTheLineLengthConstant) {
   EXPECT_EQ(kQuotedPrintableLineLength, 76);
   StringEncoding used = 99;

@@ -8,6 +8,10 @@
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "tq/encodings/MimeEncoding.h"
 
 namespace tq::MimeEncoding {
@@ -108,49 +112,58 @@ std::string escapeBody(std::string_view bytes) {
   return out;
 }
 
-// UTF-8 bodies, the common case, are escaped straight from their units
-// without a byte buffer in between: every byte of a non-ASCII character is
-// escaped anyway. False for an unpaired surrogate.
-bool escapeUTF8Body(std::u16string_view text, std::string& out) {
-  const ByteSet& safe = bodySafeSet();
-  const std::size_t n = text.size();
-  std::size_t size = 0;
-  for (std::size_t i = 0; i < n; ++i) {
-    const char16_t c = text[i];
-    if (c < 0x80) {
-      size += safe[c] ? 1 : 3;
-    } else if (c < 0x800) {
-      size += 6;
-    } else if (!U16_IS_SURROGATE(c)) {
-      size += 9;
-    } else if (U16_IS_SURROGATE_LEAD(c) && i + 1 < n && U16_IS_TRAIL(text[i + 1])) {
-      size += 12;
-      ++i;
-    } else {
-      return false;
-    }
-  }
-  out.resize(size);
-  char* o = out.data();
-  for (std::size_t i = 0; i < n; ++i) {
-    UChar32 c = text[i];
-    if (c < 0x80 && safe[c]) {
-      *o++ = static_cast<char>(c);
-      continue;
-    }
-    if (U16_IS_SURROGATE(c)) c = U16_GET_SUPPLEMENTARY(c, text[++i]);
-    std::uint8_t bytes[4];
-    int32_t length = 0;
-    U8_APPEND_UNSAFE(bytes, length, c);
-    for (int32_t k = 0; k < length; ++k) {
-      o[0] = '=';
-      o[1] = HexDigits[bytes[k] >> 4];
-      o[2] = HexDigits[bytes[k] & 15];
-      o += 3;
-    }
-  }
-  return true;
+#if defined(__SSE2__)
+// Mail bodies are mostly plain ASCII, so the UTF-8 body encoder looks at
+// eight units at a time and leaves the per-character work to the rest.
+// SSE2 has no byte table lookup, so membership in the body's safe set is
+// spelled out as ranges: 0x20 to 0x7D less "!\"#$", "=", "@", "[\\]^", "`"
+// and "{|}", plus CR and LF. Any unit of 0x80 or more fails the first range,
+// as the comparisons are signed.
+inline __m128i inRange(__m128i c, short low, short high) {
+  return _mm_and_si128(_mm_cmpgt_epi16(c, _mm_set1_epi16(static_cast<short>(low - 1))),
+                       _mm_cmplt_epi16(c, _mm_set1_epi16(static_cast<short>(high + 1))));
 }
+
+// All ones in the lanes that a body carries as themselves.
+inline __m128i safeLanes(__m128i c) {
+  __m128i unsafe = inRange(c, 0x21, 0x24);
+  unsafe = _mm_or_si128(unsafe, _mm_cmpeq_epi16(c, _mm_set1_epi16('=')));
+  unsafe = _mm_or_si128(unsafe, _mm_cmpeq_epi16(c, _mm_set1_epi16('@')));
+  unsafe = _mm_or_si128(unsafe, inRange(c, 0x5B, 0x5E));
+  unsafe = _mm_or_si128(unsafe, _mm_cmpeq_epi16(c, _mm_set1_epi16('`')));
+  unsafe = _mm_or_si128(unsafe, inRange(c, 0x7B, 0x7D));
+  const __m128i printable = _mm_andnot_si128(unsafe, inRange(c, 0x20, 0x7D));
+  const __m128i lineEnd = _mm_or_si128(_mm_cmpeq_epi16(c, _mm_set1_epi16('\r')), _mm_cmpeq_epi16(c, _mm_set1_epi16('\n')));
+  return _mm_or_si128(printable, lineEnd);
+}
+
+inline __m128i load8(const char16_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
+
+// How many lanes, from the first, are set in a comparison result whose
+// movemask is `mask` and not all ones; a run of plain text usually ends
+// inside a block, and its start is still taken eight units at a time.
+inline std::size_t leadingLanes(int mask) {
+  return static_cast<std::size_t>(__builtin_ctz(static_cast<unsigned>(~mask))) / 2;
+}
+
+// All ones in the first `lanes` lanes.
+inline __m128i firstLanes(std::size_t lanes) {
+  static constexpr std::int16_t window[16] = {-1, -1, -1, -1, -1, -1, -1, -1};
+  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(window + 8 - lanes));
+}
+
+// Sum of the eight 16-bit lanes.
+inline std::size_t laneSum(__m128i counts) {
+  alignas(16) std::int32_t pairs[4];
+  _mm_store_si128(reinterpret_cast<__m128i*>(pairs), _mm_madd_epi16(counts, _mm_set1_epi16(1)));
+  return static_cast<std::size_t>(pairs[0]) + pairs[1] + pairs[2] + pairs[3];
+}
+#endif
+
+constexpr std::size_t kLineLimit = kQuotedPrintableLineLength - 1;  // 75 characters before "="
+// How far ahead one line's end can depend on: its 75 characters, then a CR
+// and an LF that end it there.
+constexpr std::size_t kLineReach = kLineLimit + 2;
 
 // Splits escaped body text into lines of at most 75 characters plus a soft
 // break "=", never cutting an escape, and joins them with CRLF. LF and CRLF
@@ -159,23 +172,23 @@ bool escapeUTF8Body(std::u16string_view text, std::string& out) {
 // Line by line rather than character by character: within the next 77
 // characters only the first LF, and any "=" in columns 73 to 75, can end the
 // line, so each line costs one bounded search and one widening copy.
-std::u16string splitIntoLines(const std::string& escaped) {
-  const std::size_t n = escaped.size();
-  const auto limit = static_cast<std::size_t>(kQuotedPrintableLineLength) - 1;  // 75 characters before "="
-  // Each LF may gain a CR, and each soft break adds "=\r\n" after 72 or more
-  // characters; the output is sized for both, plus the final "=".
-  const auto lineFeeds = static_cast<std::size_t>(std::count(escaped.begin(), escaped.end(), '\n'));
-  std::u16string out(n + lineFeeds + n / 24 + 8, u'\0');
-  char16_t* o = out.data();
-  const char* e = escaped.data();
+//
+// The text may come in pieces. Unless `last` says that e[0, n) ends the
+// body, the split stops while fewer than 77 characters are left, because
+// where the next line ends may depend on text not escaped yet; the return
+// value says how far it got. At most 2n + 1 units are written through o: an
+// LF gains a CR, a soft break adds three after at least 72 characters, and
+// the end of the body may gain "=".
+std::size_t splitLines(const char* e, std::size_t n, bool last, char16_t*& o) {
   auto copy = [&](std::size_t from, std::size_t to) {
     for (std::size_t k = from; k < to; ++k) o[k - from] = static_cast<unsigned char>(e[k]);
     o += to - from;
   };
   std::size_t start = 0;
   while (start < n) {
+    if (!last && n - start < kLineReach) return start;
     // The first hard break within reach: an LF, or a CR right before an LF.
-    const std::size_t reach = std::min(n, start + limit + 2);
+    const std::size_t reach = std::min(n, start + kLineReach);
     const auto* lf = static_cast<const char*>(std::memchr(e + start, '\n', reach - start));
     std::size_t hard = n, skip = 0;
     if (lf) {
@@ -183,15 +196,15 @@ std::u16string splitIntoLines(const std::string& escaped) {
       if (j > start && e[j - 1] == '\r') {
         hard = j - 1;
         skip = 2;
-      } else if (j <= start + limit) {
+      } else if (j <= start + kLineLimit) {
         hard = j;
         skip = 1;
       }
     }
     // The soft break: at column 76, or earlier at an "=" that would start in
     // columns 73 to 75, so that no escape is cut.
-    std::size_t soft = start + limit;
-    for (std::size_t k = start + limit - 3; k < start + limit && k < n; ++k) {
+    std::size_t soft = start + kLineLimit;
+    for (std::size_t k = start + kLineLimit - 3; k < start + kLineLimit && k < n; ++k) {
       if (e[k] == '=') {
         soft = k;
         break;
@@ -212,6 +225,7 @@ std::u16string splitIntoLines(const std::string& escaped) {
       break;  // the rest fits on the last line
     }
   }
+  if (!last) return start;
   // The last line has no line end. A trailing space there would be lost in
   // transport, so it is protected by a soft break; trailing spaces of the
   // other lines are left as they are.
@@ -219,8 +233,151 @@ std::u16string splitIntoLines(const std::string& escaped) {
     copy(start, n);
     if (e[n - 1] == ' ') *o++ = u'=';
   }
+  return n;
+}
+
+std::u16string splitIntoLines(const std::string& escaped) {
+  const std::size_t n = escaped.size();
+  // Each LF may gain a CR, and each soft break adds "=\r\n" after 72 or more
+  // characters; the output is sized for both, plus the final "=".
+  const auto lineFeeds = static_cast<std::size_t>(std::count(escaped.begin(), escaped.end(), '\n'));
+  std::u16string out(n + lineFeeds + n / 24 + 8, u'\0');
+  char16_t* o = out.data();
+  splitLines(escaped.data(), n, true, o);
   out.resize(static_cast<std::size_t>(o - out.data()));
   return out;
+}
+
+// The escaped length of a body and its LF count, which bound the encoder's
+// output. False for an unpaired surrogate.
+bool measureUTF8Body(std::u16string_view text, std::size_t& escapedSize, std::size_t& lineFeeds) {
+  const ByteSet& safe = bodySafeSet();
+  const std::size_t n = text.size();
+  escapedSize = lineFeeds = 0;
+#if defined(__SSE2__)
+  // Eight ASCII units count one each and two more for each escape. The
+  // escapes and LFs are counted in 16-bit lanes, emptied before they can
+  // overflow, because SSE2 has no instruction to count bits.
+  __m128i escapes = _mm_setzero_si128(), feeds = _mm_setzero_si128();
+  std::size_t blocks = 0;
+  auto empty = [&] {
+    escapedSize += 2 * laneSum(escapes);
+    lineFeeds += laneSum(feeds);
+    escapes = feeds = _mm_setzero_si128();
+    blocks = 0;
+  };
+#endif
+  for (std::size_t i = 0; i < n; ++i) {
+#if defined(__SSE2__)
+    while (i + 8 <= n) {
+      const __m128i c = load8(text.data() + i);
+      const __m128i ascii = _mm_cmpeq_epi16(_mm_and_si128(c, _mm_set1_epi16(static_cast<short>(0xFF80))),
+                                            _mm_setzero_si128());
+      const int asciiMask = _mm_movemask_epi8(ascii);
+      const std::size_t lanes = asciiMask == 0xFFFF ? 8 : leadingLanes(asciiMask);
+      const __m128i taken = firstLanes(lanes);
+      escapes = _mm_add_epi16(escapes, _mm_andnot_si128(safeLanes(c), _mm_and_si128(taken, _mm_set1_epi16(1))));
+      feeds = _mm_sub_epi16(feeds, _mm_and_si128(taken, _mm_cmpeq_epi16(c, _mm_set1_epi16('\n'))));
+      escapedSize += lanes;
+      i += lanes;
+      if (++blocks == 0x7FFF) empty();
+      if (lanes < 8) break;
+    }
+    if (i == n) break;
+#endif
+    const char16_t c = text[i];
+    if (c < 0x80) {
+      escapedSize += safe[c] ? 1 : 3;
+      lineFeeds += c == u'\n';
+    } else if (c < 0x800) {
+      escapedSize += 6;
+    } else if (!U16_IS_SURROGATE(c)) {
+      escapedSize += 9;
+    } else if (U16_IS_SURROGATE_LEAD(c) && i + 1 < n && U16_IS_TRAIL(text[i + 1])) {
+      escapedSize += 12;
+      ++i;
+    } else {
+      return false;
+    }
+  }
+#if defined(__SSE2__)
+  empty();
+#endif
+  return true;
+}
+
+// UTF-8 bodies, the common case, are escaped straight from their units: every
+// byte of a non-ASCII character is escaped anyway, so no UTF-8 copy of the
+// body is made. Nor is a body-sized escaped copy: the escaped text passes
+// through a buffer of a few thousand characters that stays in cache, and its
+// lines are appended to the output, which is reserved once from a counting
+// pass and so written only once, never zero-filled first.
+// False for an unpaired surrogate.
+bool encodeUTF8Body(std::u16string_view text, std::u16string& out) {
+  std::size_t escapedSize = 0, lineFeeds = 0;
+  if (!measureUTF8Body(text, escapedSize, lineFeeds)) return false;
+  const ByteSet& safe = bodySafeSet();
+  const std::size_t n = text.size();
+  // The same bound as splitIntoLines uses, so the appends never reallocate.
+  out.clear();
+  out.reserve(escapedSize + lineFeeds + escapedSize / 24 + 8);
+
+  constexpr std::size_t kPiece = 4096;
+  constexpr std::size_t kLongestEscape = 12;  // a supplementary character
+  // A piece is filled to kPiece characters and may overrun by the seven
+  // safe units of a block taken before an escape, and that escape; a block
+  // store writes eight bytes.
+  constexpr std::size_t kPieceRoom = kPiece + 7 + kLongestEscape;
+  char escaped[kPieceRoom];
+  char16_t lines[2 * kPieceRoom + 1];
+  std::size_t have = 0;
+  std::size_t i = 0;
+  for (;;) {
+    while (i < n && have < kPiece) {
+#if defined(__SSE2__)
+      // A run of eight safe units is narrowed to bytes and stored at once.
+      if (i + 8 <= n) {
+        // All eight are stored; only the safe ones before the first other
+        // unit are kept.
+        const __m128i c = load8(text.data() + i);
+        const int safeMask = _mm_movemask_epi8(safeLanes(c));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(escaped + have), _mm_packus_epi16(c, c));
+        if (safeMask == 0xFFFF) {
+          have += 8;
+          i += 8;
+          continue;
+        }
+        const std::size_t lanes = leadingLanes(safeMask);
+        have += lanes;
+        i += lanes;
+      }
+#endif
+      UChar32 c = text[i++];
+      if (c < 0x80 && safe[c]) {
+        escaped[have++] = static_cast<char>(c);
+        continue;
+      }
+      if (U16_IS_SURROGATE(c)) c = U16_GET_SUPPLEMENTARY(c, text[i++]);
+      std::uint8_t bytes[4];
+      int32_t length = 0;
+      U8_APPEND_UNSAFE(bytes, length, c);
+      for (int32_t k = 0; k < length; ++k) {
+        char* o = escaped + have;
+        o[0] = '=';
+        o[1] = HexDigits[bytes[k] >> 4];
+        o[2] = HexDigits[bytes[k] & 15];
+        have += 3;
+      }
+    }
+    const bool last = i == n;
+    char16_t* o = lines;
+    const std::size_t used = splitLines(escaped, have, last, o);
+    out.append(lines, static_cast<std::size_t>(o - lines));
+    if (last) return true;
+    // The unfinished line, under 77 characters, starts the next piece.
+    std::memmove(escaped, escaped + used, have - used);
+    have -= used;
+  }
 }
 
 }  // namespace
@@ -249,18 +406,26 @@ Ref<String> mimeWordWithString(const String& text, StringEncoding preferredEncod
 
 Ref<String> quotedPrintableStringForPlainTextBody(const String& body, StringEncoding preferredEncoding,
                                                   StringEncoding* encodingUsed) {
+  // UTF-8 holds every body whose surrogates are paired, which the encoder
+  // checks as it goes, so the usual request skips a separate check pass.
+  if (preferredEncoding == UTF8StringEncoding) {
+    std::u16string encoded;
+    if (encodeUTF8Body(body.utf16(), encoded)) {
+      if (encodingUsed) *encodingUsed = UTF8StringEncoding;
+      return make<String>(std::move(encoded));
+    }
+  }
   const StringEncoding chosen = firstEncodingHolding(body, preferredEncoding);
   if (encodingUsed) *encodingUsed = chosen;
   if (chosen == NoStringEncoding) return nullptr;
-  std::string escaped;
   if (chosen == UTF8StringEncoding) {
-    if (!escapeUTF8Body(body.utf16(), escaped)) return nullptr;
-  } else {
-    std::string bytes;
-    if (!Charset::encode(body.utf16(), chosen, bytes)) return nullptr;
-    escaped = escapeBody(bytes);
+    std::u16string encoded;
+    if (!encodeUTF8Body(body.utf16(), encoded)) return nullptr;
+    return make<String>(std::move(encoded));
   }
-  return make<String>(splitIntoLines(escaped));
+  std::string bytes;
+  if (!Charset::encode(body.utf16(), chosen, bytes)) return nullptr;
+  return make<String>(splitIntoLines(escapeBody(bytes)));
 }
 
 Ref<String> FKcharSetNameForEncoding(StringEncoding encoding) {
