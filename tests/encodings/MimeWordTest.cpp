@@ -182,6 +182,27 @@ TEST(QuotedPrintableBodyEncoderTest, UTF8BodiesAgreeWithTheCharacterWalkAcrossLo
   }
 }
 
+TEST(QuotedPrintableBodyEncoderTest, UTF8LinesEndingRightAtTheLimitAgreeWithTheCharacterWalk) {
+  // Lines whose end hangs on their last columns, repeated at every shift, so
+  // that wherever the body is cut for escaping, some line is cut there.
+  const std::pair<std::u16string, std::string> endings[] = {
+      {u"\r\n", "\r\n"}, {u"\n", "\n"}, {u"\u00e9", "=C3=A9"}, {u"=", "=3D"}, {u" \n", " \n"}};
+  for (const auto& [units, escapedEnding] : endings) {
+    for (std::size_t width = 72; width <= 76; ++width) {
+      for (std::size_t shift = 0; shift < width + escapedEnding.size(); ++shift) {
+        std::u16string body(shift, u'a');
+        std::string escaped(shift, 'a');
+        for (int line = 0; line < 70; ++line) {
+          body += std::u16string(width, u'b') + units;
+          escaped += std::string(width, 'b') + escapedEnding;
+        }
+        const auto encoded = quotedPrintableStringForPlainTextBody(String(body), UTF8StringEncoding);
+        ASSERT_EQ(utf8Of(encoded), splitByCharacterWalk(escaped)) << "width " << width << ", shift " << shift;
+      }
+    }
+  }
+}
+
 TEST(QuotedPrintableBodyEncoderTest, UnpairedSurrogatesLeaveUTF8ForSixteenBitUnicode) {
   // However far into a long body the stray half is, and whichever half it is.
   const std::u16string plain(10000, u'a');
