@@ -114,49 +114,58 @@ std::string escapeBody(std::string_view bytes) {
 
 #if defined(__SSE2__)
 // Mail bodies are mostly plain ASCII, so the UTF-8 body encoder looks at
-// eight units at a time and leaves the per-character work to the rest.
-// SSE2 has no byte table lookup, so membership in the body's safe set is
-// spelled out as ranges: 0x20 to 0x7D less "!\"#$", "=", "@", "[\\]^", "`"
-// and "{|}", plus CR and LF. Any unit of 0x80 or more fails the first range,
-// as the comparisons are signed.
-inline __m128i inRange(__m128i c, short low, short high) {
-  return _mm_and_si128(_mm_cmpgt_epi16(c, _mm_set1_epi16(static_cast<short>(low - 1))),
-                       _mm_cmplt_epi16(c, _mm_set1_epi16(static_cast<short>(high + 1))));
+// sixteen units at a time and leaves the per-character work to the rest.
+// The units are first narrowed to bytes, capped at 0xFF: ASCII stays as it
+// is and anything else becomes 0x80 or more, which is negative in the signed
+// byte comparisons below and so fails every range.
+inline __m128i capAtFF(__m128i units) {
+  // The unsigned minimum, which SSE2 lacks: a - max(a - b, 0). The pack
+  // below saturates signed units, and would turn 0x8000 and above into 0.
+  return _mm_subs_epu16(units, _mm_subs_epu16(units, _mm_set1_epi16(0xFF)));
 }
 
-// All ones in the lanes that a body carries as themselves.
-inline __m128i safeLanes(__m128i c) {
-  __m128i unsafe = inRange(c, 0x21, 0x24);
-  unsafe = _mm_or_si128(unsafe, _mm_cmpeq_epi16(c, _mm_set1_epi16('=')));
-  unsafe = _mm_or_si128(unsafe, _mm_cmpeq_epi16(c, _mm_set1_epi16('@')));
-  unsafe = _mm_or_si128(unsafe, inRange(c, 0x5B, 0x5E));
-  unsafe = _mm_or_si128(unsafe, _mm_cmpeq_epi16(c, _mm_set1_epi16('`')));
-  unsafe = _mm_or_si128(unsafe, inRange(c, 0x7B, 0x7D));
-  const __m128i printable = _mm_andnot_si128(unsafe, inRange(c, 0x20, 0x7D));
-  const __m128i lineEnd = _mm_or_si128(_mm_cmpeq_epi16(c, _mm_set1_epi16('\r')), _mm_cmpeq_epi16(c, _mm_set1_epi16('\n')));
+inline __m128i load16(const char16_t* p) {
+  const auto* v = reinterpret_cast<const __m128i*>(p);
+  return _mm_packus_epi16(capAtFF(_mm_loadu_si128(v)), capAtFF(_mm_loadu_si128(v + 1)));
+}
+
+inline __m128i inRange(__m128i b, char low, char high) {
+  return _mm_and_si128(_mm_cmpgt_epi8(b, _mm_set1_epi8(static_cast<char>(low - 1))),
+                       _mm_cmplt_epi8(b, _mm_set1_epi8(static_cast<char>(high + 1))));
+}
+
+// All ones in the bytes that a body carries as themselves. SSE2 has no byte
+// table lookup, so the safe set is spelled out as ranges: 0x20 to 0x7D less
+// "!\"#$", "=", "@", "[\\]^", "`" and "{|}", plus CR and LF.
+inline __m128i safeBytes(__m128i b) {
+  __m128i unsafe = inRange(b, 0x21, 0x24);
+  unsafe = _mm_or_si128(unsafe, _mm_cmpeq_epi8(b, _mm_set1_epi8('=')));
+  unsafe = _mm_or_si128(unsafe, _mm_cmpeq_epi8(b, _mm_set1_epi8('@')));
+  unsafe = _mm_or_si128(unsafe, inRange(b, 0x5B, 0x5E));
+  unsafe = _mm_or_si128(unsafe, _mm_cmpeq_epi8(b, _mm_set1_epi8('`')));
+  unsafe = _mm_or_si128(unsafe, inRange(b, 0x7B, 0x7D));
+  const __m128i printable = _mm_andnot_si128(unsafe, inRange(b, 0x20, 0x7D));
+  const __m128i lineEnd = _mm_or_si128(_mm_cmpeq_epi8(b, _mm_set1_epi8('\r')), _mm_cmpeq_epi8(b, _mm_set1_epi8('\n')));
   return _mm_or_si128(printable, lineEnd);
 }
 
-inline __m128i load8(const char16_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
-
-// How many lanes, from the first, are set in a comparison result whose
-// movemask is `mask` and not all ones; a run of plain text usually ends
-// inside a block, and its start is still taken eight units at a time.
-inline std::size_t leadingLanes(int mask) {
-  return static_cast<std::size_t>(__builtin_ctz(static_cast<unsigned>(~mask))) / 2;
+// How many bytes, from the first, are set in a comparison result whose
+// movemask is `mask` and not all ones: a run of plain text usually ends
+// inside a block, and its start is still taken a block at a time.
+inline std::size_t leadingBytes(int mask) {
+  return static_cast<std::size_t>(__builtin_ctz(static_cast<unsigned>(~mask)));
 }
 
-// All ones in the first `lanes` lanes.
-inline __m128i firstLanes(std::size_t lanes) {
-  static constexpr std::int16_t window[16] = {-1, -1, -1, -1, -1, -1, -1, -1};
-  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(window + 8 - lanes));
+// All ones in the first `count` bytes.
+inline __m128i firstBytes(std::size_t count) {
+  static constexpr signed char window[32] = {-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1};
+  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(window + 16 - count));
 }
 
-// Sum of the eight 16-bit lanes.
-inline std::size_t laneSum(__m128i counts) {
-  alignas(16) std::int32_t pairs[4];
-  _mm_store_si128(reinterpret_cast<__m128i*>(pairs), _mm_madd_epi16(counts, _mm_set1_epi16(1)));
-  return static_cast<std::size_t>(pairs[0]) + pairs[1] + pairs[2] + pairs[3];
+// Sum of the sixteen bytes.
+inline std::size_t byteSum(__m128i counts) {
+  const __m128i sums = _mm_sad_epu8(counts, _mm_setzero_si128());
+  return static_cast<std::size_t>(_mm_cvtsi128_si32(sums)) + static_cast<std::size_t>(_mm_extract_epi16(sums, 4));
 }
 #endif
 
@@ -255,33 +264,32 @@ bool measureUTF8Body(std::u16string_view text, std::size_t& escapedSize, std::si
   const std::size_t n = text.size();
   escapedSize = lineFeeds = 0;
 #if defined(__SSE2__)
-  // Eight ASCII units count one each and two more for each escape. The
-  // escapes and LFs are counted in 16-bit lanes, emptied before they can
+  // Sixteen ASCII units count one each and two more for each escape. The
+  // escapes and LFs are counted in byte lanes, emptied before they can
   // overflow, because SSE2 has no instruction to count bits.
   __m128i escapes = _mm_setzero_si128(), feeds = _mm_setzero_si128();
   std::size_t blocks = 0;
   auto empty = [&] {
-    escapedSize += 2 * laneSum(escapes);
-    lineFeeds += laneSum(feeds);
+    escapedSize += 2 * byteSum(escapes);
+    lineFeeds += byteSum(feeds);
     escapes = feeds = _mm_setzero_si128();
     blocks = 0;
   };
 #endif
   for (std::size_t i = 0; i < n; ++i) {
 #if defined(__SSE2__)
-    while (i + 8 <= n) {
-      const __m128i c = load8(text.data() + i);
-      const __m128i ascii = _mm_cmpeq_epi16(_mm_and_si128(c, _mm_set1_epi16(static_cast<short>(0xFF80))),
-                                            _mm_setzero_si128());
-      const int asciiMask = _mm_movemask_epi8(ascii);
-      const std::size_t lanes = asciiMask == 0xFFFF ? 8 : leadingLanes(asciiMask);
-      const __m128i taken = firstLanes(lanes);
-      escapes = _mm_add_epi16(escapes, _mm_andnot_si128(safeLanes(c), _mm_and_si128(taken, _mm_set1_epi16(1))));
-      feeds = _mm_sub_epi16(feeds, _mm_and_si128(taken, _mm_cmpeq_epi16(c, _mm_set1_epi16('\n'))));
-      escapedSize += lanes;
-      i += lanes;
-      if (++blocks == 0x7FFF) empty();
-      if (lanes < 8) break;
+    while (i + 16 <= n) {
+      const __m128i b = load16(text.data() + i);
+      const int asciiMask = _mm_movemask_epi8(_mm_cmpgt_epi8(b, _mm_set1_epi8(-1)));
+      const std::size_t count = asciiMask == 0xFFFF ? 16 : leadingBytes(asciiMask);
+      const __m128i taken = firstBytes(count);
+      // Subtracting the all-ones lanes of a comparison adds one to each.
+      escapes = _mm_sub_epi8(escapes, _mm_andnot_si128(safeBytes(b), taken));
+      feeds = _mm_sub_epi8(feeds, _mm_and_si128(taken, _mm_cmpeq_epi8(b, _mm_set1_epi8('\n'))));
+      escapedSize += count;
+      i += count;
+      if (++blocks == 255) empty();
+      if (count < 16) break;
     }
     if (i == n) break;
 #endif
@@ -324,10 +332,10 @@ bool encodeUTF8Body(std::u16string_view text, std::u16string& out) {
 
   constexpr std::size_t kPiece = 4096;
   constexpr std::size_t kLongestEscape = 12;  // a supplementary character
-  // A piece is filled to kPiece characters and may overrun by the seven
+  // A piece is filled to kPiece characters and may overrun by the fifteen
   // safe units of a block taken before an escape, and that escape; a block
-  // store writes eight bytes.
-  constexpr std::size_t kPieceRoom = kPiece + 7 + kLongestEscape;
+  // store writes sixteen bytes.
+  constexpr std::size_t kPieceRoom = kPiece + 15 + kLongestEscape;
   char escaped[kPieceRoom];
   char16_t lines[2 * kPieceRoom + 1];
   std::size_t have = 0;
@@ -335,21 +343,20 @@ bool encodeUTF8Body(std::u16string_view text, std::u16string& out) {
   for (;;) {
     while (i < n && have < kPiece) {
 #if defined(__SSE2__)
-      // A run of eight safe units is narrowed to bytes and stored at once.
-      if (i + 8 <= n) {
-        // All eight are stored; only the safe ones before the first other
-        // unit are kept.
-        const __m128i c = load8(text.data() + i);
-        const int safeMask = _mm_movemask_epi8(safeLanes(c));
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(escaped + have), _mm_packus_epi16(c, c));
+      // A block of safe units is stored at once. All sixteen bytes are
+      // written; only the safe ones before the first other unit are kept.
+      if (i + 16 <= n) {
+        const __m128i b = load16(text.data() + i);
+        const int safeMask = _mm_movemask_epi8(safeBytes(b));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(escaped + have), b);
         if (safeMask == 0xFFFF) {
-          have += 8;
-          i += 8;
+          have += 16;
+          i += 16;
           continue;
         }
-        const std::size_t lanes = leadingLanes(safeMask);
-        have += lanes;
-        i += lanes;
+        const std::size_t count = leadingBytes(safeMask);
+        have += count;
+        i += count;
       }
 #endif
       UChar32 c = text[i++];
