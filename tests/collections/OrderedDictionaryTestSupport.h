@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "tests/support/RaisedException.h"
 #include "tq/collections/TQMutableOrderedDictionary.h"
 #include "tq/platform/Exception.h"
 #include "tq/platform/Number.h"
@@ -48,17 +49,6 @@ inline ::testing::AssertionResult isConsistent(const TQOrderedDictionary& d) {
     }
   }
   return ::testing::AssertionSuccess();
-}
-
-/// Runs `body` and answers the exception it raises (name empty when none).
-template <class Body>
-Exception raisedBy(Body&& body) {
-  try {
-    body();
-  } catch (const Exception& e) {
-    return e;
-  }
-  return Exception("", "");
 }
 
 }  // namespace tq::testing

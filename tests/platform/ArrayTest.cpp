@@ -7,24 +7,15 @@
 #include <set>
 #include <vector>
 
+#include "tests/support/RaisedException.h"
 #include "tq/platform/Dictionary.h"
 #include "tq/platform/Exception.h"
 #include "tq/platform/Number.h"
 
 using namespace tq;
+using tq::testing::raisedBy;
 
 namespace {
-
-template <class F>
-Exception raised(F&& body) {
-  try {
-    body();
-  } catch (const Exception& e) {
-    return e;
-  }
-  ADD_FAILURE() << "nothing was raised";
-  return Exception("none", "none");
-}
 
 Ref<Array> numbers(std::initializer_list<int> values) {
   Array::Storage objects;
@@ -38,24 +29,24 @@ ComparisonResult byValue(const Id& a, const Id& b) { return compareSelector(*a, 
 
 TEST(ArrayRanges, FailuresNameTheMethodAndTheBounds) {
   auto list = numbers({1, 2, 3});
-  Exception e = raised([&] { list->objectAtIndex(3); });
+  Exception e = raisedBy([&] { list->objectAtIndex(3); });
   EXPECT_EQ(e.name(), ExceptionName::Range);
   EXPECT_EQ(e.reason(), "*** -[Array objectAtIndex:]: index 3 beyond bounds [0 .. 2]");
-  EXPECT_EQ(raised([&] { Array::array()->objectAtIndex(0); }).reason(),
+  EXPECT_EQ(raisedBy([&] { Array::array()->objectAtIndex(0); }).reason(),
             "*** -[Array objectAtIndex:]: index 0 beyond bounds for empty array");
-  EXPECT_EQ(raised([&] {
+  EXPECT_EQ(raisedBy([&] {
               list->subarrayWithRange({2, 2});
             }).reason(),
             "*** -[Array subarrayWithRange:]: range {2, 2} extends beyond bounds [0 .. 2]");
-  EXPECT_EQ(raised([&] {
+  EXPECT_EQ(raisedBy([&] {
               Array::array()->subarrayWithRange({0, 1});
             }).reason(),
             "*** -[Array subarrayWithRange:]: range {0, 1} extends beyond bounds for empty array");
-  EXPECT_EQ(raised([&] {
+  EXPECT_EQ(raisedBy([&] {
               list->objectsAtIndexes(IndexSet({1, 3}));
             }).reason(),
             "*** -[Array objectsAtIndexes:]: index 3 in index set beyond bounds [0 .. 2]");
-  EXPECT_EQ(raised([&] {
+  EXPECT_EQ(raisedBy([&] {
               list->indexOfObject(num(1), Range{1, UINT64_MAX});
             }).name(),
             ExceptionName::Range)
@@ -66,20 +57,20 @@ TEST(ArrayRanges, FailuresNameTheMethodAndTheBounds) {
 
 TEST(MutableArrayEditing, NilAndRangeFailures) {
   auto list = MutableArray::array();
-  Exception nil = raised([&] { list->insertObject(nullptr, 0); });
+  Exception nil = raisedBy([&] { list->insertObject(nullptr, 0); });
   EXPECT_EQ(nil.name(), ExceptionName::InvalidArgument);
   EXPECT_EQ(nil.reason(), "*** -[MutableArray insertObject:atIndex:]: object cannot be nil");
-  EXPECT_EQ(raised([&] { list->addObject(nullptr); }).name(), ExceptionName::InvalidArgument);
-  EXPECT_EQ(raised([&] { list->insertObject(num(1), 1); }).reason(),
+  EXPECT_EQ(raisedBy([&] { list->addObject(nullptr); }).name(), ExceptionName::InvalidArgument);
+  EXPECT_EQ(raisedBy([&] { list->insertObject(num(1), 1); }).reason(),
             "*** -[MutableArray insertObject:atIndex:]: index 1 beyond bounds for empty array");
   list->insertObject(num(2), 0);
   list->insertObject(num(1), 0);
   list->setObject(num(3), 2);
   EXPECT_TRUE(list->isEqualToArray(*numbers({1, 2, 3})));
-  EXPECT_EQ(raised([&] { list->removeObjectAtIndex(3); }).reason(),
+  EXPECT_EQ(raisedBy([&] { list->removeObjectAtIndex(3); }).reason(),
             "*** -[MutableArray removeObjectAtIndex:]: index 3 beyond bounds [0 .. 2]");
-  EXPECT_EQ(raised([&] { list->replaceObjectAtIndex(0, nullptr); }).name(), ExceptionName::InvalidArgument);
-  EXPECT_EQ(raised([&] { make<Array>(Array::Storage{num(1), nullptr}); }).name(), ExceptionName::InvalidArgument);
+  EXPECT_EQ(raisedBy([&] { list->replaceObjectAtIndex(0, nullptr); }).name(), ExceptionName::InvalidArgument);
+  EXPECT_EQ(raisedBy([&] { make<Array>(Array::Storage{num(1), nullptr}); }).name(), ExceptionName::InvalidArgument);
 }
 
 TEST(MutableArrayEditing, RemovalsAndExchange) {
@@ -91,8 +82,8 @@ TEST(MutableArrayEditing, RemovalsAndExchange) {
   EXPECT_TRUE(list->isEqualToArray(*numbers({5, 3, 2})));
   list->removeLastObject();
   EXPECT_EQ(list->count(), 2u);
-  EXPECT_EQ(raised([&] { MutableArray::array()->removeLastObject(); }).name(), ExceptionName::Range);
-  EXPECT_EQ(raised([&] { list->removeObjectsAtIndexes(IndexSet(5)); }).name(), ExceptionName::Range);
+  EXPECT_EQ(raisedBy([&] { MutableArray::array()->removeLastObject(); }).name(), ExceptionName::Range);
+  EXPECT_EQ(raisedBy([&] { list->removeObjectsAtIndexes(IndexSet(5)); }).name(), ExceptionName::Range);
   EXPECT_EQ(list->count(), 2u);
 }
 
@@ -111,9 +102,9 @@ TEST(ArraySearch, BinarySearchOptions) {
   EXPECT_EQ(sorted->indexOfObject(num(9), all, O::InsertionIndex, byValue), 5u);
   EXPECT_EQ(sorted->indexOfObject(num(0), all, O::InsertionIndex | O::LastEqual, byValue), 0u);
   EXPECT_EQ(sorted->indexOfObject(num(3), {4, 1}, O::FirstEqual, byValue), NotFound) << "only the given range";
-  EXPECT_EQ(raised([&] { sorted->indexOfObject(num(3), all, O::FirstEqual | O::LastEqual, byValue); }).name(),
+  EXPECT_EQ(raisedBy([&] { sorted->indexOfObject(num(3), all, O::FirstEqual | O::LastEqual, byValue); }).name(),
             ExceptionName::InvalidArgument);
-  EXPECT_EQ(raised([&] { sorted->indexOfObject(num(3), {3, 3}, O::None, byValue); }).name(), ExceptionName::Range);
+  EXPECT_EQ(raisedBy([&] { sorted->indexOfObject(num(3), {3, 3}, O::None, byValue); }).name(), ExceptionName::Range);
 }
 
 TEST(ArraySearch, LinearSearches) {

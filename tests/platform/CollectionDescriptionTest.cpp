@@ -5,6 +5,7 @@
 
 #include <cstdio>
 
+#include "tests/support/RaisedException.h"
 #include "tq/platform/Array.h"
 #include "tq/platform/Assert.h"
 #include "tq/platform/Dictionary.h"
@@ -21,6 +22,8 @@
 
 namespace tq {
 namespace {
+
+using testing::raisedBy;
 
 // Renders as the locale and level it was asked for.
 class LevelEcho : public Object {
@@ -40,17 +43,6 @@ std::string address(const Object* object) {
   char buffer[32];
   std::snprintf(buffer, sizeof buffer, "%p", static_cast<const void*>(object));
   return buffer;
-}
-
-// Exceptions are caught and answered; none gives an empty name.
-template <class Body>
-Exception raisedBy(Body&& body) {
-  try {
-    body();
-  } catch (const Exception& e) {
-    return e;
-  }
-  return Exception("", "");
 }
 
 // Records failures and lets execution go on, for the test's duration.

@@ -8,12 +8,15 @@
 #include <cstdio>
 #include <thread>
 
+#include "tests/support/RaisedException.h"
 #include "tq/platform/Exception.h"
 #include "tq/platform/Number.h"
 #include "tq/platform/Sorting.h"
 
 namespace tq {
 namespace {
+
+using testing::raisedBy;
 
 struct Heard {
   std::string keyPath;
@@ -39,15 +42,6 @@ std::string hex(const void* pointer) {
   char buffer[32];
   std::snprintf(buffer, sizeof buffer, "%p", pointer);
   return buffer;
-}
-
-Exception raisedBy(const std::function<void()>& body) {
-  try {
-    body();
-  } catch (const Exception& e) {
-    return e;
-  }
-  return Exception("", "");
 }
 
 using Options = KeyValueObservingOptions;

@@ -8,26 +8,15 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/RaisedException.h"
 #include "tq/platform/Array.h"
 #include "tq/platform/CharacterSet.h"
 #include "tq/platform/Exception.h"
 
 using namespace tq;
+using tq::testing::raisedBy;
 
-namespace {
-
-template <class F>
-Exception raised(F&& body) {
-  try {
-    body();
-  } catch (const Exception& e) {
-    return e;
-  }
-  ADD_FAILURE() << "nothing was raised";
-  return Exception("none", "none");
-}
-
-}  // namespace
+namespace {}  // namespace
 
 TEST(StringConversion, SurrogatePairsRoundTrip) {
   std::string utf8 = "a\xF0\x9F\x98\x80z";  // U+1F600
@@ -65,17 +54,17 @@ TEST(StringSubstrings, RangesAndTheirFailures) {
   EXPECT_TRUE(text->substringWithRange({1, 3})->isEqualToString("ell"));
   EXPECT_TRUE(text->substringFromIndex(5)->isEqualToString(""));
   EXPECT_TRUE(text->substringToIndex(5)->isEqualToString("hello"));
-  Exception e = raised([&] { text->substringWithRange({3, 3}); });
+  Exception e = raisedBy([&] { text->substringWithRange({3, 3}); });
   EXPECT_EQ(e.name(), ExceptionName::Range);
   EXPECT_EQ(e.reason(), "-[String substringWithRange:]: Range {3, 3} out of bounds; string length 5");
-  EXPECT_EQ(raised([&] {
+  EXPECT_EQ(raisedBy([&] {
               text->substringWithRange({2, UINT64_MAX});
             }).name(),
             ExceptionName::Range)
       << "a length that wraps around is caught";
-  EXPECT_EQ(raised([&] { text->substringFromIndex(6); }).name(), ExceptionName::Range);
-  EXPECT_EQ(raised([&] { text->substringToIndex(6); }).name(), ExceptionName::Range);
-  Exception at = raised([&] { text->characterAtIndex(5); });
+  EXPECT_EQ(raisedBy([&] { text->substringFromIndex(6); }).name(), ExceptionName::Range);
+  EXPECT_EQ(raisedBy([&] { text->substringToIndex(6); }).name(), ExceptionName::Range);
+  Exception at = raisedBy([&] { text->characterAtIndex(5); });
   EXPECT_EQ(at.name(), ExceptionName::Range);
   EXPECT_EQ(at.reason(), "-[String characterAtIndex:]: Range or index out of bounds");
 }
@@ -136,7 +125,7 @@ TEST(StringSearch, RangeOfStringOptions) {
   EXPECT_EQ(text->rangeOfString(*str("abc"), StringCompareOptions::None, {1, 7}), (Range{NotFound, 0}))
       << "a match must lie wholly inside the search range";
   EXPECT_EQ(text->rangeOfString(*str("")), (Range{NotFound, 0})) << "the empty string is never found";
-  EXPECT_EQ(raised([&] {
+  EXPECT_EQ(raisedBy([&] {
               text->rangeOfString(*str("a"), StringCompareOptions::None, {5, 5});
             }).name(),
             ExceptionName::Range);
@@ -209,10 +198,10 @@ TEST(MutableStringEditing, InsertReplaceDeleteAndTheirFailures) {
   text->replaceCharactersInRange({0, 1}, *str("H"));
   text->deleteCharactersInRange({4, 1});
   EXPECT_TRUE(text->isEqualToString("Hell!"));
-  Exception e = raised([&] { text->insertString(*str("x"), 6); });
+  Exception e = raisedBy([&] { text->insertString(*str("x"), 6); });
   EXPECT_EQ(e.name(), ExceptionName::Range);
   EXPECT_EQ(e.reason(), "-[MutableString insertString:atIndex:]: Range or index out of bounds");
-  EXPECT_EQ(raised([&] { text->deleteCharactersInRange({4, 2}); }).name(), ExceptionName::Range);
+  EXPECT_EQ(raisedBy([&] { text->deleteCharactersInRange({4, 2}); }).name(), ExceptionName::Range);
   EXPECT_TRUE(text->isEqualToString("Hell!")) << "a failed edit changes nothing";
 }
 
