@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <mutex>
 
+#include "tq/platform/CollectionDescription.h"
 #include "tq/platform/Exception.h"
 #include "tq/platform/Number.h"
 #include "tq/platform/Parallel.h"
@@ -66,25 +67,12 @@ Ref<String> Array::descriptionWithLocale(const Id& locale) const { return descri
 
 Ref<String> Array::descriptionWithLocale(const Id& locale, Index level) const {
   // "(\n    a,\n    b\n)" at level 0, the platform's old-style list layout;
-  // empty: "(\n)". Each level deeper indents every line by four more spaces,
-  // the opening one included, so that a list nested in a dictionary reads
-  // "key =     (" as the platform has always printed it.
+  // empty: "(\n)".
   RecursionScope scope(RecursionScope::Walk::Description, this);
   if (scope.reentered()) return Object::description();
-  const std::string outer(4 * level, ' ');
-  const std::string inner(4 * (level + 1), ' ');
-  auto text = make<MutableString>();
-  text->appendUTF8(outer);
-  text->appendUTF8("(");
-  for (std::size_t i = 0; i < objects_.size(); ++i) {
-    text->appendUTF8(i ? ",\n" : "\n");
-    text->appendUTF8(inner);
-    text->appendString(*describe(objects_[i], locale, level + 1));
-  }
-  text->appendUTF8("\n");
-  text->appendUTF8(outer);
-  text->appendUTF8(")");
-  return text;
+  ElementListDescription text("(", locale, level);
+  for (const Id& object : objects_) text.add(object);
+  return text.finish(")");
 }
 
 Id Array::copy() const { return self(); }

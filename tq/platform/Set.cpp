@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "tq/platform/Array.h"
+#include "tq/platform/CollectionDescription.h"
 #include "tq/platform/Exception.h"
 #include "tq/platform/String.h"
 
@@ -76,23 +77,11 @@ Ref<String> Set::descriptionWithLocale(const Id& locale, Index level) const {
   // indented by level as a list is.
   RecursionScope scope(RecursionScope::Walk::Description, this);
   if (scope.reentered()) return Object::description();
-  const std::string outer(4 * level, ' ');
-  const std::string inner(4 * (level + 1), ' ');
-  auto text = make<MutableString>();
-  text->appendUTF8(outer);
-  text->appendUTF8("{(");
-  bool first = true;
+  ElementListDescription text("{(", locale, level);
   for (const Slot& slot : slots_) {
-    if (!slot.object) continue;
-    text->appendUTF8(first ? "\n" : ",\n");
-    text->appendUTF8(inner);
-    text->appendString(*describe(slot.object, locale, level + 1));
-    first = false;
+    if (slot.object) text.add(slot.object);
   }
-  text->appendUTF8("\n");
-  text->appendUTF8(outer);
-  text->appendUTF8(")}");
-  return text;
+  return text.finish(")}");
 }
 
 Id Set::copy() const { return self(); }
