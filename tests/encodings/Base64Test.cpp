@@ -71,6 +71,49 @@ TEST(Base64DecoderTest, LargeOutputComesInChunksWhoseConcatenationIsExact) {
   EXPECT_EQ(decoded(ragged), bytes);
 }
 
+// Wrapped text is decoded by predicting where each next line break falls;
+// every way a prediction can go wrong must still give the bytes (or the nil)
+// that the rules give.
+TEST(Base64DecoderTest, WrappedTextAtAnyWidthWithLinesThatBreakThePattern) {
+  std::string bytes;
+  for (int i = 0; i < 20000; ++i) bytes.push_back(static_cast<char>(i * 31 + i / 97));
+  const std::string text = Base64::encode(bytes);
+  auto wrap = [&](std::size_t width, std::string_view lineEnd) {
+    std::string out;
+    for (std::size_t i = 0; i < text.size(); i += width) out.append(text, i, width).append(lineEnd);
+    return out;
+  };
+  for (std::size_t width : {20, 35, 36, 37, 63, 64, 65, 76, 96, 97, 200}) {
+    SCOPED_TRACE(width);
+    EXPECT_EQ(decoded(wrap(width, "\n")), bytes);
+    EXPECT_EQ(decoded(wrap(width, "\t")), bytes);
+    EXPECT_EQ(decoded(wrap(width, " \n")), bytes);
+    EXPECT_EQ(decoded(wrap(width, "\r\n"), Base64DecodeIgnoreInvalid), bytes);
+    EXPECT_EQ(decoded(wrap(width, "\r\n")), "(nil)");
+
+    // One line a digit short, then one a digit long: every later break is
+    // one place off the pattern learnt before it.
+    std::string shifted = wrap(width, "\n");
+    const std::size_t line = 40 * (width + 1);
+    std::swap(shifted[line + width - 1], shifted[line + width]);
+    EXPECT_EQ(decoded(shifted), bytes);
+    // A break of other bytes where one is expected.
+    std::string other = wrap(width, "\n");
+    other[line + width] = ' ';
+    EXPECT_EQ(decoded(other), bytes);
+    other[line + width] = '!';
+    EXPECT_EQ(decoded(other), "(nil)");
+    EXPECT_EQ(decoded(other, Base64DecodeIgnoreInvalid), bytes);
+    // A second break, and the end marker, next to an expected one.
+    std::string doubled = wrap(width, "\n");
+    doubled.insert(line + width, "\n\n");
+    EXPECT_EQ(decoded(doubled), bytes);
+    std::string ended = wrap(width, "\n");
+    ended.insert(line + width + 1, "=");
+    EXPECT_EQ(decoded(ended), decoded(text.substr(0, 41 * width)));
+  }
+}
+
 TEST(Base64DecoderTest, TextEntryPointsReadUpToTheFirstNul) {
   EXPECT_EQ(decodedText(std::string("QUJD\0QUJD", 9)), "ABC");
   EXPECT_EQ(decodedText("QU\u00e9JD"), "(nil)");

@@ -106,7 +106,7 @@ TEST(ChainedData, EqualityAndHashFollowBytesNotLayout) {
 }
 
 TEST(ChainedData, AdoptTakesBuffersWithoutCopying) {
-  std::vector<std::uint8_t> bytes{'x', 'y', 'z'};
+  ChainedData::Buffer bytes{'x', 'y', 'z'};
   const std::uint8_t* original = bytes.data();
   auto adopted = ChainedData::adopt(std::move(bytes));
   EXPECT_EQ(adopted->regions()[0].bytes(), original);

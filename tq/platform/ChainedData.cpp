@@ -129,7 +129,7 @@ ChainedData::Map ChainedData::createMap() const {
 }
 
 Ref<Data> ChainedData::data() const {
-  Buffer joined;
+  std::vector<std::uint8_t> joined;
   joined.reserve(size_);
   for (const Region& region : regions_) joined.insert(joined.end(), region.bytes(), region.bytes() + region.length);
   return make<Data>(std::move(joined));

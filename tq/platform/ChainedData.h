@@ -12,6 +12,7 @@
 #include <functional>
 #include <memory>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "tq/platform/Object.h"
@@ -20,9 +21,31 @@ namespace tq {
 
 class Data;
 
+// Leaves the elements a vector grows by uninitialised: chunk buffers are
+// sized first and then written over, and zero-filling them cost as much as
+// decoding into them.
+template <class T>
+struct UninitialisedAllocator : std::allocator<T> {
+  template <class U>
+  struct rebind {
+    using other = UninitialisedAllocator<U>;
+  };
+  UninitialisedAllocator() = default;
+  template <class U>
+  UninitialisedAllocator(const UninitialisedAllocator<U>&) noexcept {}
+  template <class U>
+  void construct(U* p) noexcept {
+    ::new (static_cast<void*>(p)) U;
+  }
+  template <class U, class... Args>
+  void construct(U* p, Args&&... args) {
+    ::new (static_cast<void*>(p)) U(std::forward<Args>(args)...);
+  }
+};
+
 class ChainedData : public Object {
  public:
-  using Buffer = std::vector<std::uint8_t>;
+  using Buffer = std::vector<std::uint8_t, UninitialisedAllocator<std::uint8_t>>;
   using SharedBuffer = std::shared_ptr<const Buffer>;
 
   /// One contiguous piece: `length` bytes of `buffer` from `offset`.
