@@ -43,6 +43,34 @@ TEST(QuotedPrintableDecoderTest, UnderscoreMeansSpaceOnlyInQMode) {
   }
 }
 
+// Long texts are decoded a block at a time, every escape of a block at once;
+// escapes and soft breaks must come out right at every column, including the
+// last ones, where their bytes reach into the next block.
+TEST(QuotedPrintableDecoderTest, EscapesAndBreaksAtEveryColumnOfALongText) {
+  using FKQuotedPrintable::decodeQuotedPrintable;
+  const std::uint64_t q = FKQuotedPrintable::QuotedPrintableDecodeUnderscoreAsSpace;
+  for (std::size_t at = 0; at < 140; ++at) {
+    SCOPED_TRACE(at);
+    const std::string before(at, 'a'), after(150, 'z');
+    std::string out;
+    for (const auto& [escape, decoded] : {std::pair<std::string, std::string>{"=4A", "J"},
+                                          {"=e9", "\xE9"},
+                                          {"=\r\n", ""},
+                                          {"=\n", ""},
+                                          {"=\n=3D=\r\n_", "=_"},
+                                          {"=3D=3D=41=\n", "==A"}}) {
+      ASSERT_TRUE(decodeQuotedPrintable(before + escape + after, 0, out));
+      EXPECT_EQ(out, before + decoded + after) << escape;
+    }
+    ASSERT_TRUE(decodeQuotedPrintable(before + "_=5F_" + after, q, out));
+    EXPECT_EQ(out, before + " _ " + after);
+    for (const char* malformed : {"=4G", "==41", "=\r=", "= \n", "=\r\r\n"}) {
+      EXPECT_FALSE(decodeQuotedPrintable(before + malformed + after, 0, out)) << malformed;
+      EXPECT_TRUE(out.empty());
+    }
+  }
+}
+
 TEST(QuotedPrintableDecoderTest, MalformedEscapesFailWithCode11) {
   for (const char* input : {"a=3", "a=G1", "a=", "a=\r", "a=\rb", "a= \r\n", "=\t\n"}) {
     Ref<Error> error;
