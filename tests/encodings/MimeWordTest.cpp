@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "tq/encodings/MimeEncoding.h"
+#include "tq/encodings/QuotedPrintableBody.h"
 
 namespace tq {
 namespace {
@@ -198,6 +199,36 @@ TEST(QuotedPrintableBodyEncoderTest, UTF8LinesEndingRightAtTheLimitAgreeWithTheC
         }
         const auto encoded = quotedPrintableStringForPlainTextBody(String(body), UTF8StringEncoding);
         ASSERT_EQ(utf8Of(encoded), splitByCharacterWalk(escaped)) << "width " << width << ", shift " << shift;
+      }
+    }
+  }
+}
+
+TEST(QuotedPrintableBodyEncoderTest, BytesAndTextAgreeWhereTheEncoderCutsTheBodyIntoPieces) {
+  // The encoder works a piece at a time (8192 characters of text, 16384 bytes
+  // of bytes): a CR that might begin a CRLF, a surrogate pair and a final
+  // space must come out the same wherever a cut falls.
+  auto escape = [](std::string_view bytes) {
+    std::string escaped;
+    for (unsigned char c : bytes) {
+      const bool plain = (c >= 0x20 && c <= 0x7D && std::string_view("=!\"#$@[\\]^`{|}~").find(char(c)) == std::string_view::npos) ||
+                         c == '\r' || c == '\n';
+      escaped += plain ? std::string(1, char(c)) : "=" + std::string(1, "0123456789ABCDEF"[c >> 4]) + "0123456789ABCDEF"[c & 15];
+    }
+    return escaped;
+  };
+  for (std::size_t cut : {8192u, 16384u}) {
+    for (std::size_t at = cut - 3; at <= cut + 1; ++at) {
+      for (const char* ending : {"\r\n", "\r", "\r\r\n", "\xF0\x9F\x98\x80", " "}) {
+        for (const std::string& rest : {std::string(), std::string(100, 'b') + ending}) {
+          const std::string body = std::string(at, 'a') + ending + rest;
+          const std::string expected = splitByCharacterWalk(escape(body));
+          std::string bytes = "kept:";
+          appendQuotedPrintableBody(body, bytes);
+          ASSERT_EQ(bytes, "kept:" + expected) << at << " " << escape(ending);
+          ASSERT_EQ(utf8Of(quotedPrintableStringForPlainTextBody(*str(body), UTF8StringEncoding)), expected)
+              << at << " " << escape(ending);
+        }
       }
     }
   }

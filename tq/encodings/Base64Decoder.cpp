@@ -9,6 +9,7 @@
 #include <string>
 
 #include "tq/encodings/TransferEncodings.h"
+#include "tq/platform/VectorSupport.h"
 
 namespace tq {
 
@@ -301,10 +302,6 @@ __attribute__((target("avx2"))) std::size_t decodeBlocksAVX2(const std::uint8_t*
   return AVX2BlockDecoder(s, n, out, room, urlSafe, ignorable).run(written);
 }
 
-bool haveAVX2() {
-  static const bool available = __builtin_cpu_supports("avx2");
-  return available;
-}
 #endif
 
 inline void put3(std::uint8_t* out, std::uint32_t value) {
@@ -438,7 +435,7 @@ class ChunkedDecoder {
   bool lenient_;
   bool urlSafe_;
 #if defined(__x86_64__)
-  bool avx2_ = haveAVX2();
+  bool avx2_ = VectorSupport::useAVX2();
 #endif
   const DecodeTable& table_;
   const ShiftedTables& shifted_;

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "tq/encodings/TransferEncodings.h"
+#include "tq/platform/VectorSupport.h"
 #include "tq/platform/Dictionary.h"
 
 namespace tq::FKQuotedPrintable {
@@ -136,10 +137,6 @@ __attribute__((target("avx2"))) bool decodeBulkAVX2(const char*& pp, const char*
   return ok;
 }
 
-bool haveAVX2() {
-  static const bool available = __builtin_cpu_supports("avx2");
-  return available;
-}
 
 // With AVX-512 (byte compression needs VBMI2), 64 bytes a step and no branch
 // on what they hold: every "=" of the block is decoded at once from the two
@@ -198,10 +195,6 @@ TQ_AVX512 bool decodeBulkAVX512(const char*& pp, const char* end, char*& oo) {
   return ok;
 }
 
-bool haveAVX512() {
-  static const bool available = __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vbmi2");
-  return available;
-}
 #endif
 
 }  // namespace
@@ -216,9 +209,9 @@ bool decodeQuotedPrintable(std::string_view input, std::uint64_t options, std::s
   const char* const end = p + input.size();
   bool ok = true;
 #if defined(__x86_64__)
-  if (haveAVX512()) {
+  if (VectorSupport::useAVX512()) {
     ok = underscoreIsSpace ? decodeBulkAVX512<true>(p, end, o) : decodeBulkAVX512<false>(p, end, o);
-  } else if (haveAVX2()) {
+  } else if (VectorSupport::useAVX2()) {
     ok = underscoreIsSpace ? decodeBulkAVX2<true>(p, end, o) : decodeBulkAVX2<false>(p, end, o);
   }
 #endif
