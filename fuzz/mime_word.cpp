@@ -10,6 +10,7 @@
 #include <string>
 
 #include "tq/encodings/MimeEncoding.h"
+#include "tq/encodings/QuotedPrintableBody.h"
 
 namespace {
 
@@ -86,6 +87,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::string bodyBytes;
   check(tq::Charset::encode(text.utf16(), used, bodyBytes));
   check(body->utf16() == referenceBody(bodyBytes));
+  // The same encoder on the raw bytes, which need be in no charset at all.
+  const std::string_view raw(reinterpret_cast<const char*>(data + 1), size - 1);
+  std::string encodedRaw;
+  tq::MimeEncoding::appendQuotedPrintableBody(raw, encodedRaw);
+  const std::u16string expectedRaw = referenceBody(raw);
+  check(std::u16string(encodedRaw.begin(), encodedRaw.end()) == expectedRaw);
   for (std::size_t start = 0; start < body->length();) {
     std::size_t end = body->utf16().find(u"\r\n", start);
     if (end == std::u16string::npos) end = body->length();

@@ -205,7 +205,7 @@ TEST(QuotedPrintableBodyEncoderTest, UTF8LinesEndingRightAtTheLimitAgreeWithTheC
 }
 
 TEST(QuotedPrintableBodyEncoderTest, BytesAndTextAgreeWhereTheEncoderCutsTheBodyIntoPieces) {
-  // The encoder works a piece at a time (8192 characters of text, 16384 bytes
+  // The encoder works a piece at a time (8192 characters of text, 4096 bytes
   // of bytes): a CR that might begin a CRLF, a surrogate pair and a final
   // space must come out the same wherever a cut falls.
   auto escape = [](std::string_view bytes) {
@@ -217,7 +217,7 @@ TEST(QuotedPrintableBodyEncoderTest, BytesAndTextAgreeWhereTheEncoderCutsTheBody
     }
     return escaped;
   };
-  for (std::size_t cut : {8192u, 16384u}) {
+  for (std::size_t cut : {4096u, 8192u}) {
     for (std::size_t at = cut - 3; at <= cut + 1; ++at) {
       for (const char* ending : {"\r\n", "\r", "\r\r\n", "\xF0\x9F\x98\x80", " "}) {
         for (const std::string& rest : {std::string(), std::string(100, 'b') + ending}) {

@@ -68,16 +68,27 @@ std::string utf16ToUTF8(std::u16string_view utf16) {
 
 String::String(std::string_view utf8) : units_(utf8ToUTF16(utf8)) {}
 
-Ref<String> String::fromUTF8Strict(std::string_view utf8) {
+bool String::isValidUTF8(std::string_view utf8) {
+  // ICU counts in 32 bits, so very long text is checked in slices, each cut
+  // before a byte that starts a character.
+  constexpr std::size_t kSlice = std::size_t{1} << 30;
+  while (utf8.size() > kSlice) {
+    std::size_t cut = kSlice;
+    while (cut > kSlice - 4 && (static_cast<unsigned char>(utf8[cut]) & 0xC0) == 0x80) --cut;
+    if (!isValidUTF8(utf8.substr(0, cut))) return false;
+    utf8.remove_prefix(cut);
+  }
   const auto* s = reinterpret_cast<const uint8_t*>(utf8.data());
-  int32_t length = static_cast<int32_t>(utf8.size());
+  const auto length = static_cast<int32_t>(utf8.size());
   for (int32_t i = 0; i < length;) {
     UChar32 c;
     U8_NEXT(s, i, length, c);
-    if (c < 0) return nullptr;
+    if (c < 0) return false;
   }
-  return fromUTF8(utf8);
+  return true;
 }
+
+Ref<String> String::fromUTF8Strict(std::string_view utf8) { return isValidUTF8(utf8) ? fromUTF8(utf8) : nullptr; }
 
 bool String::isEqual(const Object& other) const {
   if (this == &other) return true;

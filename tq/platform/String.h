@@ -44,6 +44,8 @@ class String : public Object {
   static Ref<String> fromUTF16(std::u16string units) { return make<String>(std::move(units)); }
   /// Nil when the bytes are not well-formed UTF-8.
   static Ref<String> fromUTF8Strict(std::string_view utf8);
+  /// Whether the bytes are well-formed UTF-8 (no surrogates, no overlong forms).
+  static bool isValidUTF8(std::string_view utf8);
 
   // Object
   bool isEqual(const Object& other) const override;

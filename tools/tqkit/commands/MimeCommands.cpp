@@ -7,6 +7,7 @@
 #include "Command.h"
 #include "TextInput.h"
 #include "tq/encodings/MimeEncoding.h"
+#include "tq/encodings/QuotedPrintableBody.h"
 
 using namespace tqkit;
 
@@ -45,7 +46,18 @@ int encodeBody(Arguments& arguments) {
   const tq::StringEncoding preferred = charsetOption(arguments);
   arguments.positionals(0, 0);
   // The body is taken whole: its final line end belongs to it.
-  printLine(tq::MimeEncoding::quotedPrintableStringForPlainTextBody(*tq::str(readStandardInput()), preferred),
+  const std::string body = readStandardInput();
+  // A UTF-8 body wanted in UTF-8, the usual case, is encoded from its bytes
+  // as they are, which gives what the text would give without making it;
+  // anything else goes through text and the charset chain.
+  if (preferred == tq::UTF8StringEncoding && tq::String::isValidUTF8(body)) {
+    std::string encoded;
+    tq::MimeEncoding::appendQuotedPrintableBody(body, encoded);
+    encoded.push_back('\n');
+    std::fwrite(encoded.data(), 1, encoded.size(), stdout);
+    return Success;
+  }
+  printLine(tq::MimeEncoding::quotedPrintableStringForPlainTextBody(*tq::str(body), preferred),
             "no charset holds the body");
   return Success;
 }
