@@ -22,7 +22,7 @@ Width widest() {
   Width width = Width::Baseline;
   if (__builtin_cpu_supports("avx2")) width = Width::AVX2;
   if (width == Width::AVX2 && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-      __builtin_cpu_supports("avx512vbmi2")) {
+      __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512vbmi2")) {
     width = Width::AVX512;
   }
   const Width cap = limit();

@@ -8,7 +8,8 @@ namespace tq::VectorSupport {
 
 /// AVX2, when the processor has it and the limit allows it.
 bool useAVX2();
-/// AVX-512 with the byte and byte-compression instructions (F, BW, VBMI2),
+/// AVX-512 with the byte, byte-permute and byte-compression instructions
+/// (F, BW, VBMI, VBMI2),
 /// when the processor has them and no limit is set.
 bool useAVX512();
 
