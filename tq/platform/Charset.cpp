@@ -6,6 +6,7 @@
 #include <unicode/utf8.h>
 
 #include <algorithm>
+#include <iterator>
 #include <array>
 #include <cstring>
 #include <limits>
@@ -444,12 +445,35 @@ StringEncoding encodingForIANAName(std::string_view name) {
 }
 
 StringEncoding encodingForIANAName(std::u16string_view name) {
+  // Mail names the same few charsets over and over, one encoded word after
+  // another, so each thread keeps its last few answers, by the name exactly
+  // as written.
+  struct Answer {
+    char16_t name[24];
+    std::size_t size = 0;  // 0: no answer kept here yet
+    StringEncoding encoding = InvalidStringEncoding;
+  };
+  thread_local Answer recent[4];
+  thread_local unsigned nextSlot = 0;
+  const bool keepable = !name.empty() && name.size() <= std::size(recent[0].name);
+  if (keepable) {
+    for (const Answer& answer : recent) {
+      if (answer.size == name.size() && std::equal(name.begin(), name.end(), answer.name)) return answer.encoding;
+    }
+  }
   std::string narrow(name.size(), '\0');
   for (std::size_t i = 0; i < name.size(); ++i) {
     if (name[i] >= 0x80) return InvalidStringEncoding;
     narrow[i] = static_cast<char>(name[i]);
   }
-  return encodingForIANAName(std::string_view(narrow));
+  const StringEncoding encoding = encodingForIANAName(std::string_view(narrow));
+  if (keepable) {
+    Answer& slot = recent[nextSlot++ % std::size(recent)];
+    std::copy(name.begin(), name.end(), slot.name);
+    slot.size = name.size();
+    slot.encoding = encoding;
+  }
+  return encoding;
 }
 
 bool encode(std::u16string_view text, StringEncoding encoding, std::string& out) {
