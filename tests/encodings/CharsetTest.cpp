@@ -57,6 +57,24 @@ TEST(CharsetTest, CommonAliasesResolveAndUnknownNamesAreInvalid) {
   EXPECT_EQ(Charset::encodingForIANAName(std::string(200, 'a')), InvalidStringEncoding);
 }
 
+TEST(CharsetTest, RepeatedLookupsOfManyNamesKeepTheirAnswers) {
+  // Text names are answered from a small per-thread memory of recent ones;
+  // more names than it holds, in turn, must each keep the first answer.
+  const char* names[] = {"utf-8", "UTF-8", "iso-8859-1", "windows-1252", "koi8-r", "no-such-charset",
+                         "ISO-8859-2", "utf-16", "us-ascii", "Shift_JIS", "iso-8859-16", "x"};
+  for (int round = 0; round < 3; ++round) {
+    for (const char* name : names) {
+      const std::string_view narrow(name);
+      const std::u16string wide(narrow.begin(), narrow.end());
+      EXPECT_EQ(Charset::encodingForIANAName(std::u16string_view(wide)), Charset::encodingForIANAName(narrow))
+          << name << " in round " << round;
+    }
+  }
+  EXPECT_EQ(Charset::encodingForIANAName(std::u16string_view(u"UTF-8")), UTF8StringEncoding);
+  EXPECT_EQ(Charset::encodingForIANAName(std::u16string_view(u"utf-8")), UTF8StringEncoding);
+  EXPECT_EQ(Charset::encodingForIANAName(std::u16string_view(u"utf-9")), InvalidStringEncoding);
+}
+
 TEST(CharsetTest, ConversionsRoundTripThroughEveryCharsetThatHoldsTheText) {
   const std::u16string cafe = u"caf\u00e9";
   for (StringEncoding encoding :
