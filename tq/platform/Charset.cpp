@@ -446,14 +446,14 @@ StringEncoding encodingForIANAName(std::string_view name) {
 
 StringEncoding encodingForIANAName(std::u16string_view name) {
   // Mail names the same few charsets over and over, one encoded word after
-  // another, so each thread keeps its last few answers, by the name exactly
+  // another, so each thread keeps its last sixteen answers, by the name exactly
   // as written.
   struct Answer {
     char16_t name[24];
     std::size_t size = 0;  // 0: no answer kept here yet
     StringEncoding encoding = InvalidStringEncoding;
   };
-  thread_local Answer recent[4];
+  thread_local Answer recent[16];
   thread_local unsigned nextSlot = 0;
   const bool keepable = !name.empty() && name.size() <= std::size(recent[0].name);
   if (keepable) {
