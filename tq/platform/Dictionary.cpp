@@ -26,21 +26,21 @@ Ref<Dictionary> Dictionary::dictionaryWithObjects(const Array& objects, const Ar
 void Dictionary::setEntry(Id key, Id object) {
   if (!key) raiseNilArgument(className().c_str(), "setObject:forKey:", "key");
   if (!object) raiseNilArgument(className().c_str(), "setObject:forKey:", "object");
-  auto found = index_.find(key.get());
-  if (found != index_.end()) {
-    slots_[found->second].second = std::move(object);
+  const std::size_t found = index_.find(key.get(), keyAt());
+  if (found != SlotIndex::npos) {
+    slots_[found].second = std::move(object);
     return;
   }
   Id stored = key->copy();
-  index_.emplace(stored, slots_.size());
   slots_.emplace_back(std::move(stored), std::move(object));
+  index_.insert(slots_.back().first.get(), slots_.size() - 1);
 }
 
 void Dictionary::removeEntry(const Object* key) {
-  auto found = index_.find(key);
-  if (found == index_.end()) return;
-  Entry& slot = slots_[found->second];
-  index_.erase(found);
+  const std::size_t found = index_.find(key, keyAt());
+  if (found == SlotIndex::npos) return;
+  Entry& slot = slots_[found];
+  index_.erase(slot.first.get(), found);
   slot = Entry();
   if (++holes_ > 16 && holes_ * 2 > slots_.size()) compact();
 }
@@ -53,7 +53,7 @@ void Dictionary::removeEverything() {
 
 void Dictionary::compact() {
   std::erase_if(slots_, [](const Entry& slot) { return !slot.first; });
-  for (std::size_t i = 0; i < slots_.size(); ++i) index_.find(slots_[i].first.get())->second = i;
+  index_.rebuild(slots_.size(), keyAt());
   holes_ = 0;
 }
 
@@ -110,8 +110,8 @@ Id Dictionary::mutableCopy() const {
 
 Id Dictionary::objectForKey(const Object* key) const {
   if (!key) return nullptr;
-  auto found = index_.find(key);
-  return found == index_.end() ? nullptr : slots_[found->second].second;
+  const std::size_t found = index_.find(key, keyAt());
+  return found == SlotIndex::npos ? nullptr : slots_[found].second;
 }
 
 Id Dictionary::objectForKey(std::string_view key) const {

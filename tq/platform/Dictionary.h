@@ -5,11 +5,11 @@
 
 #include <functional>
 #include <initializer_list>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
 #include "tq/platform/Object.h"
+#include "tq/platform/SlotIndex.h"
 #include "tq/platform/Range.h"
 #include "tq/platform/Sorting.h"
 
@@ -72,8 +72,15 @@ class Dictionary : public Object {
 
   // Insertion-ordered slots; a removed slot keeps a nil key until compaction.
   std::vector<Entry> slots_;
-  std::unordered_map<Id, std::size_t, ObjectHash, ObjectEqual> index_;
+  SlotIndex index_;
   std::size_t holes_ = 0;
+
+  // The key at a slot position, for the index.
+  struct KeyAt {
+    const std::vector<Entry>* slots;
+    const Object* operator()(std::size_t position) const { return (*slots)[position].first.get(); }
+  };
+  KeyAt keyAt() const { return {&slots_}; }
 };
 
 class MutableDictionary : public Dictionary {

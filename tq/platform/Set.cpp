@@ -22,24 +22,24 @@ Ref<Set> Set::setWithArray(const Array& objects) { return make<Set>(objects.stor
 
 void Set::addUses(const Id& object, Index uses, const char* method) {
   if (!object) raiseNilArgument(className().c_str(), method, "object");
-  auto found = index_.find(object.get());
-  if (found != index_.end()) {
-    slots_[found->second].uses += uses;
+  const std::size_t found = index_.find(object.get(), objectAt());
+  if (found != SlotIndex::npos) {
+    slots_[found].uses += uses;
     return;
   }
-  index_.emplace(object, slots_.size());
   slots_.push_back({object, uses});
+  index_.insert(object.get(), slots_.size() - 1);
 }
 
 void Set::removeUses(const Object* object, Index uses) {
-  auto found = index_.find(object);
-  if (found == index_.end()) return;
-  Slot& slot = slots_[found->second];
+  const std::size_t found = index_.find(object, objectAt());
+  if (found == SlotIndex::npos) return;
+  Slot& slot = slots_[found];
   if (slot.uses > uses) {
     slot.uses -= uses;
     return;
   }
-  index_.erase(found);
+  index_.erase(slot.object.get(), found);
   slot = Slot();
   // Removed slots are holes until they outnumber the members, so that a run
   // of removals stays linear overall.
@@ -54,13 +54,13 @@ void Set::removeEverything() {
 
 void Set::compact() {
   std::erase_if(slots_, [](const Slot& slot) { return !slot.object; });
-  for (std::size_t i = 0; i < slots_.size(); ++i) index_.find(slots_[i].object.get())->second = i;
+  index_.rebuild(slots_.size(), objectAt());
   holes_ = 0;
 }
 
 const Set::Slot* Set::slotOf(const Object* object) const {
-  auto found = index_.find(object);
-  return found == index_.end() ? nullptr : &slots_[found->second];
+  const std::size_t found = index_.find(object, objectAt());
+  return found == SlotIndex::npos ? nullptr : &slots_[found];
 }
 
 bool Set::isEqual(const Object& other) const {

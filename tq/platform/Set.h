@@ -6,10 +6,10 @@
 
 #include <functional>
 #include <initializer_list>
-#include <unordered_map>
 #include <vector>
 
 #include "tq/platform/Object.h"
+#include "tq/platform/SlotIndex.h"
 #include "tq/platform/Sorting.h"
 
 namespace tq {
@@ -48,7 +48,7 @@ class Set : public Object {
   /// The member equal to `object` (the stored one), or nil.
   Id member(const Object* object) const;
   Id member(const Id& object) const { return member(object.get()); }
-  bool containsObject(const Object* object) const { return index_.find(object) != index_.end(); }
+  bool containsObject(const Object* object) const { return index_.find(object, objectAt()) != SlotIndex::npos; }
   bool containsObject(const Id& object) const { return containsObject(object.get()); }
   /// The first member in insertion order; nil when empty.
   Id anyObject() const;
@@ -88,8 +88,15 @@ class Set : public Object {
   void compact();
 
   std::vector<Slot> slots_;
-  std::unordered_map<Id, std::size_t, ObjectHash, ObjectEqual> index_;
+  SlotIndex index_;
   std::size_t holes_ = 0;
+
+  // The member at a slot position, for the index.
+  struct ObjectAt {
+    const std::vector<Slot>* slots;
+    const Object* operator()(std::size_t position) const { return (*slots)[position].object.get(); }
+  };
+  ObjectAt objectAt() const { return {&slots_}; }
 };
 
 class MutableSet : public Set {
