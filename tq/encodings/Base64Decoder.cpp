@@ -164,7 +164,7 @@ class AVX2BlockDecoder {
  public:
   __attribute__((target("avx2"))) AVX2BlockDecoder(const std::uint8_t* s, std::size_t n, std::uint8_t* out,
                                                    std::size_t room, bool urlSafe, const std::uint8_t* ignorable)
-      : s_(s), n_(n), out_(out), room_(room), ignorable_(ignorable), alphabet_(urlSafe) {}
+      : input_{s, n, out, room, ignorable, AVX2Alphabet(urlSafe)} {}
 
   __attribute__((target("avx2"))) std::size_t run(std::size_t* written) {
     while (searchForBreaks()) predictBreaks();
@@ -176,7 +176,7 @@ class AVX2BlockDecoder {
   // Block by block, looking for each break; true when two breaks of the same
   // bytes have given the line width, false at a block it cannot take.
   __attribute__((target("avx2"))) bool searchForBreaks() {
-    const Locals l = locals();
+    const Input l = input_;
     std::size_t i = i_, o = o_;
     std::size_t previous = SIZE_MAX, previousLength = 0;
     bool learned = false;
@@ -224,7 +224,7 @@ class AVX2BlockDecoder {
   // Block by block at the predicted breaks, until a prediction fails or the
   // input or the room runs out.
   __attribute__((target("avx2"))) void predictBreaks() {
-    const Locals l = locals();
+    const Input l = input_;
     const std::uint8_t first = next_.first, second = next_.second;
     const std::size_t width = width_, breakLength = next_.length;
     std::size_t i = i_, o = o_, next = next_.at;
@@ -249,10 +249,10 @@ class AVX2BlockDecoder {
     o_ = o;
   }
 
-  // Copies of the members for the loops to keep in registers: every store
-  // through the output could alias the members, which would otherwise be
-  // reloaded each block.
-  struct Locals {
+  // What the loops read, which each copies into a local to keep in
+  // registers: every store through the output could alias a member, which
+  // would then be reloaded each block.
+  struct Input {
     const std::uint8_t* s;
     std::size_t n;
     std::uint8_t* out;
@@ -279,18 +279,11 @@ class AVX2BlockDecoder {
     }
   };
 
-  __attribute__((target("avx2"))) Locals locals() const { return {s_, n_, out_, room_, ignorable_, alphabet_}; }
-
   // Lines narrower than this can put two breaks in one block, which the
   // predicting loop does not handle; they stay with the searching one.
   static constexpr std::size_t kShortestWidth = 36;
 
-  const std::uint8_t* s_;
-  std::size_t n_;
-  std::uint8_t* out_;
-  std::size_t room_;
-  const std::uint8_t* ignorable_;
-  AVX2Alphabet alphabet_;
+  Input input_;
   std::size_t i_ = 0, o_ = 0;
   std::size_t width_ = 0;
   LineBreak next_{SIZE_MAX, 0, 0, 0};
