@@ -1,12 +1,14 @@
 #include "tq/encodings/RFC2822.h"
 
+#include <cstdint>
 #include <cstring>
 
-#if defined(__SSE2__)
-#include <emmintrin.h>
+#if defined(__x86_64__)
+#include <immintrin.h>
 #endif
 
 #include "tq/platform/Assert.h"
+#include "tq/platform/VectorSupport.h"
 
 namespace tq::RFC2822 {
 namespace {
@@ -31,9 +33,65 @@ std::size_t findScalar(std::string_view haystack, std::string_view needle, std::
 }
 
 // Finds `needle`. A blank-line search in a message without one visits every
-// line end, so for multi-byte needles 16 positions are tested at once: one
-// comparison mask per needle byte, shifted by that byte's offset, and their
-// intersection marks the starts of whole matches.
+// line end, so positions are tested a block at a time: one comparison mask
+// per needle byte, shifted by that byte's offset, and their intersection
+// marks the starts of whole matches. The needles are two to four bytes long,
+// so each length has its own loop, fully unrolled, with one branch per 64
+// positions. Answers npos with `i` at the first position not yet tested.
+#if defined(__SSE2__)
+template <std::size_t N>
+std::size_t findBlocksSSE2(const char* base, std::size_t size, const char* needle, std::size_t& i) {
+  __m128i pattern[N];
+  for (std::size_t k = 0; k < N; ++k) pattern[k] = _mm_set1_epi8(needle[k]);
+  for (; i + 64 + N - 1 <= size; i += 64) {
+    std::uint64_t hits = 0;
+    for (std::size_t part = 0; part < 4; ++part) {
+      unsigned partHits = 0xFFFF;
+      for (std::size_t k = 0; k < N; ++k) {
+        const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(base + i + 16 * part + k));
+        partHits &= unsigned(_mm_movemask_epi8(_mm_cmpeq_epi8(block, pattern[k])));
+      }
+      hits |= std::uint64_t(partHits) << (16 * part);
+    }
+    if (hits) return i + std::size_t(__builtin_ctzll(hits));
+  }
+  return std::string_view::npos;
+}
+#endif
+
+#if defined(__x86_64__)
+template <std::size_t N>
+__attribute__((target("avx2"))) std::size_t findBlocksAVX2(const char* base, std::size_t size, const char* needle,
+                                                           std::size_t& i) {
+  __m256i pattern[N];
+  for (std::size_t k = 0; k < N; ++k) pattern[k] = _mm256_set1_epi8(needle[k]);
+  for (; i + 64 + N - 1 <= size; i += 64) {
+    std::uint32_t low = 0xFFFFFFFFu, high = 0xFFFFFFFFu;
+    for (std::size_t k = 0; k < N; ++k) {
+      const __m256i first = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(base + i + k));
+      const __m256i second = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(base + i + 32 + k));
+      low &= std::uint32_t(_mm256_movemask_epi8(_mm256_cmpeq_epi8(first, pattern[k])));
+      high &= std::uint32_t(_mm256_movemask_epi8(_mm256_cmpeq_epi8(second, pattern[k])));
+    }
+    const std::uint64_t hits = low | std::uint64_t(high) << 32;
+    if (hits) return i + std::size_t(__builtin_ctzll(hits));
+  }
+  return std::string_view::npos;
+}
+#endif
+
+template <std::size_t N>
+std::size_t findBlocks(const char* base, std::size_t size, const char* needle, std::size_t& i) {
+#if defined(__x86_64__)
+  if (VectorSupport::useAVX2()) return findBlocksAVX2<N>(base, size, needle, i);
+#endif
+#if defined(__SSE2__)
+  return findBlocksSSE2<N>(base, size, needle, i);
+#else
+  return std::string_view::npos;
+#endif
+}
+
 std::size_t find(std::string_view haystack, std::string_view needle) {
   const std::size_t n = needle.size();
   if (n == 0 || haystack.size() < n) return std::string_view::npos;
@@ -42,20 +100,10 @@ std::size_t find(std::string_view haystack, std::string_view needle) {
     return hit ? std::size_t(static_cast<const char*>(hit) - haystack.data()) : std::string_view::npos;
   }
   std::size_t i = 0;
-#if defined(__SSE2__)
-  __m128i pattern[4];
-  for (std::size_t k = 0; k < n; ++k) pattern[k] = _mm_set1_epi8(needle[k]);
-  const char* base = haystack.data();
-  for (; i + 16 + n - 1 <= haystack.size(); i += 16) {
-    unsigned hits = 0xFFFF;
-    for (std::size_t k = 0; k < n && hits; ++k) {
-      __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(base + i + k));
-      hits &= unsigned(_mm_movemask_epi8(_mm_cmpeq_epi8(block, pattern[k])));
-    }
-    if (hits) return i + std::size_t(__builtin_ctz(hits));
-  }
-#endif
-  return findScalar(haystack, needle, i);
+  std::size_t found = std::string_view::npos;
+  if (n == 2) found = findBlocks<2>(haystack.data(), haystack.size(), needle.data(), i);
+  if (n == 4) found = findBlocks<4>(haystack.data(), haystack.size(), needle.data(), i);
+  return found != std::string_view::npos ? found : findScalar(haystack, needle, i);
 }
 
 bool allowed(TQLineEndingOptions options, TQLineEndingOptions kind) { return options == 0 || (options & kind) != 0; }
