@@ -4,6 +4,7 @@
 #include <array>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
@@ -141,8 +142,12 @@ bool encodeUTF8Body(std::u16string_view text, std::u16string& out) {
   // Three bytes a unit, one more for a pair taken whole at the block's end,
   // one for a CR held back from the block before, and the vector's sixteen.
   constexpr std::size_t kBytesRoom = 3 * kUnits + 2 + 16;
-  static thread_local char bytes[kBytesRoom];
-  static thread_local char encoded[QuotedPrintableBodyEncoder::outputRoom(kBytesRoom)];
+  // The buffers are made once per thread that encodes, on the heap: as
+  // thread-local arrays they would be set up in every thread of the host,
+  // and a loaded library's thread-local space is small.
+  thread_local std::vector<char> buffers(kBytesRoom + QuotedPrintableBodyEncoder::outputRoom(kBytesRoom));
+  char* const bytes = buffers.data();
+  char* const encoded = bytes + kBytesRoom;
   out.clear();
   // Reserved for prose with a few escapes in each line; only the pages
   // written are ever touched, so reserving too much costs nothing, while
