@@ -1,39 +1,20 @@
 // tqkit log and the plain tqkit console, run as a user runs them. Skipped
 // when the tqkit binary of this build is missing.
 
-#include <sys/wait.h>
-
-#include <cstdio>
 #include <regex>
 
 #include "tests/logging/LoggerTestSupport.h"
+#include "tests/support/RunCommand.h"
 
 namespace tq {
 namespace {
 
 using namespace tq::testing;
 
-struct CommandResult {
-  int status = -1;
-  std::string output;
-};
-
-CommandResult run(const std::string& command) {
-  CommandResult result;
-  if (FILE* pipe = ::popen(command.c_str(), "r")) {
-    char buffer[4096];
-    std::size_t n;
-    while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) result.output.append(buffer, n);
-    int status = ::pclose(pipe);
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
-  return result;
-}
-
 class TqkitLogTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    tqkit_ = (fs::read_symlink("/proc/self/exe").parent_path().parent_path() / "tools/tqkit/tqkit").string();
+    tqkit_ = tqkitOfThisBuild().string();
     if (!fs::exists(tqkit_)) GTEST_SKIP() << "tqkit is not built in this tree";
     folder_ = makeTemporaryFolder("tqkit-log");
     log_ = (folder_ / "logs" / "p.log").string();
@@ -41,7 +22,7 @@ class TqkitLogTest : public ::testing::Test {
   void TearDown() override {
     if (!folder_.empty()) fs::remove_all(folder_);
   }
-  CommandResult tqkit(const std::string& arguments) { return run(tqkit_ + " " + arguments + " 2>/dev/null"); }
+  CommandResult tqkit(const std::string& arguments) { return runCommand(tqkit_ + " " + arguments + " 2>/dev/null"); }
 
   std::string tqkit_;
   fs::path folder_;
@@ -65,7 +46,7 @@ TEST_F(TqkitLogTest, LogWritesThroughThePluginEntryPointIntoAFreshFile) {
   text = readWholeFile(log_);
   EXPECT_TRUE(std::regex_match(text, std::regex(kStampPattern + R"( \[Sync\] \[x\] kept as is\n)"))) << text;
 
-  ASSERT_EQ(run("printf 'a\\nb\\n' | " + tqkit_ + " log --no-console --stdin --log " + log_).status, 0);
+  ASSERT_EQ(runCommand("printf 'a\\nb\\n' | " + tqkit_ + " log --no-console --stdin --log " + log_).status, 0);
   text = readWholeFile(log_);
   EXPECT_TRUE(std::regex_match(text, std::regex(kStampPattern + R"(: \[\] a\n)" + kStampPattern + R"(: \[\] b\n)")))
       << text;

@@ -3,7 +3,6 @@
 // Skipped when the tqkit binary of this build tree is missing.
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -16,6 +15,7 @@
 #include "tq/platform/Number.h"
 #include "tq/platform/PropertyList.h"
 #include "tq/platform/String.h"
+#include "tests/support/RunCommand.h"
 
 namespace fs = std::filesystem;
 using namespace tq;
@@ -31,7 +31,7 @@ struct Outcome {
 class TqkitPlist : public ::testing::Test {
  protected:
   void SetUp() override {
-    tqkit_ = fs::read_symlink("/proc/self/exe").parent_path().parent_path() / "tools/tqkit/tqkit";
+    tqkit_ = tq::testing::tqkitOfThisBuild();
     if (!fs::exists(tqkit_)) GTEST_SKIP() << "tqkit is not built in this tree";
     folder_ = fs::temp_directory_path() / ("tqkit-plist-" + std::to_string(::getpid()));
     fs::create_directories(folder_);
@@ -43,24 +43,14 @@ class TqkitPlist : public ::testing::Test {
 
   std::string path(const std::string& name) const { return (folder_ / name).string(); }
 
-  static std::string quoted(const std::string& word) {
-    std::string text = "'";
-    for (char c : word) text += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return text + "'";
-  }
-
   Outcome run(std::initializer_list<std::string> words) const {
+    using tq::testing::shellQuoted;
     std::string command = tqkit_.string();
-    for (const std::string& word : words) command += " " + quoted(word);
+    for (const std::string& word : words) command += " " + shellQuoted(word);
     std::string errFile = path("stderr.txt");
-    command += " 2>" + quoted(errFile);
-    Outcome result;
-    if (FILE* pipe = ::popen(command.c_str(), "r")) {
-      char buffer[4096];
-      for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) result.out.append(buffer, n);
-      int status = ::pclose(pipe);
-      result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
+    command += " 2>" + shellQuoted(errFile);
+    const tq::testing::CommandResult ran = tq::testing::runCommand(command);
+    Outcome result{ran.status, ran.output, {}};
     std::ifstream err(errFile);
     std::stringstream text;
     text << err.rdbuf();
