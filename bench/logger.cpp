@@ -24,9 +24,9 @@
 #include <vector>
 
 #include "tq/logging/TQLogger.h"
-#include "tq/platform/DispatchGroup.h"
-#include "tq/platform/DispatchQueue.h"
-#include "tq/platform/OperationQueue.h"
+#include "tq/platform/dispatch/DispatchGroup.h"
+#include "tq/platform/dispatch/DispatchQueue.h"
+#include "tq/platform/dispatch/OperationQueue.h"
 
 namespace {
 

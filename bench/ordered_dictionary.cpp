@@ -14,8 +14,8 @@
 #include <vector>
 
 #include "tq/collections/TQMutableOrderedDictionary.h"
-#include "tq/platform/Number.h"
-#include "tq/platform/String.h"
+#include "tq/platform/value/Number.h"
+#include "tq/platform/value/String.h"
 
 namespace {
 

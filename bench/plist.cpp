@@ -12,12 +12,12 @@
 #include <map>
 #include <string>
 
-#include "tq/platform/Array.h"
-#include "tq/platform/Date.h"
-#include "tq/platform/Dictionary.h"
-#include "tq/platform/Number.h"
-#include "tq/platform/PropertyList.h"
-#include "tq/platform/String.h"
+#include "tq/platform/collection/Array.h"
+#include "tq/platform/value/Date.h"
+#include "tq/platform/collection/Dictionary.h"
+#include "tq/platform/value/Number.h"
+#include "tq/platform/archive/PropertyList.h"
+#include "tq/platform/value/String.h"
 
 namespace {
 

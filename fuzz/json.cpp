@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "tq/platform/JSON.h"
+#include "tq/platform/archive/JSON.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   std::string_view text(reinterpret_cast<const char*>(data), size);

@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <mutex>
 
-#include "tq/platform/Array.h"
-#include "tq/platform/KeyedArchive.h"
-#include "tq/platform/String.h"
+#include "tq/platform/collection/Array.h"
+#include "tq/platform/archive/KeyedArchive.h"
+#include "tq/platform/value/String.h"
 
 namespace {
 

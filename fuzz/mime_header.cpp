@@ -11,8 +11,8 @@
 #include <string>
 
 #include "tq/encodings/MimeEncoding.h"
-#include "tq/platform/PlatformLog.h"
-#include "tq/platform/CharacterSet.h"
+#include "tq/platform/object/PlatformLog.h"
+#include "tq/platform/value/CharacterSet.h"
 
 namespace {
 

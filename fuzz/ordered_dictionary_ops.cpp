@@ -14,8 +14,8 @@
 #include <vector>
 
 #include "tq/collections/TQMutableOrderedDictionary.h"
-#include "tq/platform/Exception.h"
-#include "tq/platform/Number.h"
+#include "tq/platform/object/Exception.h"
+#include "tq/platform/value/Number.h"
 
 namespace {
 

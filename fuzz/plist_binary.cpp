@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "tq/platform/PropertyList.h"
+#include "tq/platform/archive/PropertyList.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   // Every input is taken as a binary property list, with or without a header,

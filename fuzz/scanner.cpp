@@ -11,9 +11,9 @@
 #include <cstdlib>
 #include <string>
 
-#include "tq/platform/CharacterSet.h"
-#include "tq/platform/Scanner.h"
-#include "tq/platform/String.h"
+#include "tq/platform/value/CharacterSet.h"
+#include "tq/platform/value/Scanner.h"
+#include "tq/platform/value/String.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include <atomic>
 
 #include "OrderedDictionaryTestSupport.h"
-#include "tq/platform/Assert.h"
-#include "tq/platform/Set.h"
+#include "tq/platform/object/Assert.h"
+#include "tq/platform/collection/Set.h"
 
 namespace tq {
 namespace {

@@ -6,9 +6,9 @@
 #include <filesystem>
 
 #include "OrderedDictionaryTestSupport.h"
-#include "tq/platform/Assert.h"
-#include "tq/platform/KeyedArchive.h"
-#include "tq/platform/PropertyList.h"
+#include "tq/platform/object/Assert.h"
+#include "tq/platform/archive/KeyedArchive.h"
+#include "tq/platform/archive/PropertyList.h"
 
 namespace tq {
 namespace {

@@ -7,9 +7,9 @@
 
 #include "tests/support/RaisedException.h"
 #include "tq/collections/TQMutableOrderedDictionary.h"
-#include "tq/platform/Exception.h"
-#include "tq/platform/Number.h"
-#include "tq/platform/String.h"
+#include "tq/platform/object/Exception.h"
+#include "tq/platform/value/Number.h"
+#include "tq/platform/value/String.h"
 
 /// The checked initialiser's assertions vanish in builds with assertions off.
 #if defined(TQ_BLOCK_ASSERTIONS) && TQ_BLOCK_ASSERTIONS

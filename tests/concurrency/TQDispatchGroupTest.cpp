@@ -10,10 +10,10 @@
 
 #include "tq/concurrency/TQDispatchGroup.h"
 #include "tq/concurrency/ThreadHelpers.h"
-#include "tq/platform/DispatchQueue.h"
-#include "tq/platform/DispatchSemaphore.h"
-#include "tq/platform/Exception.h"
-#include "tq/platform/ThreadDictionary.h"
+#include "tq/platform/dispatch/DispatchQueue.h"
+#include "tq/platform/dispatch/DispatchSemaphore.h"
+#include "tq/platform/object/Exception.h"
+#include "tq/platform/collection/ThreadDictionary.h"
 
 namespace tq {
 namespace {

@@ -10,11 +10,11 @@
 #include <gtest/gtest.h>
 
 #include "tq/concurrency/TQOperationQueue.h"
-#include "tq/platform/Assert.h"
-#include "tq/platform/DispatchSemaphore.h"
-#include "tq/platform/Exception.h"
-#include "tq/platform/RunLoop.h"
-#include "tq/platform/String.h"
+#include "tq/platform/object/Assert.h"
+#include "tq/platform/dispatch/DispatchSemaphore.h"
+#include "tq/platform/object/Exception.h"
+#include "tq/platform/dispatch/RunLoop.h"
+#include "tq/platform/value/String.h"
 
 namespace tq {
 namespace {

@@ -1,11 +1,11 @@
-#include "tq/platform/ChainedData.h"
+#include "tq/platform/value/ChainedData.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "tq/platform/Data.h"
-#include "tq/platform/Exception.h"
+#include "tq/platform/value/Data.h"
+#include "tq/platform/object/Exception.h"
 
 namespace tq {
 namespace {

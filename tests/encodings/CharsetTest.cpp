@@ -1,4 +1,4 @@
-#include "tq/platform/Charset.h"
+#include "tq/platform/value/Charset.h"
 
 #include <gtest/gtest.h>
 

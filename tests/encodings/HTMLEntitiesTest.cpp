@@ -6,7 +6,7 @@
 #include <map>
 #include <string>
 
-#include "tq/platform/Exception.h"
+#include "tq/platform/object/Exception.h"
 
 namespace tq {
 namespace {

@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "tq/encodings/MimeEncoding.h"
-#include "tq/platform/PlatformLog.h"
+#include "tq/platform/object/PlatformLog.h"
 
 namespace tq {
 namespace {

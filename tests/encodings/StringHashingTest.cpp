@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "tq/platform/Exception.h"
+#include "tq/platform/object/Exception.h"
 
 namespace tq {
 namespace {

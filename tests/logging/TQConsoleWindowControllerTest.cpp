@@ -3,7 +3,7 @@
 
 #include "tests/logging/LoggerTestSupport.h"
 #include "tq/logging/TQConsoleWindowController.h"
-#include "tq/platform/RunLoop.h"
+#include "tq/platform/dispatch/RunLoop.h"
 
 namespace tq {
 namespace {

@@ -6,8 +6,8 @@
 
 #include "tests/logging/LoggerTestSupport.h"
 #include "tq/logging/TQLogEntryPoints.h"
-#include "tq/platform/Exception.h"
-#include "tq/platform/RunLoop.h"
+#include "tq/platform/object/Exception.h"
+#include "tq/platform/dispatch/RunLoop.h"
 
 namespace tq {
 namespace {

@@ -4,10 +4,10 @@
 #include <thread>
 
 #include "tests/logging/LoggerTestSupport.h"
-#include "tq/platform/Assert.h"
-#include "tq/platform/Exception.h"
-#include "tq/platform/Number.h"
-#include "tq/platform/ThreadDictionary.h"
+#include "tq/platform/object/Assert.h"
+#include "tq/platform/object/Exception.h"
+#include "tq/platform/value/Number.h"
+#include "tq/platform/collection/ThreadDictionary.h"
 
 namespace tq {
 namespace {

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tq/platform/Exception.h"
+#include "tq/platform/object/Exception.h"
 
 namespace tq::testing {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "Command.h"
-#include "tq/platform/Exception.h"
+#include "tq/platform/object/Exception.h"
 
 using namespace tqkit;
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "tq/platform/Exception.h"
+#include "tq/platform/object/Exception.h"
 
 namespace tq {
 

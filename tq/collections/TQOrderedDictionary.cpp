@@ -3,10 +3,10 @@
 #include <unordered_set>
 
 #include "tq/collections/TQMutableOrderedDictionary.h"
-#include "tq/platform/Assert.h"
-#include "tq/platform/Exception.h"
-#include "tq/platform/Number.h"
-#include "tq/platform/Set.h"
+#include "tq/platform/object/Assert.h"
+#include "tq/platform/object/Exception.h"
+#include "tq/platform/value/Number.h"
+#include "tq/platform/collection/Set.h"
 
 namespace tq {
 

@@ -29,14 +29,14 @@
 #include <iterator>
 #include <string>
 
-#include "tq/platform/Array.h"
-#include "tq/platform/Dictionary.h"
-#include "tq/platform/IndexSet.h"
-#include "tq/platform/KeyValueObserving.h"
-#include "tq/platform/KeyedArchive.h"
-#include "tq/platform/Object.h"
-#include "tq/platform/Sorting.h"
-#include "tq/platform/String.h"
+#include "tq/platform/collection/Array.h"
+#include "tq/platform/collection/Dictionary.h"
+#include "tq/platform/collection/IndexSet.h"
+#include "tq/platform/collection/KeyValueObserving.h"
+#include "tq/platform/archive/KeyedArchive.h"
+#include "tq/platform/object/Object.h"
+#include "tq/platform/collection/Sorting.h"
+#include "tq/platform/value/String.h"
 
 namespace tq {
 

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "tq/collections/TQMutableOrderedDictionary.h"
-#include "tq/platform/PropertyList.h"
+#include "tq/platform/archive/PropertyList.h"
 
 namespace tq {
 

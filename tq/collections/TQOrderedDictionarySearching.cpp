@@ -5,9 +5,9 @@
 #include <cstdio>
 
 #include "tq/collections/TQOrderedDictionary.h"
-#include "tq/platform/Assert.h"
-#include "tq/platform/Exception.h"
-#include "tq/platform/Set.h"
+#include "tq/platform/object/Assert.h"
+#include "tq/platform/object/Exception.h"
+#include "tq/platform/collection/Set.h"
 
 namespace tq {
 

@@ -1,6 +1,6 @@
 #include "tq/concurrency/TQDispatchGroup.h"
 
-#include "tq/platform/DispatchGroup.h"
+#include "tq/platform/dispatch/DispatchGroup.h"
 
 namespace tq {
 namespace {

@@ -5,7 +5,7 @@
 #include <functional>
 #include <mutex>
 
-#include "tq/platform/Object.h"
+#include "tq/platform/object/Object.h"
 
 namespace tq {
 

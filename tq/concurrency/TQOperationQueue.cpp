@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "tq/platform/Assert.h"
-#include "tq/platform/String.h"
+#include "tq/platform/object/Assert.h"
+#include "tq/platform/value/String.h"
 
 namespace tq {
 

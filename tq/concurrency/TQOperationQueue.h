@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "tq/concurrency/TQSignallingOperation.h"
-#include "tq/platform/Array.h"
-#include "tq/platform/Date.h"
-#include "tq/platform/OperationQueue.h"
+#include "tq/platform/collection/Array.h"
+#include "tq/platform/value/Date.h"
+#include "tq/platform/dispatch/OperationQueue.h"
 
 namespace tq {
 

@@ -1,9 +1,9 @@
 #include "tq/concurrency/TQSignallingOperation.h"
 
-#include "tq/platform/Assert.h"
-#include "tq/platform/OperationQueue.h"
-#include "tq/platform/RunLoop.h"
-#include "tq/platform/String.h"
+#include "tq/platform/object/Assert.h"
+#include "tq/platform/dispatch/OperationQueue.h"
+#include "tq/platform/dispatch/RunLoop.h"
+#include "tq/platform/value/String.h"
 
 namespace tq {
 

@@ -6,8 +6,8 @@
 #include <functional>
 #include <mutex>
 
-#include "tq/platform/DispatchSemaphore.h"
-#include "tq/platform/Operation.h"
+#include "tq/platform/dispatch/DispatchSemaphore.h"
+#include "tq/platform/dispatch/Operation.h"
 
 namespace tq {
 

@@ -9,9 +9,9 @@
 #include <regex>
 #include <sstream>
 
-#include "tq/platform/DispatchQueue.h"
-#include "tq/platform/Exception.h"
-#include "tq/platform/ThreadDictionary.h"
+#include "tq/platform/dispatch/DispatchQueue.h"
+#include "tq/platform/object/Exception.h"
+#include "tq/platform/collection/ThreadDictionary.h"
 
 namespace tq {
 

@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <functional>
 
-#include "tq/platform/Array.h"
-#include "tq/platform/Error.h"
-#include "tq/platform/String.h"
+#include "tq/platform/collection/Array.h"
+#include "tq/platform/collection/Error.h"
+#include "tq/platform/value/String.h"
 
 namespace tq {
 

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "tq/encodings/TransferEncodings.h"
-#include "tq/platform/VectorSupport.h"
+#include "tq/platform/system/VectorSupport.h"
 
 namespace tq {
 

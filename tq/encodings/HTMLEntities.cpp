@@ -9,7 +9,7 @@
 #include <memory>
 #include <vector>
 
-#include "tq/platform/Exception.h"
+#include "tq/platform/object/Exception.h"
 
 namespace tq::HTMLEntities {
 namespace {

@@ -6,8 +6,8 @@
 #include <cstddef>
 #include <span>
 
-#include "tq/platform/Range.h"
-#include "tq/platform/String.h"
+#include "tq/platform/object/Range.h"
+#include "tq/platform/value/String.h"
 
 namespace tq {
 

@@ -9,9 +9,9 @@
 
 #include <cstdint>
 
-#include "tq/platform/Charset.h"
-#include "tq/platform/Data.h"
-#include "tq/platform/String.h"
+#include "tq/platform/value/Charset.h"
+#include "tq/platform/value/Data.h"
+#include "tq/platform/value/String.h"
 
 namespace tq {
 

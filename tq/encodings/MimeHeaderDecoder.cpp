@@ -9,9 +9,9 @@
 #include <string>
 
 #include "tq/encodings/MimeEncoding.h"
-#include "tq/platform/CharacterSet.h"
-#include "tq/platform/Exception.h"
-#include "tq/platform/PlatformLog.h"
+#include "tq/platform/value/CharacterSet.h"
+#include "tq/platform/object/Exception.h"
+#include "tq/platform/object/PlatformLog.h"
 
 namespace tq {
 

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "tq/encodings/TransferEncodings.h"
-#include "tq/platform/VectorSupport.h"
-#include "tq/platform/Dictionary.h"
+#include "tq/platform/system/VectorSupport.h"
+#include "tq/platform/collection/Dictionary.h"
 
 namespace tq::FKQuotedPrintable {
 

@@ -13,7 +13,7 @@
 
 #include "tq/encodings/MimeEncoding.h"
 #include "tq/encodings/QuotedPrintableBodyLoop.h"
-#include "tq/platform/VectorSupport.h"
+#include "tq/platform/system/VectorSupport.h"
 
 namespace tq::MimeEncoding {
 

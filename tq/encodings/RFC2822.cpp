@@ -7,8 +7,8 @@
 #include <immintrin.h>
 #endif
 
-#include "tq/platform/Assert.h"
-#include "tq/platform/VectorSupport.h"
+#include "tq/platform/object/Assert.h"
+#include "tq/platform/system/VectorSupport.h"
 
 namespace tq::RFC2822 {
 namespace {

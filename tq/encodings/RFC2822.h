@@ -12,13 +12,13 @@
 #include <string>
 #include <string_view>
 
-#include "tq/platform/Array.h"
-#include "tq/platform/ChainedData.h"
-#include "tq/platform/CharacterSet.h"
-#include "tq/platform/Charset.h"
-#include "tq/platform/Data.h"
-#include "tq/platform/Range.h"
-#include "tq/platform/String.h"
+#include "tq/platform/collection/Array.h"
+#include "tq/platform/value/ChainedData.h"
+#include "tq/platform/value/CharacterSet.h"
+#include "tq/platform/value/Charset.h"
+#include "tq/platform/value/Data.h"
+#include "tq/platform/object/Range.h"
+#include "tq/platform/value/String.h"
 
 namespace tq {
 

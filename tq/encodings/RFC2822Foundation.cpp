@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "tq/encodings/RFC2822.h"
-#include "tq/platform/Assert.h"
-#include "tq/platform/Charset.h"
+#include "tq/platform/object/Assert.h"
+#include "tq/platform/value/Charset.h"
 
 namespace tq {
 namespace {

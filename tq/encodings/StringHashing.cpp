@@ -8,8 +8,8 @@
 #include <string_view>
 
 #include "tq/encodings/TransferEncodings.h"
-#include "tq/platform/Assert.h"
-#include "tq/platform/Exception.h"
+#include "tq/platform/object/Assert.h"
+#include "tq/platform/object/Exception.h"
 
 namespace tq {
 namespace {

@@ -7,8 +7,8 @@
 
 #include <cstdint>
 
-#include "tq/platform/Data.h"
-#include "tq/platform/String.h"
+#include "tq/platform/value/Data.h"
+#include "tq/platform/value/String.h"
 
 namespace tq {
 

@@ -8,11 +8,11 @@
 #include <string>
 #include <string_view>
 
-#include "tq/platform/ChainedData.h"
-#include "tq/platform/Charset.h"
-#include "tq/platform/Data.h"
-#include "tq/platform/Error.h"
-#include "tq/platform/String.h"
+#include "tq/platform/value/ChainedData.h"
+#include "tq/platform/value/Charset.h"
+#include "tq/platform/value/Data.h"
+#include "tq/platform/collection/Error.h"
+#include "tq/platform/value/String.h"
 
 namespace tq {
 

@@ -7,7 +7,7 @@
 #include <mutex>
 #include <shared_mutex>
 
-#include "tq/platform/PlatformLog.h"
+#include "tq/platform/object/PlatformLog.h"
 
 namespace tq {
 namespace {

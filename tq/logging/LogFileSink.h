@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "tq/logging/TQLogEntry.h"
-#include "tq/platform/OperationQueue.h"
+#include "tq/platform/dispatch/OperationQueue.h"
 
 namespace tq {
 

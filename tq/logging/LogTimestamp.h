@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "tq/platform/Date.h"
+#include "tq/platform/value/Date.h"
 
 namespace tq {
 

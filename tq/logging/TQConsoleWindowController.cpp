@@ -3,8 +3,8 @@
 #include <cctype>
 #include <cstdio>
 
-#include "tq/platform/DispatchQueue.h"
-#include "tq/platform/RunLoop.h"
+#include "tq/platform/dispatch/DispatchQueue.h"
+#include "tq/platform/dispatch/RunLoop.h"
 
 namespace tq {
 namespace {

@@ -2,8 +2,8 @@
 // One record of the subsystem-style entry points: when, under which
 // subsystem and category, and what.
 
-#include "tq/platform/Date.h"
-#include "tq/platform/String.h"
+#include "tq/platform/value/Date.h"
+#include "tq/platform/value/String.h"
 
 namespace tq {
 

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "tq/logging/TQLogger.h"
-#include "tq/platform/Application.h"
+#include "tq/platform/object/Application.h"
 
 namespace tq {
 

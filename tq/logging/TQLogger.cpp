@@ -12,11 +12,11 @@
 
 #include "tq/logging/LogConsoleSink.h"
 #include "tq/logging/LogFileSink.h"
-#include "tq/platform/Assert.h"
-#include "tq/platform/DispatchQueue.h"
-#include "tq/platform/Number.h"
-#include "tq/platform/PlatformLog.h"
-#include "tq/platform/ThreadDictionary.h"
+#include "tq/platform/object/Assert.h"
+#include "tq/platform/dispatch/DispatchQueue.h"
+#include "tq/platform/value/Number.h"
+#include "tq/platform/object/PlatformLog.h"
+#include "tq/platform/collection/ThreadDictionary.h"
 
 namespace tq {
 

@@ -18,8 +18,8 @@
 #include <unordered_map>
 
 #include "tq/logging/TQLogEntry.h"
-#include "tq/platform/DispatchSource.h"
-#include "tq/platform/OperationQueue.h"
+#include "tq/platform/dispatch/DispatchSource.h"
+#include "tq/platform/dispatch/OperationQueue.h"
 
 #define TQ_PRINTF_LIKE(fmt, args) __attribute__((format(printf, fmt, args)))
 

@@ -7,7 +7,7 @@
 
 #include "tq/logging/TQLogEntryPoints.h"
 #include "tq/logging/TQLogger.h"
-#include "tq/platform/Exception.h"
+#include "tq/platform/object/Exception.h"
 
 namespace tq {
 namespace {

@@ -4,7 +4,7 @@
 #include <unistd.h>
 
 #include "tq/logging/TQLogger.h"
-#include "tq/platform/DispatchQueue.h"
+#include "tq/platform/dispatch/DispatchQueue.h"
 
 namespace tq {
 

@@ -17,8 +17,8 @@
 
 #include "Command.h"
 #include "tq/logging/TQConsoleWindowController.h"
-#include "tq/platform/DispatchSource.h"
-#include "tq/platform/RunLoop.h"
+#include "tq/platform/dispatch/DispatchSource.h"
+#include "tq/platform/dispatch/RunLoop.h"
 
 using namespace tqkit;
 

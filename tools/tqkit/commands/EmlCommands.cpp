@@ -12,11 +12,11 @@
 #include "Command.h"
 #include "tq/encodings/MimeEncoding.h"
 #include "tq/encodings/RFC2822.h"
-#include "tq/platform/Array.h"
-#include "tq/platform/Charset.h"
-#include "tq/platform/Dictionary.h"
-#include "tq/platform/JSON.h"
-#include "tq/platform/Number.h"
+#include "tq/platform/collection/Array.h"
+#include "tq/platform/value/Charset.h"
+#include "tq/platform/collection/Dictionary.h"
+#include "tq/platform/archive/JSON.h"
+#include "tq/platform/value/Number.h"
 
 using namespace tqkit;
 namespace fs = std::filesystem;

@@ -20,14 +20,14 @@
 #include <vector>
 
 #include "Command.h"
-#include "tq/platform/Array.h"
-#include "tq/platform/Date.h"
-#include "tq/platform/Dictionary.h"
-#include "tq/platform/JSON.h"
-#include "tq/platform/Number.h"
-#include "tq/platform/PropertyList.h"
-#include "tq/platform/PropertyListInternal.h"
-#include "tq/platform/String.h"
+#include "tq/platform/collection/Array.h"
+#include "tq/platform/value/Date.h"
+#include "tq/platform/collection/Dictionary.h"
+#include "tq/platform/archive/JSON.h"
+#include "tq/platform/value/Number.h"
+#include "tq/platform/archive/PropertyList.h"
+#include "tq/platform/archive/internal/PropertyListInternal.h"
+#include "tq/platform/value/String.h"
 
 using namespace tqkit;
 

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "Command.h"
-#include "tq/platform/String.h"
+#include "tq/platform/value/String.h"
 
 namespace tqkit {
 

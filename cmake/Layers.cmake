@@ -1,0 +1,11 @@
+# The layers of the library, lowest first. A folder may include only its own
+# layer and those listed before it (checked by cmake/CheckLayering.cmake).
+#
+# The platform's rooms: the object model; the system seams (environment,
+# folders, clocks, files), which need nothing but the object model so that
+# every room above can reach the outside world through them; values; the
+# collections that hold values; archives of collections; and the queues and
+# run loops that deliver work.
+set(TQ_PLATFORM_ROOMS object system value collection archive dispatch)
+# The subsystems, built on the whole platform.
+set(TQ_SUBSYSTEMS collections logging settings encodings dates keys concurrency system colour)

@@ -1,0 +1,252 @@
+#include "tq/platform/value/Scanner.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <clocale>
+#include <cmath>
+
+#include "tests/support/DecimalCommaLocale.h"
+#include "tq/platform/object/Exception.h"
+
+using namespace tq;
+
+namespace {
+
+Scanner scannerOver(std::string_view text) { return Scanner(str(text)); }
+
+}  // namespace
+
+TEST(ScannerIntegers, SignsWhiteSpaceAndStopAtTheFirstNonDigit) {
+  auto scanner = scannerOver("  -42 +7 12abc");
+  int a = 0, b = 0;
+  long long c = 0;
+  EXPECT_TRUE(scanner.scanInt(&a));
+  EXPECT_TRUE(scanner.scanInt(&b));
+  EXPECT_TRUE(scanner.scanLongLong(&c));
+  EXPECT_EQ(a, -42);
+  EXPECT_EQ(b, 7);
+  EXPECT_EQ(c, 12);
+  EXPECT_EQ(scanner.scanLocation(), 11u);
+  EXPECT_FALSE(scanner.scanInt(&a));
+  EXPECT_EQ(scanner.scanLocation(), 11u) << "a failed scan does not move";
+}
+
+TEST(ScannerIntegers, ALoneSignFailsWithoutConsumingIt) {
+  auto scanner = scannerOver(" - 5");
+  std::int64_t value = 99;
+  EXPECT_FALSE(scanner.scanInteger(&value));
+  EXPECT_EQ(value, 99);
+  EXPECT_EQ(scanner.scanLocation(), 0u) << "the skipped white space is given back too";
+}
+
+TEST(ScannerIntegers, OverflowSaturatesAndConsumesEveryDigit) {
+  auto scanner = scannerOver("99999999999 -99999999999 99999999999999999999999 -99999999999999999999999 x");
+  int i = 0;
+  std::int64_t n = 0;
+  EXPECT_TRUE(scanner.scanInt(&i));
+  EXPECT_EQ(i, INT_MAX);
+  EXPECT_TRUE(scanner.scanInt(&i));
+  EXPECT_EQ(i, INT_MIN);
+  EXPECT_TRUE(scanner.scanInteger(&n));
+  EXPECT_EQ(n, INT64_MAX);
+  EXPECT_TRUE(scanner.scanInteger(&n));
+  EXPECT_EQ(n, INT64_MIN);
+  Ref<String> rest;
+  EXPECT_TRUE(scanner.scanUpToString(*str("\n"), &rest));
+  EXPECT_TRUE(rest->isEqualToString("x"));
+}
+
+TEST(ScannerIntegers, ExtremesAreExact) {
+  auto scanner = scannerOver("-2147483648 2147483647 -9223372036854775808 18446744073709551615 18446744073709551616");
+  int i = 0;
+  long long l = 0;
+  unsigned long long u = 0;
+  EXPECT_TRUE(scanner.scanInt(&i));
+  EXPECT_EQ(i, INT_MIN);
+  EXPECT_TRUE(scanner.scanInt(&i));
+  EXPECT_EQ(i, INT_MAX);
+  EXPECT_TRUE(scanner.scanLongLong(&l));
+  EXPECT_EQ(l, LLONG_MIN);
+  EXPECT_TRUE(scanner.scanUnsignedLongLong(&u));
+  EXPECT_EQ(u, ULLONG_MAX);
+  u = 0;
+  EXPECT_TRUE(scanner.scanUnsignedLongLong(&u));
+  EXPECT_EQ(u, ULLONG_MAX);
+  EXPECT_TRUE(scanner.isAtEnd());
+}
+
+TEST(ScannerIntegers, UnsignedRejectsSigns) {
+  auto scanner = scannerOver("-1");
+  EXPECT_FALSE(scanner.scanUnsignedLongLong());
+  EXPECT_EQ(scanner.scanLocation(), 0u);
+}
+
+TEST(ScannerHex, PrefixIsOptionalAndNeedsADigitAfterIt) {
+  auto scanner = scannerOver("0x1F ff 0XaB 0xg");
+  unsigned value = 0;
+  unsigned long long wide = 0;
+  EXPECT_TRUE(scanner.scanHexInt(&value));
+  EXPECT_EQ(value, 0x1Fu);
+  EXPECT_TRUE(scanner.scanHexInt(&value));
+  EXPECT_EQ(value, 0xFFu);
+  EXPECT_TRUE(scanner.scanHexLongLong(&wide));
+  EXPECT_EQ(wide, 0xABu);
+  EXPECT_TRUE(scanner.scanHexInt(&value)) << "\"0x\" without a digit reads the 0";
+  EXPECT_EQ(value, 0u);
+  EXPECT_EQ(scanner.scanLocation(), 14u);
+  EXPECT_FALSE(scanner.scanHexInt(&value));
+  EXPECT_EQ(scanner.scanLocation(), 14u);
+}
+
+TEST(ScannerHex, OverflowSaturates) {
+  auto scanner = scannerOver("123456789 0x123456789abcdef01 z");
+  unsigned value = 0;
+  unsigned long long wide = 0;
+  EXPECT_TRUE(scanner.scanHexInt(&value));
+  EXPECT_EQ(value, UINT_MAX);
+  EXPECT_TRUE(scanner.scanHexLongLong(&wide));
+  EXPECT_EQ(wide, ULLONG_MAX);
+  EXPECT_EQ(scanner.scanLocation(), 29u);
+}
+
+TEST(ScannerReals, FormsAndTheExponentOnlyWithDigits) {
+  auto scanner = scannerOver("3.25 -.5 +2. 1e3 2.5E-2 7e x 1e+");
+  double d = 0;
+  float f = 0;
+  EXPECT_TRUE(scanner.scanDouble(&d));
+  EXPECT_DOUBLE_EQ(d, 3.25);
+  EXPECT_TRUE(scanner.scanDouble(&d));
+  EXPECT_DOUBLE_EQ(d, -0.5);
+  EXPECT_TRUE(scanner.scanFloat(&f));
+  EXPECT_FLOAT_EQ(f, 2.0f);
+  EXPECT_TRUE(scanner.scanDouble(&d));
+  EXPECT_DOUBLE_EQ(d, 1000);
+  EXPECT_TRUE(scanner.scanDouble(&d));
+  EXPECT_DOUBLE_EQ(d, 0.025);
+  EXPECT_TRUE(scanner.scanDouble(&d));
+  EXPECT_DOUBLE_EQ(d, 7);
+  EXPECT_TRUE(scanner.scanString(*str("e")));
+  EXPECT_FALSE(scanner.scanDouble(&d));
+  EXPECT_TRUE(scanner.scanString(*str("x")));
+  EXPECT_TRUE(scanner.scanDouble(&d));
+  EXPECT_DOUBLE_EQ(d, 1);
+  EXPECT_EQ(scanner.scanLocation(), 30u) << "\"e+\" without digits stays unread";
+  EXPECT_FALSE(scanner.scanDouble(&d)) << "an exponent alone is no number";
+}
+
+TEST(ScannerReals, HugeValuesGiveInfinity) {
+  auto scanner = scannerOver("1e400 -1e40 1e-400");
+  double d = 0;
+  float f = 0;
+  EXPECT_TRUE(scanner.scanDouble(&d));
+  EXPECT_TRUE(std::isinf(d) && d > 0);
+  EXPECT_TRUE(scanner.scanFloat(&f));
+  EXPECT_TRUE(std::isinf(f) && f < 0);
+  EXPECT_TRUE(scanner.scanDouble(&d));
+  EXPECT_EQ(d, 0.0);
+}
+
+TEST(ScannerReals, ProcessLocaleDoesNotChangeTheDecimalPoint) {
+  std::string saved = std::setlocale(LC_NUMERIC, nullptr);
+  if (!setDecimalCommaLocale()) {
+    GTEST_SKIP() << "no locale with a decimal comma is installed";
+  }
+  auto scanner = scannerOver("1.5");
+  double d = 0;
+  EXPECT_TRUE(scanner.scanDouble(&d));
+  std::setlocale(LC_NUMERIC, saved.c_str());
+  EXPECT_DOUBLE_EQ(d, 1.5);
+}
+
+TEST(ScannerStrings, CaseInsensitiveUnlessAskedAndReturnsTheScannedText) {
+  auto scanner = scannerOver("  =?UTF-8?q?");
+  Ref<String> found;
+  EXPECT_TRUE(scanner.scanString(*str("=?utf-8"), &found));
+  EXPECT_TRUE(found->isEqualToString("=?UTF-8")) << "the characters as they stand in the text";
+  scanner.setCaseSensitive(true);
+  EXPECT_FALSE(scanner.scanString(*str("?Q")));
+  EXPECT_TRUE(scanner.scanString(*str("?q")));
+  EXPECT_FALSE(scanner.scanString(*str(""))) << "the empty string is never found";
+}
+
+TEST(ScannerStrings, ScanUpToStringStopsBeforeItOrRunsToTheEnd) {
+  auto scanner = scannerOver("name: value?=tail");
+  scanner.setCharactersToBeSkipped(nullptr);
+  Ref<String> part;
+  EXPECT_TRUE(scanner.scanUpToString(*str(":"), &part));
+  EXPECT_TRUE(part->isEqualToString("name"));
+  EXPECT_FALSE(scanner.scanUpToString(*str(":"), &part)) << "the stop string stands at the location";
+  EXPECT_TRUE(scanner.scanString(*str(":")));
+  EXPECT_TRUE(scanner.scanUpToString(*str("?=")));
+  EXPECT_EQ(scanner.scanLocation(), 11u);
+  EXPECT_TRUE(scanner.scanUpToString(*str("?Q="), &part)) << "absent: everything up to the end";
+  EXPECT_TRUE(part->isEqualToString("?=tail"));
+  EXPECT_TRUE(scanner.isAtEnd());
+  EXPECT_FALSE(scanner.scanUpToString(*str("x")));
+}
+
+TEST(ScannerStrings, ScanUpToStringMatchesCaseAsConfigured) {
+  auto scanner = scannerOver("abcXYZdefxyz");
+  scanner.setCaseSensitive(true);
+  Ref<String> part;
+  EXPECT_TRUE(scanner.scanUpToString(*str("xyz"), &part));
+  EXPECT_TRUE(part->isEqualToString("abcXYZdef"));
+  scanner.setScanLocation(0);
+  scanner.setCaseSensitive(false);
+  EXPECT_TRUE(scanner.scanUpToString(*str("xyz"), &part));
+  EXPECT_TRUE(part->isEqualToString("abc"));
+}
+
+TEST(ScannerSets, RunsOfMembersAndNonMembersIncludingSupplementaryCharacters) {
+  auto scanner = Scanner(str(u"12\U0001D7D8\U0001D7D9ab, cd"));  // two mathematical digits
+  Ref<String> run;
+  EXPECT_TRUE(scanner.scanCharactersFromSet(*CharacterSet::decimalDigitCharacterSet(), &run));
+  EXPECT_EQ(run->length(), 6u) << "surrogate pairs are members as whole characters";
+  auto comma = CharacterSet::characterSetWithCharactersInString(u",");
+  EXPECT_TRUE(scanner.scanUpToCharactersFromSet(*comma, &run));
+  EXPECT_TRUE(run->isEqualToString("ab"));
+  EXPECT_FALSE(scanner.scanUpToCharactersFromSet(*comma));
+  EXPECT_TRUE(scanner.scanCharactersFromSet(*comma));
+  EXPECT_FALSE(scanner.scanCharactersFromSet(*CharacterSet::whitespaceCharacterSet()))
+      << "the skip set eats the white space before the scan can see it";
+  EXPECT_TRUE(scanner.scanCharactersFromSet(*CharacterSet::letterCharacterSet(), &run));
+  EXPECT_TRUE(run->isEqualToString("cd"));
+}
+
+TEST(ScannerState, SkipSetIsAtEndAndLocationBounds) {
+  auto scanner = scannerOver("7 \n\t ");
+  EXPECT_FALSE(scanner.isAtEnd());
+  EXPECT_TRUE(scanner.scanInt());
+  EXPECT_TRUE(scanner.isAtEnd()) << "only skippable characters remain";
+  scanner.setCharactersToBeSkipped(nullptr);
+  EXPECT_FALSE(scanner.isAtEnd());
+  EXPECT_FALSE(scanner.scanInt()) << "nothing is skipped any more";
+  scanner.setScanLocation(scanner.string()->length());
+  EXPECT_TRUE(scanner.isAtEnd());
+  try {
+    scanner.setScanLocation(6);
+    FAIL() << "past the end";
+  } catch (const Exception& e) {
+    EXPECT_EQ(e.name(), ExceptionName::Range);
+  }
+  EXPECT_EQ(scanner.scanLocation(), 5u);
+}
+
+TEST(ScannerState, OutPointersAreOptionalAndEmptyTextScansNothing) {
+  auto scanner = scannerOver("");
+  EXPECT_TRUE(scanner.isAtEnd());
+  EXPECT_FALSE(scanner.scanInt());
+  EXPECT_FALSE(scanner.scanDouble());
+  EXPECT_FALSE(scanner.scanHexLongLong());
+  EXPECT_FALSE(scanner.scanUpToString(*str("a")));
+  EXPECT_FALSE(scanner.scanCharactersFromSet(*CharacterSet::letterCharacterSet()));
+  EXPECT_EQ(Scanner(nullptr).string()->length(), 0u);
+}
+
+TEST(ScannerStrings, ScanUpToTheEmptyStringRunsToTheEnd) {
+  auto scanner = scannerOver("ab");
+  Ref<String> part;
+  EXPECT_TRUE(scanner.scanUpToString(*str(""), &part));
+  EXPECT_TRUE(part->isEqualToString("ab"));
+}

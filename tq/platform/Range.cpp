@@ -1,9 +1,0 @@
-#include "tq/platform/Range.h"
-
-namespace tq {
-
-std::string toString(const Range& range) {
-  return "{" + std::to_string(range.location) + ", " + std::to_string(range.length) + "}";
-}
-
-}  // namespace tq
