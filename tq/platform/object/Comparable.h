@@ -6,6 +6,9 @@
 
 namespace tq {
 
+/// -1 ascending (receiver first), 0 same, 1 descending.
+enum class ComparisonResult : int { Ascending = -1, Same = 0, Descending = 1 };
+
 /// Objects that answer `compare:`.
 class Comparable {
  public:

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tq/platform/object/Comparable.h"
 #include "tq/platform/object/Object.h"
 #include "tq/platform/object/Range.h"
 
@@ -29,9 +30,6 @@ constexpr StringCompareOptions operator|(StringCompareOptions a, StringCompareOp
 constexpr bool has(StringCompareOptions set, StringCompareOptions flag) {
   return (unsigned(set) & unsigned(flag)) != 0;
 }
-
-/// -1 ascending (receiver first), 0 same, 1 descending.
-enum class ComparisonResult : int { Ascending = -1, Same = 0, Descending = 1 };
 
 class String : public Object {
  public:
