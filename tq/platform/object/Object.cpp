@@ -63,6 +63,5 @@ RecursionScope::~RecursionScope() {
   if (!reentered_) walksInProgress.pop_back();
 }
 
-std::string describeUTF8(const Object* object) { return describe(object)->utf8(); }
 
 }  // namespace tq

@@ -31,4 +31,7 @@ Ref<String> describe(const Object* object, const Id& locale, std::uint64_t level
   return text ? text : str("(null)");
 }
 
+
+std::string describeUTF8(const Object* object) { return describe(object)->utf8(); }
+
 }  // namespace tq
