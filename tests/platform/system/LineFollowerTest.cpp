@@ -18,6 +18,22 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// The next read hands on `text` and tells of no restart.
+::testing::AssertionResult readsOn(LineFollower& follower, const std::string& text) {
+  LineFollower::Lines lines = follower.readAppended();
+  if (lines.restarted) return ::testing::AssertionFailure() << "restarted with \"" << lines.text << "\"";
+  if (lines.text != text) return ::testing::AssertionFailure() << "read \"" << lines.text << "\"";
+  return ::testing::AssertionSuccess();
+}
+
+// The next read tells of a restart and hands on `text`, from the file's start.
+::testing::AssertionResult restartsWith(LineFollower& follower, const std::string& text) {
+  LineFollower::Lines lines = follower.readAppended();
+  if (!lines.restarted) return ::testing::AssertionFailure() << "no restart; read \"" << lines.text << "\"";
+  if (lines.text != text) return ::testing::AssertionFailure() << "restarted with \"" << lines.text << "\"";
+  return ::testing::AssertionSuccess();
+}
+
 class LineFollowerTest : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -48,37 +64,35 @@ TEST_F(LineFollowerTest, AppendsInPiecesComeOutAsWholeLines) {
   append("");
   LineFollower follower(path_);
   ASSERT_TRUE(follower.open());
-  EXPECT_EQ(follower.readAppended().text, "");
+  EXPECT_TRUE(readsOn(follower, ""));
 
   append("first li");
-  EXPECT_EQ(follower.readAppended().text, "") << "a piece of a line waits";
+  EXPECT_TRUE(readsOn(follower, "")) << "a piece of a line waits";
   append("ne\nsecond");
-  LineFollower::Lines lines = follower.readAppended();
-  EXPECT_EQ(lines.text, "first line\n");
-  EXPECT_FALSE(lines.restarted);
+  EXPECT_TRUE(readsOn(follower, "first line\n"));
   append(" line\r\nthird line\nfou");
-  EXPECT_EQ(follower.readAppended().text, "second line\r\nthird line\n") << "a carriage return stays";
+  EXPECT_TRUE(readsOn(follower, "second line\r\nthird line\n")) << "a carriage return stays";
   append("rth\n");
-  EXPECT_EQ(follower.readAppended().text, "fourth\n");
-  EXPECT_EQ(follower.readAppended().text, "") << "nothing new";
+  EXPECT_TRUE(readsOn(follower, "fourth\n"));
+  EXPECT_TRUE(readsOn(follower, "")) << "nothing new";
 }
 
 TEST_F(LineFollowerTest, ACharacterCutByTheReadWaitsWithItsLine) {
   append("caf\xC3");
   LineFollower follower(path_);
-  EXPECT_EQ(follower.readAppended().text, "") << "the first read opens the file";
+  EXPECT_TRUE(readsOn(follower, "")) << "the first read opens the file";
   append("\xA9\n");
-  EXPECT_EQ(follower.readAppended().text, "caf\xC3\xA9\n");
+  EXPECT_TRUE(readsOn(follower, "caf\xC3\xA9\n"));
 }
 
 TEST_F(LineFollowerTest, TheUnfinishedLastLineCanBeTakenAndReadingGoesOnAfterIt) {
   append("one\ntwo\nthree without end");
   LineFollower follower(path_);
-  EXPECT_EQ(follower.readAppended().text, "one\ntwo\n");
+  EXPECT_TRUE(readsOn(follower, "one\ntwo\n"));
   EXPECT_EQ(follower.takeUnfinishedLine(), "three without end");
   EXPECT_EQ(follower.takeUnfinishedLine(), "") << "taken once";
   append("\nfour\n");
-  EXPECT_EQ(follower.readAppended().text, "\nfour\n");
+  EXPECT_TRUE(readsOn(follower, "\nfour\n"));
 }
 
 TEST_F(LineFollowerTest, SkippingToTheEndHandsOnNothingWrittenSoFar) {
@@ -87,69 +101,55 @@ TEST_F(LineFollowerTest, SkippingToTheEndHandsOnNothingWrittenSoFar) {
   ASSERT_TRUE(follower.open());
   follower.skipToEnd();
   append(" rest\nnew\n");
-  EXPECT_EQ(follower.readAppended().text, " rest\nnew\n") << "the unfinished line was skipped with the rest";
+  EXPECT_TRUE(readsOn(follower, " rest\nnew\n")) << "the unfinished line was skipped with the rest";
 }
 
 TEST_F(LineFollowerTest, ATruncatedFileIsReadAgainFromItsStart) {
   append("a long first line\nsecond line\npartial");
   LineFollower follower(path_);
-  EXPECT_EQ(follower.readAppended().text, "a long first line\nsecond line\n");
+  EXPECT_TRUE(readsOn(follower, "a long first line\nsecond line\n"));
   rewrite("new\nnext");
-  LineFollower::Lines lines = follower.readAppended();
-  EXPECT_TRUE(lines.restarted);
-  EXPECT_EQ(lines.text, "new\n") << "the old file's unfinished line is dropped";
+  EXPECT_TRUE(restartsWith(follower, "new\n")) << "the old file's unfinished line is dropped";
   append("\n");
-  lines = follower.readAppended();
-  EXPECT_FALSE(lines.restarted) << "reported once";
-  EXPECT_EQ(lines.text, "next\n");
+  EXPECT_TRUE(readsOn(follower, "next\n")) << "reported once";
 }
 
 TEST_F(LineFollowerTest, ReplacementByRenameIsFollowedFromTheNewFilesStart) {
   append("first launch\n");
   LineFollower follower(path_);
-  EXPECT_EQ(follower.readAppended().text, "first launch\n");
+  EXPECT_TRUE(readsOn(follower, "first launch\n"));
   // Longer than the old file, so that only the new inode tells.
   replace("second launch, a longer line than before\nand more\n");
-  LineFollower::Lines lines = follower.readAppended();
-  EXPECT_TRUE(lines.restarted);
-  EXPECT_EQ(lines.text, "second launch, a longer line than before\nand more\n");
+  EXPECT_TRUE(restartsWith(follower, "second launch, a longer line than before\nand more\n"));
   append("appended to the new file\n");
-  lines = follower.readAppended();
-  EXPECT_FALSE(lines.restarted);
-  EXPECT_EQ(lines.text, "appended to the new file\n");
+  EXPECT_TRUE(readsOn(follower, "appended to the new file\n"));
 }
 
 TEST_F(LineFollowerTest, ARemovedAndRecreatedFileIsANewFile) {
   append("old\n");
   LineFollower follower(path_);
-  EXPECT_EQ(follower.readAppended().text, "old\n");
+  EXPECT_TRUE(readsOn(follower, "old\n"));
   // The descriptor keeps the old file alive, so the new one cannot get its
   // inode back.
   fs::remove(path_);
-  EXPECT_EQ(follower.readAppended().text, "") << "a path that names nothing replaces nothing";
+  EXPECT_TRUE(readsOn(follower, "")) << "a path that names nothing replaces nothing";
   append("recreated\n");
-  LineFollower::Lines lines = follower.readAppended();
-  EXPECT_TRUE(lines.restarted);
-  EXPECT_EQ(lines.text, "recreated\n");
+  EXPECT_TRUE(restartsWith(follower, "recreated\n"));
 }
 
 TEST_F(LineFollowerTest, IgnoringReplacementStaysOnTheFileOpenedFirst) {
   append("first\n");
   LineFollower follower(path_, LineFollower::Replacement::Ignore);
-  EXPECT_EQ(follower.readAppended().text, "first\n");
+  EXPECT_TRUE(readsOn(follower, "first\n"));
   // The old file stays reachable, as a writer's open descriptor keeps it.
   const std::string kept = path_ + ".kept";
   ASSERT_EQ(::link(path_.c_str(), kept.c_str()), 0);
   replace("someone else's file\n");
   std::ofstream(kept, std::ios::binary | std::ios::app) << "second\n";
-  LineFollower::Lines lines = follower.readAppended();
-  EXPECT_FALSE(lines.restarted);
-  EXPECT_EQ(lines.text, "second\n");
+  EXPECT_TRUE(readsOn(follower, "second\n"));
   // Truncation of the followed file itself still starts over.
   std::ofstream(kept, std::ios::binary | std::ios::trunc) << "x\n";
-  lines = follower.readAppended();
-  EXPECT_TRUE(lines.restarted);
-  EXPECT_EQ(lines.text, "x\n");
+  EXPECT_TRUE(restartsWith(follower, "x\n"));
 }
 
 TEST_F(LineFollowerTest, AMissingFileIsNoErrorAndIsReadOnceItAppears) {
@@ -157,27 +157,21 @@ TEST_F(LineFollowerTest, AMissingFileIsNoErrorAndIsReadOnceItAppears) {
   EXPECT_FALSE(follower.open());
   EXPECT_FALSE(follower.isOpen());
   EXPECT_EQ(follower.fileDescriptor(), -1);
-  LineFollower::Lines lines = follower.readAppended();
-  EXPECT_EQ(lines.text, "");
-  EXPECT_FALSE(lines.restarted);
+  EXPECT_TRUE(readsOn(follower, ""));
   append("now here\n");
-  lines = follower.readAppended();
+  EXPECT_TRUE(readsOn(follower, "now here\n")) << "the first file is no restart";
   EXPECT_TRUE(follower.isOpen());
-  EXPECT_EQ(lines.text, "now here\n");
-  EXPECT_FALSE(lines.restarted) << "the first file is no restart";
 }
 
 TEST_F(LineFollowerTest, ClosingForgetsTheUnfinishedLineAndReopeningStartsAgain) {
   append("one\ntw");
   LineFollower follower(path_);
-  EXPECT_EQ(follower.readAppended().text, "one\n");
+  EXPECT_TRUE(readsOn(follower, "one\n"));
   follower.close();
   EXPECT_FALSE(follower.isOpen());
   EXPECT_EQ(follower.takeUnfinishedLine(), "");
   append("o\n");
-  LineFollower::Lines lines = follower.readAppended();
-  EXPECT_FALSE(lines.restarted);
-  EXPECT_EQ(lines.text, "one\ntwo\n");
+  EXPECT_TRUE(readsOn(follower, "one\ntwo\n"));
 }
 
 }  // namespace
