@@ -12,6 +12,7 @@
 #include "tq/platform/value/CharacterSet.h"
 #include "tq/platform/object/Exception.h"
 #include "tq/platform/object/PlatformLog.h"
+#include "tq/encodings/internal/MimeWordBytes.h"
 
 namespace tq {
 
@@ -161,7 +162,7 @@ Ref<String> decodedMimeEncodedString(const String& header, bool* isMailSploited)
     StringEncoding charset = NoStringEncoding;
     bool decoded = false;
     try {
-      decoded = MimeEncodingDetail::decodeWordBytes(word, bytes, &charset, nullptr);
+      decoded = detail::decodeWordBytes(word, bytes, &charset, nullptr);
     } catch (const Exception&) {
       platformLog("problem parsing MimeEncodedWord: " + utf16ToUTF8(word));
     }

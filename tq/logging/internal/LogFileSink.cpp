@@ -1,12 +1,12 @@
-#include "tq/logging/LogFileSink.h"
+#include "tq/logging/internal/LogFileSink.h"
 
 #include <unistd.h>
 
 #include <cerrno>
 
-#include "tq/logging/LogTimestamp.h"
+#include "tq/logging/internal/LogTimestamp.h"
 
-namespace tq {
+namespace tq::detail {
 namespace {
 
 // Length of a line break (a newline-set character) starting at `p`, else 0.
@@ -135,4 +135,4 @@ void LogFileSink::drain() {
 
 void LogFileSink::flush() { queue_->waitUntilAllOperationsAreFinished(); }
 
-}  // namespace tq
+}  // namespace tq::detail

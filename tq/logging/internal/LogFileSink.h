@@ -13,7 +13,7 @@
 #include "tq/logging/TQLogEntry.h"
 #include "tq/platform/dispatch/OperationQueue.h"
 
-namespace tq {
+namespace tq::detail {
 
 struct LogFileLine {
   enum class Kind : unsigned char { Threaded, Prefixed, Entry };
@@ -51,4 +51,4 @@ class LogFileSink {
   bool drainQueued_ = false;
 };
 
-}  // namespace tq
+}  // namespace tq::detail
