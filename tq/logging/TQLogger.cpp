@@ -244,8 +244,8 @@ void TQLogger::logForIdentifier(OptText identifier, std::string_view logString) 
     line.kind = detail::LogFileLine::Kind::Threaded;
     line.time = now;
     line.threadIndex = threadIndex;
-    line.text.assign(logString);
-    fileSink_->enqueue(std::move(line));
+    line.text = logString;
+    fileSink_->enqueue(line);
   }
 }
 
@@ -257,9 +257,9 @@ void TQLogger::logForIdentifier(OptText identifier, OptText category, OptText lo
     detail::LogFileLine line;
     line.kind = detail::LogFileLine::Kind::Prefixed;
     line.time = now;
-    if (logPrefix) line.prefix.assign(*logPrefix);
-    line.text.assign(logString);
-    fileSink_->enqueue(std::move(line));
+    if (logPrefix) line.prefix = *logPrefix;
+    line.text = logString;
+    fileSink_->enqueue(line);
   }
 }
 
@@ -396,8 +396,8 @@ void TQLogger::_logSubsystem(OptText subsystem, OptText category, long level, st
   if (logToFile() && fileSink_) {
     detail::LogFileLine line;
     line.kind = detail::LogFileLine::Kind::Entry;
-    line.entry = std::move(entry);
-    fileSink_->enqueue(std::move(line));
+    line.entry = entry.get();
+    fileSink_->enqueue(line);
   }
 }
 
