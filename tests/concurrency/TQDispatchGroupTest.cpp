@@ -2,6 +2,8 @@
 // capture.
 
 #include <atomic>
+#include <cstdint>
+#include <cstdio>
 #include <chrono>
 #include <thread>
 #include <vector>
@@ -124,22 +126,46 @@ TEST(CallStackTest, KeepsOnlyAddOnFramesAfterTheFirst) {
       "2   Corvina  0x0000000100002000 -[Sync run] + 40",
       "3   Corvina-without-address",
   };
-  auto kept = thread_helpers_detail::filterAddOnFrames(lines);
+  auto kept = detail::filterAddOnFrames(lines);
   ASSERT_EQ(kept->count(), 1u);
   EXPECT_EQ(describeUTF8(kept->objectAtIndex(0)), lines[2]);
-  EXPECT_EQ(thread_helpers_detail::filterAddOnFrames({lines[0]})->count(), 1u) << "a single line is kept";
-  EXPECT_FALSE(thread_helpers_detail::currentStackLines().empty());
+  EXPECT_EQ(detail::filterAddOnFrames({lines[0]})->count(), 1u) << "a single line is kept";
+  EXPECT_FALSE(detail::currentStackLines().empty());
   EXPECT_EQ(TQcallStack()->count(), 0u) << "no add-on frames in this process";
 }
 
+// Answers the stack lines as seen from here, and where this function returns
+// to in its caller.
+[[gnu::noinline]] std::vector<std::string> stackLinesFromHere(void** returnAddress) {
+  *returnAddress = __builtin_return_address(0);
+  std::vector<std::string> lines = detail::currentStackLines();
+  asm volatile("");  // no tail call: this frame stays on the stack
+  return lines;
+}
+
+TEST(CallStackTest, StackLinesStartAtTheCallersFrame) {
+  void* returnAddress = nullptr;
+  std::vector<std::string> lines = stackLinesFromHere(&returnAddress);
+  ASSERT_GE(lines.size(), 2u);
+  // Line 0 is stackLinesFromHere itself; line 1 is this test, at the place
+  // stackLinesFromHere returns to. Were the capturing function's own frame
+  // kept, this test would be line 2, and TQcallStack's filter would drop the
+  // capturing frame instead of TQcallStack's own.
+  char address[32];
+  std::snprintf(address, sizeof address, "0x%016llx", static_cast<unsigned long long>(
+                                                           reinterpret_cast<std::uintptr_t>(returnAddress)));
+  EXPECT_EQ(lines[0].rfind("0   ", 0), 0u) << lines[0];
+  EXPECT_NE(lines[1].find(address), std::string::npos) << lines[1] << " should be at " << address;
+}
+
 TEST(CallStackTest, StackLinesTakeTheLayoutTheFilterExpects) {
-  using thread_helpers_detail::stackLine;
+  using detail::stackLine;
   std::string addOn = stackLine(2, "/usr/lib/mail/libCorvina.so(_ZN4Sync3runEv+0x1c) [0x7f0000001234]");
   EXPECT_EQ(addOn, "2   libCorvina.so                       0x00007f0000001234 Sync::run() + 28");
   EXPECT_EQ(stackLine(0, "./host(+0x10) [0x55aa]"),
             "0   host                                0x00000000000055aa ??? + 16");
   // The frame number before the module is what lets an add-on frame match.
-  EXPECT_EQ(thread_helpers_detail::filterAddOnFrames({"0   self", addOn})->count(), 1u);
+  EXPECT_EQ(detail::filterAddOnFrames({"0   self", addOn})->count(), 1u);
 }
 
 TEST(CatchExceptionTest, TurnsLibraryExceptionsIntoErrors) {

@@ -37,6 +37,30 @@ TEST(MimeHeaderTest, PlainTextComesBackWithLeadingWhitespaceOnlyBeforeText) {
   EXPECT_EQ(decode("a=b ? c"), "a=b ? c");
 }
 
+// Subjects as mail programs write them: each word of a stateful charset
+// starts by switching out of ASCII and ends by switching back.
+TEST_F(MimeHeaderLogTest, AdjacentWordsOfStatefulCharsetsDecodeWhole) {
+  EXPECT_EQ(decode("=?iso-2022-jp?b?GyRCJCIbKEI=?= =?iso-2022-jp?b?GyRCJCQbKEI=?="), "\u3042\u3044");
+  EXPECT_EQ(decode("=?ISO-2022-JP?B?GyRCMnE1RCROGyhC?= =?ISO-2022-JP?B?GyRCRnxEeEpROTkkSxsoQg==?= "
+                   "=?ISO-2022-JP?B?GyRCJEQkJCRGGyhC?="),
+            "\u4f1a\u8b70\u306e\u65e5\u7a0b\u5909\u66f4\u306b\u3064\u3044\u3066");
+  EXPECT_EQ(decode("Fwd: =?iso-2022-jp?B?UmU6IBskQk1oPTUkThsoQg==?=\r\n =?iso-2022-jp?B?GyRCQkckQTlnJG8kOxsoQg==?="),
+            "Fwd: Re: \u6765\u9031\u306e\u6253\u3061\u5408\u308f\u305b");
+  EXPECT_EQ(decode("=?ISO-2022-KR?B?GyQpQw5IOEBHDyAOQE9BJA8=?= =?ISO-2022-KR?B?GyQpQw46LzBmDyAOPkgzOw8=?="),
+            "\ud68c\uc758 \uc77c\uc815\ubcc0\uacbd \uc548\ub0b4");
+  EXPECT_EQ(decode("=?HZ-GB-2312?B?fns7YVJpfn0=?= =?HZ-GB-2312?B?fntNKFYqfn0=?="), "\u4f1a\u8bae\u901a\u77e5");
+  EXPECT_TRUE(logged.empty());
+}
+
+TEST_F(MimeHeaderLogTest, AStatefulRunWithOneBadWordStillDecodesToNothing) {
+  // Word by word is only a second try for stateful charsets: a run in which
+  // any word is not text in its charset still disappears whole.
+  EXPECT_EQ(decode("=?ISO-2022-JP?B?GyRCJCIbKEI=?= =?ISO-2022-JP?B?GyRC//8bKEI=?= tail"), " tail");
+  // A character split across two words of a stateless charset still needs
+  // the joined bytes (and gets them): the second try is never taken there.
+  EXPECT_EQ(decode("=?utf-8?B?4w==?= =?utf-8?B?gYI=?="), "\u3042");
+}
+
 TEST(MimeHeaderTest, WordsAndTextMix) {
   EXPECT_EQ(decode("=?utf-8?q?caf=C3=A9?="), "caf\u00e9");
   EXPECT_EQ(decode("Re: =?utf-8?Q?a?= tail"), "Re: a tail");

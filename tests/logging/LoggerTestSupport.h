@@ -17,6 +17,7 @@
 #include "tests/support/Eventually.h"
 #include "tq/logging/LogConsoleSink.h"
 #include "tq/logging/TQLogger.h"
+#include "tq/platform/system/Clocks.h"
 
 namespace tq::testing {
 
@@ -39,7 +40,8 @@ inline std::string readWholeFile(const fs::path& path) {
 }
 
 // 2024-05-02 09:15:03.120 UTC, as seconds since the reference date.
-inline TimeInterval fixedMoment() { return 1714641303.120 - TimeIntervalSince1970 + 0.0001; }
+/// The moment every logger test writes at (2024-05-02 09:15:03.120 UTC).
+inline constexpr double fixedMomentSince1970 = 1714641303.120 + 0.0001;
 
 class RecordingConsole {
  public:
@@ -60,14 +62,14 @@ class LoggerFixture : public ::testing::Test {
   void SetUp() override {
     ::setenv("TZ", "UTC", 1);
     ::tzset();
-    previousClock_ = Date::setClock(&fixedMoment);
+    previousClock_ = WallClock::setCurrent(std::make_shared<ManualClock>(fixedMomentSince1970));
     folder_ = makeTemporaryFolder("logger");
     path_ = folder_ / "PluginLogs" / "pluginConsole.log";
     logger_ = TQLogger::initWithLogFileURL(path_.string(), {});
   }
   void TearDown() override {
     logger_.reset();
-    Date::setClock(previousClock_);
+    WallClock::setCurrent(previousClock_);
     fs::remove_all(folder_);
   }
   std::string fileText() {
@@ -75,7 +77,7 @@ class LoggerFixture : public ::testing::Test {
     return readWholeFile(path_);
   }
 
-  Date::Clock previousClock_ = nullptr;
+  std::shared_ptr<const WallClock> previousClock_;
   fs::path folder_;
   fs::path path_;
   Ref<TQLogger> logger_;

@@ -5,6 +5,8 @@
 #include <thread>
 
 #include "tests/logging/LoggerTestSupport.h"
+#include "tq/platform/archive/PropertyList.h"
+#include "tq/platform/system/Environment.h"
 #include "tq/logging/TQLogEntryPoints.h"
 #include "tq/platform/object/Exception.h"
 #include "tq/platform/dispatch/RunLoop.h"
@@ -143,12 +145,14 @@ TEST(TQLoggerVersionTest, ReportListsSystemLoggerAndComponents) {
   fs::create_directories(bundle);
   std::ofstream(bundle / "Info.plist")
       << "<plist><dict><key>CFBundleVersion</key>\n  <string>1234</string></dict></plist>";
+  // A bundle whose information list is binary, as build tools often write it.
+  auto binaryBundle = data / "Mail/Bundles/Binary.mailbundle/Contents";
+  fs::create_directories(binaryBundle);
+  auto info = dict({{str("CFBundleVersion"), str("77.1")}});
+  ASSERT_TRUE(PropertyList::writeFile(info.get(), (binaryBundle / "Info.plist").string(), PropertyListFormat::Binary));
   fs::create_directories(data / "Mail/Bundles/Ignored.txt");
   fs::create_directories(data / "Mail/Quillmere/Components/Part.suitecomponent");
-  const char* saved = std::getenv("XDG_DATA_HOME");
-  std::string savedValue = saved ? saved : "";
-  ::setenv("XDG_DATA_HOME", data.c_str(), 1);
-  ::setenv("XDG_DATA_DIRS", "/nonexistent-tq", 1);
+  ScopedEnvironment environment(FixedEnvironment({{"XDG_DATA_HOME", data.string()}, {"XDG_DATA_DIRS", "/nonexistent-tq"}}));
 
   TQLogger::setHostVersion("16.0", "3731");
   auto log = TQLogger::initWithLogFileURL((data / "v.log").string(), {});
@@ -158,6 +162,7 @@ TEST(TQLoggerVersionTest, ReportListsSystemLoggerAndComponents) {
   std::string text = readWholeFile(data / "v.log");
   EXPECT_NE(text.find(" : Loaded Mail Version 16.0 (3731)\n\t\t"), std::string::npos) << text;
   EXPECT_NE(text.find(")Logger: TQLogger (version 20191204)\n\t\tInstalled Bundles:\n\t\t\t" +
+                      (fs::canonical(data) / "Mail/Bundles/Binary.mailbundle").string() + " (77.1)\n\t\t\t" +
                       (fs::canonical(data) / "Mail/Bundles/Sample.mailbundle").string() + " (1234)\n"),
             std::string::npos)
       << text;
@@ -167,12 +172,6 @@ TEST(TQLoggerVersionTest, ReportListsSystemLoggerAndComponents) {
   ASSERT_EQ(console.records().size(), 1u);
   EXPECT_EQ(console.records()[0].subsystem, "SuiteBundle");
 
-  if (saved) {
-    ::setenv("XDG_DATA_HOME", savedValue.c_str(), 1);
-  } else {
-    ::unsetenv("XDG_DATA_HOME");
-  }
-  ::unsetenv("XDG_DATA_DIRS");
   fs::remove_all(data);
 }
 

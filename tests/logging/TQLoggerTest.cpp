@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "tests/logging/LoggerTestSupport.h"
+#include "tq/platform/system/Environment.h"
 #include "tq/platform/object/Assert.h"
 #include "tq/platform/object/Exception.h"
 #include "tq/platform/value/Number.h"
@@ -256,32 +257,24 @@ TEST(TQLoggerFileTest, WithoutAPathOnlyTheConsoleIsWritten) {
 }
 
 TEST(TQLoggerFileTest, DefaultPathFollowsTheDataHome) {
-  const char* saved = std::getenv("XDG_DATA_HOME");
-  std::string savedValue = saved ? saved : "";
-  ::setenv("XDG_DATA_HOME", "/data/home", 1);
-  EXPECT_EQ(TQLogger::defaultLogPath(), "/data/home/Mail/PluginLogs/pluginConsole.log");
-  ::setenv("XDG_DATA_HOME", "relative/ignored", 1);
-  std::string home = std::getenv("HOME") ? std::getenv("HOME") : "";
-  if (!home.empty()) EXPECT_EQ(TQLogger::defaultLogPath(), home + "/.local/share/Mail/PluginLogs/pluginConsole.log");
-  if (saved) {
-    ::setenv("XDG_DATA_HOME", savedValue.c_str(), 1);
-  } else {
-    ::unsetenv("XDG_DATA_HOME");
+  const FixedEnvironment user({{"HOME", "/home/ann"}});
+  {
+    ScopedEnvironment environment(user.with("XDG_DATA_HOME", "/data/home"));
+    EXPECT_EQ(TQLogger::defaultLogPath(), "/data/home/Mail/PluginLogs/pluginConsole.log");
   }
+  ScopedEnvironment environment(user.with("XDG_DATA_HOME", "relative/ignored"));
+  EXPECT_EQ(TQLogger::defaultLogPath(), "/home/ann/.local/share/Mail/PluginLogs/pluginConsole.log");
 }
 
 TEST(TQLoggerFileTest, NoDataDirectoryIsReportedAtItsFixedPlaceAndLoggingGoesOn) {
-  std::string home = std::getenv("HOME") ? std::getenv("HOME") : "";
-  const char* xdg = std::getenv("XDG_DATA_HOME");
-  std::string xdgValue = xdg ? xdg : "";
-  ::unsetenv("HOME");
-  ::unsetenv("XDG_DATA_HOME");
   AssertionFailure seen;
-  auto previous = setAssertionHandler([&](const AssertionFailure& f) { seen = f; });
-  auto logger = TQLogger::initWithDelegate({});
-  setAssertionHandler(previous);
-  if (!home.empty()) ::setenv("HOME", home.c_str(), 1);
-  if (xdg) ::setenv("XDG_DATA_HOME", xdgValue.c_str(), 1);
+  Ref<TQLogger> logger;
+  {
+    ScopedEnvironment noHome(FixedEnvironment{});
+    auto previous = setAssertionHandler([&](const AssertionFailure& f) { seen = f; });
+    logger = TQLogger::initWithDelegate({});
+    setAssertionHandler(previous);
+  }
   EXPECT_EQ(seen.file, "TQLogger");
   EXPECT_EQ(seen.line, 156);
   EXPECT_EQ(seen.description, "Could not find location for log file");

@@ -7,16 +7,11 @@
 #include "tq/platform/object/Exception.h"
 #include "tq/platform/value/Number.h"
 #include "tq/platform/collection/Set.h"
+#include "tq/platform/object/AssertionPlaces.h"
 
 namespace tq {
 
 namespace {
-
-// The checked initialiser reports its failures under this source name and
-// these lines, which callers' logs and tests match on.
-[[maybe_unused]] constexpr const char* kAssertionFile = "TQOrderedDictionary";
-[[maybe_unused]] constexpr int kCountMismatchLine = 116;
-[[maybe_unused]] constexpr int kDuplicateKeysLine = 117;
 
 // Archive keys shared with other readers and writers of the archive format.
 constexpr const char* kArchiveObjectsKey = "NSODObjects";
@@ -78,10 +73,10 @@ void TQOrderedDictionary::initWithContentsOfDictionary(const Dictionary& diction
 void TQOrderedDictionary::initWithObjects(const Ref<Array>& objects, const Ref<Array>& keys) {
   [[maybe_unused]] Index objectCount = objects ? objects->count() : 0;
   [[maybe_unused]] Index keyCount = keys ? keys->count() : 0;
-  TQ_ASSERT_AT(objectCount == keyCount, kAssertionFile, kCountMismatchLine,
-               "The amount of objects does not match the number of keys");
-  TQ_ASSERT_AT(!keys || hasDistinctElements(*keys), kAssertionFile, kDuplicateKeysLine,
-               "There are duplicate keys on initialization");
+  TQ_ASSERT_PLACE(objectCount == keyCount, AssertionPlaces::OrderedDictionaryCountMismatch,
+                  "The amount of objects does not match the number of keys");
+  TQ_ASSERT_PLACE(!keys || hasDistinctElements(*keys), AssertionPlaces::OrderedDictionaryDuplicateKeys,
+                  "There are duplicate keys on initialization");
   keys_ = keys ? MutableArray::arrayWithArray(*keys) : make<MutableArray>();
   objects_ = objects ? MutableArray::arrayWithArray(*objects) : make<MutableArray>();
   rebuildPairs();

@@ -4,6 +4,7 @@
 #include "tq/platform/dispatch/OperationQueue.h"
 #include "tq/platform/dispatch/RunLoop.h"
 #include "tq/platform/value/String.h"
+#include "tq/platform/object/AssertionPlaces.h"
 
 namespace tq {
 
@@ -14,9 +15,9 @@ Ref<TQSignallingOperation> TQSignallingOperation::newWithBlock(TQOperationWork w
   operation->addExecutionBlock([weak, work = std::move(work)] {
     auto self = weak.lock();
     if (!self) return;
-    // The place named in the report is fixed: hosts match on it.
-    TQ_ASSERT_AT(self->canBeExecutedOnMain() || !RunLoop::isMainThread(), "TQSignallingOperation", 35,
-                 "Execution block should not be occuring on main thread");
+    TQ_ASSERT_PLACE(self->canBeExecutedOnMain() || !RunLoop::isMainThread(),
+                    AssertionPlaces::SignallingOperationOnMainThread,
+                    "Execution block should not be occuring on main thread");
     auto semaphore = DispatchSemaphore::create(0);
     self->setOpSema(semaphore);
     work(self);

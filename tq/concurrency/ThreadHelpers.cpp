@@ -66,7 +66,7 @@ bool _tq_threadFlag(const Id& flag) {
   return set && set->contains(flag);
 }
 
-namespace thread_helpers_detail {
+namespace detail {
 
 std::string stackLine(std::size_t index, const std::string& backtraceSymbol) {
   // "/path/module(symbol+0x1c) [0x7f0000001234]"; symbol and offset may be
@@ -104,14 +104,25 @@ std::string stackLine(std::size_t index, const std::string& backtraceSymbol) {
   return head + name + " + " + std::to_string(offsetValue);
 }
 
-std::vector<std::string> currentStackLines() {
-  void* frames[128];
-  int count = ::backtrace(frames, 128);
+[[gnu::noinline]] std::vector<std::string> currentStackLines() {
+  void* frames[129];
+  int count = ::backtrace(frames, 129);
   std::vector<std::string> lines;
   char** symbols = ::backtrace_symbols(frames, count);
   if (!symbols) return lines;
+  // The caller's frame is the first line, numbered 0. It is found by the
+  // address this function returns to, since what comes before it varies:
+  // this function's own frame, and under sanitizers their interceptor's.
+  void* intoCaller = __builtin_return_address(0);
+  int first = 1;
+  for (int i = 0; i < count; ++i) {
+    if (frames[i] == intoCaller) {
+      first = i;
+      break;
+    }
+  }
   lines.reserve(count);
-  for (int i = 0; i < count; ++i) lines.push_back(stackLine(std::size_t(i), symbols[i]));
+  for (int i = first; i < count; ++i) lines.push_back(stackLine(std::size_t(i - first), symbols[i]));
   std::free(symbols);
   return lines;
 }
@@ -126,10 +137,13 @@ Ref<Array> filterAddOnFrames(const std::vector<std::string>& lines) {
   return Array::arrayWithObjects(std::move(kept));
 }
 
-}  // namespace thread_helpers_detail
+}  // namespace detail
 
-Ref<Array> TQcallStack() {
-  return thread_helpers_detail::filterAddOnFrames(thread_helpers_detail::currentStackLines());
+// Not inlined, so that its own frame is the first line, which the filter drops.
+[[gnu::noinline]] Ref<Array> TQcallStack() {
+  Ref<Array> frames = detail::filterAddOnFrames(detail::currentStackLines());
+  asm volatile("");  // keeps the call above from becoming a tail call that would lose this frame
+  return frames;
 }
 
 namespace {

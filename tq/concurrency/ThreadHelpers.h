@@ -42,8 +42,9 @@ Ref<String> debugLogKey(const Object& object);
 /// answers false; other exceptions pass through. The slot must not be null.
 bool catchException(const std::function<void()>& body, Ref<Error>* error);
 
-namespace thread_helpers_detail {
-/// The calling thread's stack, innermost first, one line per frame in the
+namespace detail {
+/// The calling thread's stack from the caller's frame outwards (this
+/// function's own frame left out), one line per frame in the
 /// customary layout "N   module   0xADDRESS symbol + offset" (the layout the
 /// add-on filter of `TQcallStack` is written for).
 std::vector<std::string> currentStackLines();
@@ -54,6 +55,6 @@ std::string stackLine(std::size_t index, const std::string& backtraceSymbol);
 /// The filter of `TQcallStack` applied to given lines (first line dropped
 /// when there are at least two).
 Ref<Array> filterAddOnFrames(const std::vector<std::string>& lines);
-}  // namespace thread_helpers_detail
+}  // namespace detail
 
 }  // namespace tq

@@ -65,12 +65,4 @@ Ref<Data> dataForMimeEncodedWord(const String& word, StringEncoding* usedEncodin
 
 }  // namespace MimeWordDecoding
 
-namespace MimeEncodingDetail {
-
-/// The payload decoders behind the public functions, on views, so that the
-/// header decoder avoids building a string per word. False means nil.
-bool decodeWordBytes(std::u16string_view word, std::string& bytes, StringEncoding* usedEncoding, bool* isQ);
-
-}  // namespace MimeEncodingDetail
-
 }  // namespace tq

@@ -7,11 +7,13 @@
 #include <atomic>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "tq/encodings/MimeEncoding.h"
 #include "tq/platform/value/CharacterSet.h"
 #include "tq/platform/object/Exception.h"
 #include "tq/platform/object/PlatformLog.h"
+#include "tq/encodings/internal/MimeWordBytes.h"
 
 namespace tq {
 
@@ -70,15 +72,21 @@ bool scanRestOfWord(Cursor& cursor) {
          cursor.scanString(u"?") && cursor.scanUpTo(u'?', u'=') && cursor.scanString(u"?=");
 }
 
+// The charsets that shift between character sets with escape or shift
+// sequences, and whose encoded words each end back in their initial state.
+bool isStateful(StringEncoding charset) {
+  return charset == ISO2022JPStringEncoding || charset == ISO2022KRStringEncoding ||
+         charset == ISO2022CNStringEncoding || charset == HZGB2312StringEncoding;
+}
+
 // Adjacent words of one charset are joined as raw bytes before conversion, so
 // that a multi-byte character split across two words decodes whole.
 class PendingBytes {
  public:
   /// Converts and appends what is pending; a failed conversion appends nothing.
   void flush(std::u16string& result) {
-    if (charset_ != NoStringEncoding) Charset::decodeAppending(bytes_, charset_, result);
-    bytes_.clear();
-    charset_ = NoStringEncoding;
+    if (charset_ != NoStringEncoding) convert(result);
+    clear();
   }
 
   void merge(const std::string& bytes, StringEncoding charset, std::u16string& result, const String& header) {
@@ -86,18 +94,45 @@ class PendingBytes {
       // The message carries the whole value, so a second failure in the same
       // value would repeat it word for word; logging it once keeps a hostile
       // value of thousands of failing words from writing gigabytes.
-      if (!Charset::decodeAppending(bytes_, charset_, result) && !loggedFailure_) {
+      if (!convert(result) && !loggedFailure_) {
         platformLog("problem decoding MimeString: " + header.utf8());
         loggedFailure_ = true;
       }
-      bytes_.clear();
+      clear();
     }
     bytes_ += bytes;
+    wordEnds_.push_back(bytes_.size());
     charset_ = charset;
   }
 
  private:
+  bool convert(std::u16string& result) const {
+    if (Charset::decodeAppending(bytes_, charset_, result)) return true;
+    if (!isStateful(charset_) || wordEnds_.size() < 2) return false;
+    // Each word of a stateful charset switches back to its initial state at
+    // its end, so the joined bytes hold a switch back followed at once by the
+    // next word's switch out: an empty segment, which the converter refuses
+    // (it is a known way to smuggle text past filters). Such words never
+    // split a character, so they are converted one by one instead, and the
+    // run still decodes whole or not at all.
+    std::u16string words;
+    std::size_t from = 0;
+    for (std::size_t end : wordEnds_) {
+      if (!Charset::decodeAppending(std::string_view(bytes_).substr(from, end - from), charset_, words)) return false;
+      from = end;
+    }
+    result += words;
+    return true;
+  }
+
+  void clear() {
+    bytes_.clear();
+    wordEnds_.clear();
+    charset_ = NoStringEncoding;
+  }
+
   std::string bytes_;
+  std::vector<std::size_t> wordEnds_;
   StringEncoding charset_ = NoStringEncoding;
   bool loggedFailure_ = false;
 };
@@ -161,7 +196,7 @@ Ref<String> decodedMimeEncodedString(const String& header, bool* isMailSploited)
     StringEncoding charset = NoStringEncoding;
     bool decoded = false;
     try {
-      decoded = MimeEncodingDetail::decodeWordBytes(word, bytes, &charset, nullptr);
+      decoded = detail::decodeWordBytes(word, bytes, &charset, nullptr);
     } catch (const Exception&) {
       platformLog("problem parsing MimeEncodedWord: " + utf16ToUTF8(word));
     }

@@ -4,6 +4,7 @@
 
 #include "tq/encodings/MimeEncoding.h"
 #include "tq/encodings/TransferEncodings.h"
+#include "tq/encodings/internal/MimeWordBytes.h"
 
 namespace tq {
 
@@ -49,7 +50,7 @@ bool equalsIgnoringASCIICase(char16_t a, char b) {
 
 }  // namespace
 
-namespace MimeEncodingDetail {
+namespace detail {
 
 bool decodeWordBytes(std::u16string_view word, std::string& bytes, StringEncoding* usedEncoding, bool* isQ) {
   const std::size_t length = word.size();
@@ -73,13 +74,13 @@ bool decodeWordBytes(std::u16string_view word, std::string& bytes, StringEncodin
   return decodeQPayload(payload, bytes);
 }
 
-}  // namespace MimeEncodingDetail
+}  // namespace detail
 
 namespace MimeWordDecoding {
 
 Ref<Data> dataForMimeEncodedWord(const String& word, StringEncoding* usedEncoding) {
   std::string bytes;
-  if (!MimeEncodingDetail::decodeWordBytes(word.utf16(), bytes, usedEncoding, nullptr)) return nullptr;
+  if (!detail::decodeWordBytes(word.utf16(), bytes, usedEncoding, nullptr)) return nullptr;
   return make<Data>(std::string_view(bytes));
 }
 
@@ -91,7 +92,7 @@ Ref<String> stringWithMimeEncodedWord(const String& word) {
   std::string bytes;
   StringEncoding encoding = NoStringEncoding;
   bool quoted = false;
-  if (!MimeEncodingDetail::decodeWordBytes(word.utf16(), bytes, &encoding, &quoted)) return nullptr;
+  if (!detail::decodeWordBytes(word.utf16(), bytes, &encoding, &quoted)) return nullptr;
   // A Q word's bytes are read as a NUL-terminated string: a decoded NUL ends
   // the text there.
   return quoted ? Charset::stringWithCString(bytes, encoding) : Charset::stringWithBytes(bytes, encoding);

@@ -1,13 +1,13 @@
 #include "tq/logging/TQLogEntry.h"
 
-#include "tq/logging/LogTimestamp.h"
+#include "tq/logging/internal/LogTimestamp.h"
 
 namespace tq {
 
 std::string TQLogEntry::logStatementUTF8() const {
   std::string out;
   if (date_) {
-    appendLogTimestamp(out, date_->timeIntervalSinceReferenceDate());
+    detail::appendLogTimestamp(out, date_->timeIntervalSinceReferenceDate());
   } else {
     out += "(null)";
   }

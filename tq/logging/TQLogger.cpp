@@ -11,18 +11,21 @@
 #include <sstream>
 
 #include "tq/logging/LogConsoleSink.h"
-#include "tq/logging/LogFileSink.h"
+#include "tq/logging/internal/LogFileSink.h"
 #include "tq/platform/object/Assert.h"
 #include "tq/platform/dispatch/DispatchQueue.h"
 #include "tq/platform/value/Number.h"
 #include "tq/platform/object/PlatformLog.h"
 #include "tq/platform/collection/ThreadDictionary.h"
+#include "tq/platform/system/UserFolders.h"
+#include "tq/platform/object/AssertionPlaces.h"
 
 namespace tq {
 
 namespace fs = std::filesystem;
 
-std::string formatLogText(const char* format, va_list args) {
+// Formats printf-style into a string.
+static std::string formatLogText(const char* format, va_list args) {
   char small[512];
   va_list copy;
   va_copy(copy, args);
@@ -99,20 +102,14 @@ TQLogger::~TQLogger() {
 }
 
 std::string TQLogger::defaultLogPath() {
-  std::string base;
-  if (const char* xdg = std::getenv("XDG_DATA_HOME"); xdg && *xdg == '/') {
-    base = xdg;
-  } else if (const char* home = std::getenv("HOME"); home && *home) {
-    base = std::string(home) + "/.local/share";
-  }
+  std::string base = UserFolders::current().dataHome;
   if (base.empty()) return std::string();
   return base + "/Mail/PluginLogs/pluginConsole.log";
 }
 
 Ref<TQLogger> TQLogger::initWithDelegate(std::weak_ptr<TQLoggerDelegate> delegate, OptText initialLog) {
   std::string path = defaultLogPath();
-  // The place named in the report is fixed: hosts match on it.
-  TQ_ASSERT_AT(!path.empty(), "TQLogger", 156, "Could not find location for log file");
+  TQ_ASSERT_PLACE(!path.empty(), AssertionPlaces::LoggerWithoutLogLocation, "Could not find location for log file");
   return initWithLogFileURL(path, std::move(delegate), initialLog);
 }
 
@@ -145,7 +142,7 @@ void TQLogger::setUpFile(const std::string& path) {
     }
   }
   writeFd_ = ::open(logPath_.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
-  if (writeFd_ >= 0) fileSink_ = std::make_unique<LogFileSink>(writeFd_, logQueue_);
+  if (writeFd_ >= 0) fileSink_ = std::make_unique<detail::LogFileSink>(writeFd_, logQueue_);
 }
 
 void TQLogger::registerLogIdentifier(std::string_view identifier, std::string_view forBundleIdentifier) {
@@ -243,12 +240,12 @@ void TQLogger::logForIdentifier(OptText identifier, std::string_view logString) 
                           " \U0001F9F5 " + std::to_string(threadIndex) + " " + std::string(logString)});
   }
   if (logToFile() && fileSink_) {
-    LogFileLine line;
-    line.kind = LogFileLine::Kind::Threaded;
+    detail::LogFileLine line;
+    line.kind = detail::LogFileLine::Kind::Threaded;
     line.time = now;
     line.threadIndex = threadIndex;
-    line.text.assign(logString);
-    fileSink_->enqueue(std::move(line));
+    line.text = logString;
+    fileSink_->enqueue(line);
   }
 }
 
@@ -257,12 +254,12 @@ void TQLogger::logForIdentifier(OptText identifier, OptText category, OptText lo
   TimeInterval now = Date::now();
   if (logToConsole()) emitLogConsoleRecord({resolveName(identifier), toString(category), std::string(logString)});
   if (logToFile() && fileSink_) {
-    LogFileLine line;
-    line.kind = LogFileLine::Kind::Prefixed;
+    detail::LogFileLine line;
+    line.kind = detail::LogFileLine::Kind::Prefixed;
     line.time = now;
-    if (logPrefix) line.prefix.assign(*logPrefix);
-    line.text.assign(logString);
-    fileSink_->enqueue(std::move(line));
+    if (logPrefix) line.prefix = *logPrefix;
+    line.text = logString;
+    fileSink_->enqueue(line);
   }
 }
 
@@ -397,10 +394,10 @@ void TQLogger::_logSubsystem(OptText subsystem, OptText category, long level, st
   auto entry = make<TQLogEntry>(Date::date(), sub ? str(*sub) : nullptr, cat ? str(*cat) : nullptr, str(text));
   if (logToConsole()) emitLogConsoleRecord({sub.value_or("-"), cat.value_or(""), std::string(text)});
   if (logToFile() && fileSink_) {
-    LogFileLine line;
-    line.kind = LogFileLine::Kind::Entry;
-    line.entry = std::move(entry);
-    fileSink_->enqueue(std::move(line));
+    detail::LogFileLine line;
+    line.kind = detail::LogFileLine::Kind::Entry;
+    line.entry = entry.get();
+    fileSink_->enqueue(line);
   }
 }
 

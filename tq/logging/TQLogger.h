@@ -27,7 +27,9 @@
 namespace tq {
 
 class TQLogger;
+namespace detail {
 class LogFileSink;
+}
 using OptText = std::optional<std::string_view>;
 
 /// The follower of the log file (the log console).
@@ -165,7 +167,7 @@ class TQLogger : public Object {
   Ref<OperationQueue> logQueue_;
   std::string logPath_;
   int writeFd_ = -1;
-  std::unique_ptr<LogFileSink> fileSink_;
+  std::unique_ptr<detail::LogFileSink> fileSink_;
 
   mutable std::recursive_mutex monitor_;  // the logger's own lock
   std::optional<std::string> defaultIdentifier_;
@@ -179,8 +181,5 @@ class TQLogger : public Object {
   std::mutex followMutex_;
   std::optional<LineFollower> follower_;
 };
-
-/// Formats printf-style into a string.
-std::string formatLogText(const char* format, va_list args);
 
 }  // namespace tq

@@ -2,14 +2,15 @@
 // add-on folders.
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <regex>
 #include <sstream>
 #include <vector>
 
 #include "tq/logging/TQLogger.h"
+#include "tq/platform/archive/PropertyList.h"
+#include "tq/platform/collection/Dictionary.h"
+#include "tq/platform/system/FileSystem.h"
+#include "tq/platform/system/UserFolders.h"
 
 namespace tq {
 
@@ -17,13 +18,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string readFile(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) return std::string();
-  std::ostringstream contents;
-  contents << in.rdbuf();
-  return contents.str();
-}
+std::string readFile(const std::string& path) { return FileSystem::current()->readFile(path).value_or(""); }
 
 // One value of an os-release file, unquoted; "(null)" when absent.
 std::string osReleaseValue(const std::string& text, const std::string& key) {
@@ -40,52 +35,42 @@ std::string osReleaseValue(const std::string& text, const std::string& key) {
   return "(null)";
 }
 
-// The data directories in lookup order: the user's, then the system's.
-std::vector<fs::path> dataDirectories() {
-  std::vector<fs::path> dirs;
-  if (const char* home = std::getenv("XDG_DATA_HOME"); home && *home == '/') {
-    dirs.emplace_back(home);
-  } else if (const char* h = std::getenv("HOME"); h && *h) {
-    dirs.emplace_back(fs::path(h) / ".local/share");
-  }
-  std::string system = "/usr/local/share:/usr/share";
-  if (const char* xdg = std::getenv("XDG_DATA_DIRS"); xdg && *xdg) system = xdg;
-  std::istringstream parts(system);
-  std::string part;
-  while (std::getline(parts, part, ':')) {
-    if (!part.empty() && part.front() == '/') dirs.emplace_back(part);
-  }
-  return dirs;
+// The path with its links resolved, as the report names it. Under a file
+// system rooted elsewhere the resolution happens below the root and the path
+// is named from the root.
+std::string canonicalPath(const FileSystem& fileSystem, const std::string& path) {
+  const std::string real = fileSystem.resolve(path);
+  std::error_code ec;
+  std::string resolved = fs::weakly_canonical(real, ec).string();
+  if (ec) return path;
+  const std::string root = real.substr(0, real.size() - path.size());
+  if (!root.empty() && real.ends_with(path) && resolved.starts_with(root)) resolved.erase(0, root.size());
+  return resolved;
 }
 
-// "CFBundleVersion" of a bundle's information property list, read with a
-// narrow pattern: only this one string value is needed.
-std::string bundleVersion(const fs::path& bundle) {
-  static const std::regex pattern("<key>CFBundleVersion</key>\\s*<string>([^<]*)</string>");
-  std::string plist = readFile(bundle / "Contents/Info.plist");
-  std::smatch match;
-  if (std::regex_search(plist, match, pattern)) return match[1].str();
-  return "(null)";
+// "CFBundleVersion" of a bundle's information property list, in either of
+// the property-list formats; "(null)" when the file, the dictionary or the
+// key is missing, as the report prints a missing value.
+std::string bundleVersion(const std::string& bundle) {
+  auto bytes = FileSystem::current()->readFile(bundle + "/Contents/Info.plist");
+  if (!bytes) return "(null)";
+  auto info = std::dynamic_pointer_cast<Dictionary>(PropertyList::read(*bytes));
+  return describeUTF8(info ? info->objectForKey("CFBundleVersion") : nullptr);
 }
 
 void appendComponents(std::string& text, const std::string& relative, const std::string& suffix) {
-  for (const auto& base : dataDirectories()) {
-    std::error_code ec;
-    fs::directory_iterator it(base / relative, ec);
-    if (ec) continue;  // a folder that cannot be read is skipped
-    std::vector<fs::path> entries;
-    for (; it != fs::directory_iterator(); it.increment(ec)) {
-      if (ec) break;
-      entries.push_back(it->path());
-    }
-    std::sort(entries.begin(), entries.end());
-    for (const auto& entry : entries) {
-      std::string name = entry.filename().string();
+  const auto fileSystem = FileSystem::current();
+  for (const std::string& base : UserFolders::current().dataSearchPath()) {
+    const std::string folder = base + "/" + relative;
+    // A folder that does not exist or cannot be read holds no add-ons.
+    auto names = fileSystem->contentsOfDirectory(folder);
+    if (!names) continue;
+    for (const std::string& name : *names) {
       if (name.size() < suffix.size() || name.compare(name.size() - suffix.size(), suffix.size(), suffix) != 0) {
         continue;
       }
-      fs::path resolved = fs::weakly_canonical(entry, ec);
-      text += "\n\t" + (ec ? entry.string() : resolved.string()) + " (" + bundleVersion(entry) + ")";
+      const std::string entry = folder + "/" + name;
+      text += "\n\t" + canonicalPath(*fileSystem, entry) + " (" + bundleVersion(entry) + ")";
     }
   }
 }

@@ -1,3 +1,4 @@
+#include "tq/platform/system/Clocks.h"
 #include "tq/platform/value/Date.h"
 
 #include <gtest/gtest.h>
@@ -31,15 +32,14 @@ TEST(DateValues, IntervalsEqualityAndOrder) {
   EXPECT_THROW(a->compare(*str("x")), Exception);
 }
 
-namespace {
-TimeInterval fixedClock() { return 1234.5; }
-}  // namespace
-
-TEST(DateClock, ReplaceableForTestsAndHosts) {
-  Date::Clock previous = Date::setClock(&fixedClock);
-  EXPECT_DOUBLE_EQ(Date::date()->timeIntervalSinceReferenceDate(), 1234.5);
-  EXPECT_EQ(Date::setClock(previous), &fixedClock);
-  Date::setClock(nullptr);
+TEST(DateClock, ReadsTheInstalledWallClock) {
+  auto clock = std::make_shared<ManualClock>(TimeIntervalSince1970 + 1234.5);
+  {
+    ScopedClock<WallClock> installed(clock);
+    EXPECT_DOUBLE_EQ(Date::date()->timeIntervalSinceReferenceDate(), 1234.5);
+    clock->advance(std::chrono::milliseconds(250));
+    EXPECT_DOUBLE_EQ(Date::now(), 1234.75);
+  }
   EXPECT_GT(Date::now(), 7e8) << "the system clock again (after 2023)";
 }
 

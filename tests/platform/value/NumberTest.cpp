@@ -1,3 +1,4 @@
+#include "tq/platform/collection/Sorting.h"
 #include "tq/platform/value/Number.h"
 
 #include <gtest/gtest.h>

@@ -8,6 +8,16 @@
 // serial queue drains its items on one worker at a time, in order; a
 // concurrent queue hands each item to the pool, and a barrier item waits for
 // everything before it and holds back everything after it.
+//
+// An exception that escapes a work item:
+// - `sync` and `barrierSync` rethrow it in the calling thread, after the
+//   item has finished, and the queue goes on with the next item;
+// - an item of the main queue is run by `RunLoop::drain`, which rethrows it
+//   to the host after putting the items that followed back at the front;
+// - an item submitted with `async` (or `after`) on any other queue has no
+//   caller to receive it: it ends the process through std::terminate, as any
+//   exception leaving a thread does, and the logger's uncaught-exception
+//   hook records it first. Work that may raise catches inside the item.
 
 #include <cstdint>
 #include <functional>

@@ -3,7 +3,7 @@
 //
 // A failed assertion reports the condition or description, the method, the
 // source file and the line to the current handler. The default handler writes
-// "*** Assertion failure in METHOD, FILE:LINE" to the platform log and raises
+// "*** Assertion failure in METHOD, FILE:LINE" to standard error and raises
 // the internal-inconsistency exception with the description as its reason.
 // Compiled with TQ_BLOCK_ASSERTIONS, the checks vanish and execution goes on.
 

@@ -1,7 +1,9 @@
 #include "tq/platform/system/VectorSupport.h"
 
-#include <cstdlib>
-#include <cstring>
+#include <optional>
+#include <string>
+
+#include "tq/platform/system/Environment.h"
 
 namespace tq::VectorSupport {
 
@@ -10,10 +12,9 @@ namespace {
 enum class Width { Baseline, AVX2, AVX512 };
 
 Width limit() {
-  const char* value = std::getenv("TQBASEKIT_VECTOR_LIMIT");
-  if (!value) return Width::AVX512;
-  if (std::strcmp(value, "baseline") == 0) return Width::Baseline;
-  if (std::strcmp(value, "avx2") == 0) return Width::AVX2;
+  std::optional<std::string> value = environmentVariable("TQBASEKIT_VECTOR_LIMIT");
+  if (value == "baseline") return Width::Baseline;
+  if (value == "avx2") return Width::AVX2;
   return Width::AVX512;
 }
 

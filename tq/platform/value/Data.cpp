@@ -10,6 +10,7 @@
 #include <random>
 
 #include "tq/platform/object/Exception.h"
+#include "tq/platform/system/FileSystem.h"
 #include "tq/platform/value/String.h"
 
 namespace tq {
@@ -96,31 +97,7 @@ void MutableData::replaceBytesInRange(Range range, const void* bytes, std::size_
 }
 
 bool writeFileAtomically(const std::string& path, std::string_view bytes) {
-  std::string folder = ".";
-  if (auto slash = path.rfind('/'); slash != std::string::npos) folder = slash == 0 ? "/" : path.substr(0, slash);
-  std::string temporary = path + ".tq-XXXXXX";
-  int fd = ::mkstemp(temporary.data());
-  if (fd < 0) return false;
-  std::size_t written = 0;
-  while (written < bytes.size()) {
-    ssize_t n = ::write(fd, bytes.data() + written, bytes.size() - written);
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      break;
-    }
-    written += std::size_t(n);
-  }
-  // Keep the permissions an ordinary new file would get.
-  mode_t mask = ::umask(0);
-  ::umask(mask);
-  ::fchmod(fd, 0666 & ~mask);
-  bool ok = written == bytes.size() && ::fsync(fd) == 0;
-  ok = ::close(fd) == 0 && ok;
-  if (!ok || ::rename(temporary.c_str(), path.c_str()) != 0) {
-    ::unlink(temporary.c_str());
-    return false;
-  }
-  return true;
+  return FileSystem::current()->writeFileAtomically(path, bytes);
 }
 
 }  // namespace tq

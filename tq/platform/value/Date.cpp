@@ -9,20 +9,12 @@
 #include <random>
 
 #include "tq/platform/object/Exception.h"
+#include "tq/platform/system/Clocks.h"
 #include "tq/platform/value/String.h"
 
 namespace tq {
 
-namespace {
-TimeInterval systemClock() {
-  using namespace std::chrono;
-  return duration<double>(system_clock::now().time_since_epoch()).count() - TimeIntervalSince1970;
-}
-std::atomic<Date::Clock> currentClock{&systemClock};
-}  // namespace
-
-Date::Clock Date::setClock(Clock clock) { return currentClock.exchange(clock ? clock : &systemClock); }
-TimeInterval Date::now() { return currentClock.load()(); }
+TimeInterval Date::now() { return WallClock::current()->secondsSince1970() - TimeIntervalSince1970; }
 Ref<Date> Date::date() { return make<Date>(now()); }
 
 bool Date::isEqual(const Object& other) const {

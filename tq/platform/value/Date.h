@@ -18,16 +18,14 @@ class Date : public Object, public Comparable {
  public:
   explicit Date(TimeInterval sinceReferenceDate = 0) : seconds_(sinceReferenceDate) {}
 
-  /// Now, from the clock that `setClock` installed (the system clock unless
-  /// a test or host replaced it).
+  /// Now, from the wall clock of `tq/platform/system/Clocks.h` (the system
+  /// clock unless a test or host installed another).
   static Ref<Date> date();
   static Ref<Date> dateWithTimeIntervalSinceReferenceDate(TimeInterval t) { return make<Date>(t); }
   static Ref<Date> dateWithTimeIntervalSince1970(TimeInterval t) { return make<Date>(t - TimeIntervalSince1970); }
   static Ref<Date> distantPast() { return make<Date>(-63114076800.0); }
   static Ref<Date> distantFuture() { return make<Date>(63113904000.0); }
-  /// The seam through which tests and hosts supply the current time.
-  using Clock = TimeInterval (*)();
-  static Clock setClock(Clock clock);
+  /// Now, in seconds since the reference date.
   static TimeInterval now();
 
   bool isEqual(const Object& other) const override;

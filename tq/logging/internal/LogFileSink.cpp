@@ -1,12 +1,15 @@
-#include "tq/logging/LogFileSink.h"
+#include "tq/logging/internal/LogFileSink.h"
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdint>
+#include <cstring>
 
-#include "tq/logging/LogTimestamp.h"
+#include "tq/logging/internal/LogTimestamp.h"
 
-namespace tq {
+namespace tq::detail {
 namespace {
 
 // Length of a line break (a newline-set character) starting at `p`, else 0.
@@ -91,7 +94,10 @@ void appendLogFileLine(std::string& out, const LogFileLine& line) {
       if (line.prefix.empty()) {
         appendLogBody(out, line.text);
       } else {
-        appendLogBody(out, line.prefix + line.text);
+        std::string joined;
+        joined.reserve(line.prefix.size() + line.text.size());
+        joined.append(line.prefix).append(line.text);
+        appendLogBody(out, joined);
       }
       break;
     }
@@ -102,11 +108,56 @@ void appendLogFileLine(std::string& out, const LogFileLine& line) {
   }
 }
 
+// A line's header in the pending bytes: kind, time, thread index, prefix
+// size, text size, copied byte for byte (no padding, no alignment needed).
+constexpr std::size_t WriteSize = 1 << 20;
+constexpr std::size_t HeaderSize = 1 + sizeof(double) + sizeof(long) + 2 * sizeof(std::uint32_t);
+
+char* PendingLogLines::reserve(std::size_t size) {
+  if (chunks_.empty() || chunks_.back().capacity() - chunks_.back().size() < size) {
+    chunks_.emplace_back();
+    chunks_.back().reserve(std::max(ChunkSize, size));
+  }
+  std::string& chunk = chunks_.back();
+  const std::size_t at = chunk.size();
+  chunk.resize(at + size);
+  return chunk.data() + at;
+}
+
+void PendingLogLines::append(const LogFileLine& line) {
+  // Texts of 4 GiB and more are cut there: the header keeps 32-bit sizes.
+  const auto prefixSize = std::uint32_t(std::min<std::size_t>(line.prefix.size(), UINT32_MAX));
+  const auto textSize = std::uint32_t(std::min<std::size_t>(line.text.size(), UINT32_MAX));
+  char* p = reserve(HeaderSize + prefixSize + textSize);
+  *p++ = char(line.kind);
+  std::memcpy(p, &line.time, sizeof line.time), p += sizeof line.time;
+  std::memcpy(p, &line.threadIndex, sizeof line.threadIndex), p += sizeof line.threadIndex;
+  std::memcpy(p, &prefixSize, sizeof prefixSize), p += sizeof prefixSize;
+  std::memcpy(p, &textSize, sizeof textSize), p += sizeof textSize;
+  // An empty view may have no data pointer at all, which memcpy may not see.
+  if (prefixSize) std::memcpy(p, line.prefix.data(), prefixSize);
+  if (textSize) std::memcpy(p + prefixSize, line.text.data(), textSize);
+  if (line.kind == LogFileLine::Kind::Entry) entries_.push_back(line.entry->selfAs<TQLogEntry>());
+  ++lines_;
+}
+
+void PendingLogLines::swap(PendingLogLines& other) noexcept {
+  chunks_.swap(other.chunks_);
+  entries_.swap(other.entries_);
+  std::swap(lines_, other.lines_);
+}
+
+void PendingLogLines::clear() {
+  chunks_.clear();
+  entries_.clear();
+  lines_ = 0;
+}
+
 LogFileSink::~LogFileSink() = default;
 
-void LogFileSink::enqueue(LogFileLine line) {
+void LogFileSink::enqueue(const LogFileLine& line) {
   std::lock_guard lock(mutex_);
-  pending_.push_back(std::move(line));
+  pending_.append(line);
   if (drainQueued_) return;
   drainQueued_ = true;
   // Queued under the lock: whoever sees `drainQueued_` set can rely on the
@@ -115,7 +166,7 @@ void LogFileSink::enqueue(LogFileLine line) {
 }
 
 void LogFileSink::drain() {
-  std::vector<LogFileLine> batch;
+  PendingLogLines batch;
   std::string out;
   for (;;) {
     {
@@ -126,8 +177,16 @@ void LogFileSink::drain() {
       }
       batch.swap(pending_);
     }
+    // Written a megabyte at a time, so that a long burst is not formatted
+    // into one buffer as large as itself.
     out.clear();
-    for (const auto& line : batch) appendLogFileLine(out, line);
+    batch.forEach([&](const LogFileLine& line) {
+      appendLogFileLine(out, line);
+      if (out.size() >= WriteSize) {
+        writeAll(fd_, out);
+        out.clear();
+      }
+    });
     batch.clear();
     writeAll(fd_, out);
   }
@@ -135,4 +194,4 @@ void LogFileSink::drain() {
 
 void LogFileSink::flush() { queue_->waitUntilAllOperationsAreFinished(); }
 
-}  // namespace tq
+}  // namespace tq::detail

@@ -1,10 +1,10 @@
-#include "tq/logging/LogTimestamp.h"
+#include "tq/logging/internal/LogTimestamp.h"
 
 #include <cmath>
 #include <cstdio>
 #include <ctime>
 
-namespace tq {
+namespace tq::detail {
 
 void appendLogTimestamp(std::string& out, TimeInterval sinceReferenceDate) {
   double since1970 = sinceReferenceDate + TimeIntervalSince1970;
@@ -33,4 +33,4 @@ std::string logTimestamp(TimeInterval sinceReferenceDate) {
   return out;
 }
 
-}  // namespace tq
+}  // namespace tq::detail

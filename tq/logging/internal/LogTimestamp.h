@@ -8,10 +8,10 @@
 
 #include "tq/platform/value/Date.h"
 
-namespace tq {
+namespace tq::detail {
 
 /// Appends the stamp of a moment (seconds since the reference date).
 void appendLogTimestamp(std::string& out, TimeInterval sinceReferenceDate);
 std::string logTimestamp(TimeInterval sinceReferenceDate);
 
-}  // namespace tq
+}  // namespace tq::detail

@@ -1,0 +1,31 @@
+#pragma once
+// The fixed places that some assertion reports name instead of the real
+// source file and line: hosts and their crash reports match on these exact
+// values, so they are kept in one table rather than beside each assertion.
+
+#include "tq/platform/object/Assert.h"
+
+namespace tq {
+
+struct AssertionPlace {
+  const char* file;
+  int line;
+};
+
+namespace AssertionPlaces {
+
+/// The ordered dictionary's initialiser: object and key counts differ.
+inline constexpr AssertionPlace OrderedDictionaryCountMismatch{"TQOrderedDictionary", 116};
+/// The ordered dictionary's initialiser: the keys are not distinct.
+inline constexpr AssertionPlace OrderedDictionaryDuplicateKeys{"TQOrderedDictionary", 117};
+/// A signalling operation's block running on the main thread when it may not.
+inline constexpr AssertionPlace SignallingOperationOnMainThread{"TQSignallingOperation", 35};
+/// The logger finds no folder for its default log file.
+inline constexpr AssertionPlace LoggerWithoutLogLocation{"TQLogger", 156};
+
+}  // namespace AssertionPlaces
+
+}  // namespace tq
+
+/// Asserts and, on failure, reports a place of the table above.
+#define TQ_ASSERT_PLACE(cond, place, desc) TQ_ASSERT_AT(cond, (place).file, (place).line, desc)
