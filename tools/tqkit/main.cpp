@@ -6,13 +6,12 @@
 #include <vector>
 
 #include "Command.h"
+#include "tq/Version.h"
 #include "tq/platform/object/Exception.h"
 
 using namespace tqkit;
 
 namespace {
-
-constexpr const char* Version = "0.1.0";
 
 void printTopUsage(std::FILE* out) {
   std::fprintf(out, "usage: tqkit [--help] [--version] GROUP [COMMAND] [ARGS...]\n\nGroups:\n");
@@ -85,7 +84,7 @@ int main(int argc, char** argv) {
     return Success;
   }
   if (words[0] == "--version") {
-    std::printf("tqkit %s\n", Version);
+    std::printf("tqkit %s\n", tq::versionString);
     return Success;
   }
   const CommandGroup* group = findGroup(words[0]);
