@@ -8,5 +8,6 @@
 #include "tq/platform/system/Clocks.h"
 #include "tq/platform/system/Environment.h"
 #include "tq/platform/system/FileSystem.h"
+#include "tq/platform/system/LineFollower.h"
 #include "tq/platform/system/UserFolders.h"
 #include "tq/platform/system/VectorSupport.h"
