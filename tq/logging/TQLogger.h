@@ -157,7 +157,6 @@ class TQLogger : public Object {
   std::string resolveName(OptText identifier) const;
   long currentThreadIndex();
   void logForIdentifierV(OptText identifier, const char* format, va_list args);
-  void followFile();
   void readAppended();
 
   std::atomic<bool> logLine_{true};
