@@ -2,6 +2,8 @@
 
 #include <thread>
 
+#include "tq/platform/system/internal/CurrentService.h"
+
 namespace tq {
 
 namespace {
@@ -20,36 +22,13 @@ class SystemMonotonicClock : public MonotonicClock {
   void sleepUntil(TimePoint deadline) const override { std::this_thread::sleep_until(deadline); }
 };
 
-// One installed instance of a clock kind, read from any thread.
-template <class Clock>
-class Installed {
- public:
-  explicit Installed(std::shared_ptr<const Clock> system) : system_(std::move(system)) {}
-  std::shared_ptr<const Clock> get() {
-    std::lock_guard lock(mutex_);
-    return installed_ ? installed_ : system_;
-  }
-  std::shared_ptr<const Clock> set(std::shared_ptr<const Clock> clock) {
-    std::lock_guard lock(mutex_);
-    auto previous = installed_ ? installed_ : system_;
-    installed_ = clock == system_ ? nullptr : std::move(clock);
-    return previous;
-  }
-  const std::shared_ptr<const Clock>& system() const { return system_; }
-
- private:
-  std::mutex mutex_;
-  std::shared_ptr<const Clock> system_;
-  std::shared_ptr<const Clock> installed_;
-};
-
-Installed<WallClock>& wallClocks() {
-  static Installed<WallClock> clocks(std::make_shared<SystemWallClock>());
+detail::CurrentService<WallClock>& wallClocks() {
+  static detail::CurrentService<WallClock> clocks(std::make_shared<SystemWallClock>());
   return clocks;
 }
 
-Installed<MonotonicClock>& monotonicClocks() {
-  static Installed<MonotonicClock> clocks(std::make_shared<SystemMonotonicClock>());
+detail::CurrentService<MonotonicClock>& monotonicClocks() {
+  static detail::CurrentService<MonotonicClock> clocks(std::make_shared<SystemMonotonicClock>());
   return clocks;
 }
 
@@ -59,13 +38,13 @@ std::shared_ptr<const WallClock> WallClock::current() { return wallClocks().get(
 std::shared_ptr<const WallClock> WallClock::setCurrent(std::shared_ptr<const WallClock> clock) {
   return wallClocks().set(std::move(clock));
 }
-std::shared_ptr<const WallClock> WallClock::system() { return wallClocks().system(); }
+std::shared_ptr<const WallClock> WallClock::system() { return wallClocks().real(); }
 
 std::shared_ptr<const MonotonicClock> MonotonicClock::current() { return monotonicClocks().get(); }
 std::shared_ptr<const MonotonicClock> MonotonicClock::setCurrent(std::shared_ptr<const MonotonicClock> clock) {
   return monotonicClocks().set(std::move(clock));
 }
-std::shared_ptr<const MonotonicClock> MonotonicClock::system() { return monotonicClocks().system(); }
+std::shared_ptr<const MonotonicClock> MonotonicClock::system() { return monotonicClocks().real(); }
 
 double ManualClock::secondsSince1970() const {
   std::lock_guard lock(mutex_);

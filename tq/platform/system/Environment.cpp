@@ -1,8 +1,8 @@
 #include "tq/platform/system/Environment.h"
 
-#include <atomic>
 #include <cstdlib>
-#include <mutex>
+
+#include "tq/platform/system/internal/CurrentService.h"
 
 namespace tq {
 
@@ -17,40 +17,19 @@ class ProcessEnvironment : public Environment {
   }
 };
 
-struct Installed {
-  std::mutex mutex;
-  std::shared_ptr<const Environment> environment;
-  std::atomic<unsigned long> generation{0};
-};
-
-Installed& installed() {
-  static Installed state;
+detail::CurrentService<Environment>& installed() {
+  static detail::CurrentService<Environment> state(std::make_shared<ProcessEnvironment>());
   return state;
 }
 
 }  // namespace
 
-std::shared_ptr<const Environment> Environment::process() {
-  static const auto environment = std::make_shared<ProcessEnvironment>();
-  return environment;
-}
-
-std::shared_ptr<const Environment> Environment::current() {
-  Installed& state = installed();
-  std::lock_guard lock(state.mutex);
-  return state.environment ? state.environment : process();
-}
-
+std::shared_ptr<const Environment> Environment::process() { return installed().real(); }
+std::shared_ptr<const Environment> Environment::current() { return installed().get(); }
 std::shared_ptr<const Environment> Environment::setCurrent(std::shared_ptr<const Environment> environment) {
-  Installed& state = installed();
-  std::lock_guard lock(state.mutex);
-  std::shared_ptr<const Environment> previous = state.environment ? state.environment : process();
-  state.environment = environment == process() ? nullptr : std::move(environment);
-  state.generation.fetch_add(1, std::memory_order_release);
-  return previous;
+  return installed().set(std::move(environment));
 }
-
-unsigned long Environment::generation() { return installed().generation.load(std::memory_order_acquire); }
+unsigned long Environment::generation() { return installed().generation(); }
 
 std::optional<std::string> FixedEnvironment::variable(std::string_view name) const {
   auto found = variables_.find(name);

@@ -9,7 +9,8 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <mutex>
+
+#include "tq/platform/system/internal/CurrentService.h"
 
 namespace tq {
 
@@ -18,6 +19,12 @@ namespace {
 bool fail(std::error_code* error, int code) {
   if (error) *error = std::error_code(code, std::generic_category());
   return false;
+}
+
+// The empty answer of the operations that answer a value.
+std::nullopt_t failed(std::error_code* error, int code) {
+  fail(error, code);
+  return std::nullopt;
 }
 
 bool succeed(std::error_code* error) {
@@ -49,27 +56,8 @@ bool writeAll(int fd, std::string_view bytes) {
   return true;
 }
 
-class Installed {
- public:
-  std::shared_ptr<const FileSystem> get() {
-    std::lock_guard lock(mutex_);
-    return installed_ ? installed_ : system_;
-  }
-  std::shared_ptr<const FileSystem> set(std::shared_ptr<const FileSystem> fileSystem) {
-    std::lock_guard lock(mutex_);
-    auto previous = installed_ ? installed_ : system_;
-    installed_ = fileSystem == system_ ? nullptr : std::move(fileSystem);
-    return previous;
-  }
-  const std::shared_ptr<const FileSystem> system_ = std::make_shared<FileSystem>();
-
- private:
-  std::mutex mutex_;
-  std::shared_ptr<const FileSystem> installed_;
-};
-
-Installed& installed() {
-  static Installed state;
+detail::CurrentService<FileSystem>& installed() {
+  static detail::CurrentService<FileSystem> state(std::make_shared<FileSystem>());
   return state;
 }
 
@@ -77,7 +65,7 @@ Installed& installed() {
 
 std::optional<std::string> FileSystem::readFile(const std::string& path, std::error_code* error) const {
   int fd = ::open(resolve(path).c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return fail(error, errno), std::nullopt;
+  if (fd < 0) return failed(error, errno);
   std::string contents;
   char buffer[65536];
   for (;;) {
@@ -86,7 +74,7 @@ std::optional<std::string> FileSystem::readFile(const std::string& path, std::er
     if (n < 0) {
       int code = errno;
       ::close(fd);
-      return fail(error, code), std::nullopt;
+      return failed(error, code);
     }
     if (n == 0) break;
     contents.append(buffer, std::size_t(n));
@@ -116,7 +104,7 @@ bool FileSystem::writeFileAtomically(const std::string& path, std::string_view b
 std::optional<std::vector<std::string>> FileSystem::contentsOfDirectory(const std::string& path,
                                                                         std::error_code* error) const {
   DIR* folder = ::opendir(resolve(path).c_str());
-  if (!folder) return fail(error, errno), std::nullopt;
+  if (!folder) return failed(error, errno);
   std::vector<std::string> names;
   errno = 0;
   while (const dirent* entry = ::readdir(folder)) {
@@ -125,7 +113,7 @@ std::optional<std::vector<std::string>> FileSystem::contentsOfDirectory(const st
   }
   int code = errno;
   ::closedir(folder);
-  if (code != 0) return fail(error, code), std::nullopt;
+  if (code != 0) return failed(error, code);
   std::sort(names.begin(), names.end());
   succeed(error);
   return names;
@@ -166,7 +154,7 @@ std::shared_ptr<const FileSystem> FileSystem::current() { return installed().get
 std::shared_ptr<const FileSystem> FileSystem::setCurrent(std::shared_ptr<const FileSystem> fileSystem) {
   return installed().set(std::move(fileSystem));
 }
-std::shared_ptr<const FileSystem> FileSystem::system() { return installed().system_; }
+std::shared_ptr<const FileSystem> FileSystem::system() { return installed().real(); }
 
 RootedFileSystem::RootedFileSystem(std::string root) : root_(std::move(root)) {
   while (root_.size() > 1 && root_.back() == '/') root_.pop_back();
