@@ -14,11 +14,11 @@
 #include <QString>
 #include <cstdio>
 #include <cstring>
-#include <map>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "bench/support/GMimePeer.h"
 #include "tq/encodings/MimeEncoding.h"
 #include "tq/encodings/QuotedPrintableBody.h"
 #include "tq/encodings/TransferEncodings.h"
@@ -388,52 +388,29 @@ CASE(Headers_TQ);
 CASE(Headers_GMime);
 CASE(Headers_KCodecs);
 
+}  // namespace
+
 // Prints, per case, the library's speed-up over the faster of the two peers.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    // CPU time: the machines these run on are shared, and wall time there
-    // measures the neighbours as much as the code.
-    for (const Run& run : runs) {
-      if (run.run_type == Run::RT_Iteration || run.aggregate_name == "median")
-        times_[run.run_name.function_name] = run.GetAdjustedCPUTime();
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-  void Finalize() override {
-    ConsoleReporter::Finalize();
-    for (const auto& [name, time] : times_) {
-      const auto cut = name.find("_TQ");
-      if (cut == std::string::npos || time <= 0) continue;
-      const std::string base = name.substr(0, cut);
+tq::bench::Program tq::bench::program() {
+  return gmimeProgram([](const CaseTimes& times) {
+    for (const std::string& name : times.functions("_TQ")) {
+      const auto time = times.cpuTime({name});
+      if (!time || *time <= 0) continue;
+      const std::string base = name.substr(0, name.find("_TQ"));
+      // The whole text operations are compared with the peers' byte-level ones.
       const std::string group = base == "QPDecodeToText" ? "QPDecode" : base == "QPEncodeText" ? "QPEncode" : base;
       double best = 0;
       std::string bestName;
       for (const char* peer : {"_GMime", "_KCodecs"}) {
-        auto found = times_.find(group + peer);
-        if (found != times_.end() && (best == 0 || found->second < best)) {
-          best = found->second;
+        const auto found = times.cpuTime({group + peer});
+        if (found && (best == 0 || *found < best)) {
+          best = *found;
           bestName = peer + 1;
         }
       }
       if (best > 0)
         std::printf("ratio %-28s vs %-7s (faster peer, CPU time): %.2fx\n", base.c_str(), bestName.c_str(),
-                    best / time);
+                    best / *time);
     }
-  }
-
- private:
-  std::map<std::string, double> times_;
-};
-
-}  // namespace
-
-int main(int argc, char** argv) {
-  g_mime_init();
-  benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  benchmark::Shutdown();
-  g_mime_shutdown();
-  return 0;
+  });
 }

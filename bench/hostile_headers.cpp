@@ -11,9 +11,9 @@
 #include <gmime/gmime.h>
 
 #include <cstdio>
-#include <map>
 #include <string>
 
+#include "bench/support/GMimePeer.h"
 #include "tq/encodings/MimeEncoding.h"
 
 namespace {
@@ -64,42 +64,19 @@ SIZES(Openings_GMime);
 SIZES(TinyWords_TQ)->Arg(300000)->Arg(1000000);
 SIZES(TinyWords_GMime);
 
-class GrowthReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    // CPU time: the machine is shared.
-    for (const Run& run : runs) times_[run.run_name.function_name][run.run_name.args] = run.GetAdjustedCPUTime();
-    ConsoleReporter::ReportRuns(runs);
-  }
-  void Finalize() override {
-    ConsoleReporter::Finalize();
-    for (const auto& [name, bySize] : times_) {
-      auto small = bySize.find("10000"), large = bySize.find("100000");
-      if (small == bySize.end() || large == bySize.end() || small->second <= 0) continue;
-      std::printf("growth %-16s time for 10x the input: %.1fx (linear is 10x)\n", name.c_str(),
-                  large->second / small->second);
-    }
-    for (const char* shape : {"Openings", "TinyWords"}) {
-      auto ours = times_.find(std::string(shape) + "_TQ"), peer = times_.find(std::string(shape) + "_GMime");
-      if (ours == times_.end() || peer == times_.end()) continue;
-      auto a = ours->second.find("100000"), b = peer->second.find("100000");
-      if (a != ours->second.end() && b != peer->second.end() && a->second > 0)
-        std::printf("ratio  %-16s vs GMime at 100,000 units (CPU time): %.2fx\n", shape, b->second / a->second);
-    }
-  }
-
- private:
-  std::map<std::string, std::map<std::string, double>> times_;
-};
-
 }  // namespace
 
-int main(int argc, char** argv) {
-  g_mime_init();
-  benchmark::Initialize(&argc, argv);
-  GrowthReporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  benchmark::Shutdown();
-  g_mime_shutdown();
-  return 0;
+// After the table: how the time grew for ten times the input, and the
+// speed-up over GMime at the largest size both decode.
+tq::bench::Program tq::bench::program() {
+  return gmimeProgram([](const CaseTimes& times) {
+    for (const std::string& name : times.functions()) {
+      if (auto growth = times.ratio({name, "100000"}, {name, "10000"}))
+        std::printf("growth %-16s time for 10x the input: %.1fx (linear is 10x)\n", name.c_str(), *growth);
+    }
+    for (const std::string shape : {"Openings", "TinyWords"}) {
+      if (auto speedUp = times.ratio({shape + "_GMime", "100000"}, {shape + "_TQ", "100000"}))
+        std::printf("ratio  %-16s vs GMime at 100,000 units (CPU time): %.2fx\n", shape.c_str(), *speedUp);
+    }
+  });
 }

@@ -23,6 +23,7 @@
 #include <thread>
 #include <vector>
 
+#include "bench/support/PeerRatio.h"
 #include "tq/logging/TQLogger.h"
 #include "tq/platform/dispatch/DispatchGroup.h"
 #include "tq/platform/dispatch/DispatchQueue.h"
@@ -176,11 +177,10 @@ BENCHMARK(BM_DispatchQueueEmptyWork)->UseRealTime()->Unit(benchmark::kMicrosecon
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  printComparison();
-  return 0;
+// The logger comparison runs after the Google Benchmark cases, and prints its
+// own table and ratios.
+tq::bench::Program tq::bench::program() {
+  Program program;
+  program.tearDown = printComparison;
+  return program;
 }

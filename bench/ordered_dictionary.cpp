@@ -8,11 +8,11 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <map>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "bench/support/PeerRatio.h"
 #include "tq/collections/TQMutableOrderedDictionary.h"
 #include "tq/platform/value/Number.h"
 #include "tq/platform/value/String.h"
@@ -150,41 +150,20 @@ BENCHMARK(BM_TSL_LookupByIndex);
 BENCHMARK(BM_TQ_Iterate)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_TSL_Iterate)->Unit(benchmark::kMillisecond);
 
-// Prints tq/tsl CPU-time ratios after the table (below 1 means tq is faster);
-// CPU time, because wall time on a shared machine mostly measures the neighbours.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& run : runs) {
-      std::string name = run.benchmark_name();
-      times_[name.substr(0, name.find('/'))] = run.GetAdjustedCPUTime();
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-  void Finalize() override {
-    ConsoleReporter::Finalize();
+}  // namespace
+
+// Prints tq/tsl CPU-time ratios after the table (below 1 means tq is faster).
+tq::bench::Program tq::bench::program() {
+  Program program;
+  program.summary = [](const CaseTimes& times) {
     const std::pair<const char*, const char*> operations[] = {{"Insert", "insert"},
                                                               {"LookupByKey", "lookup-by-key"},
                                                               {"LookupByIndex", "lookup-by-index"},
                                                               {"Iterate", "iterate"}};
     for (const auto& [operation, label] : operations) {
-      auto ours = times_.find(std::string("BM_TQ_") + operation);
-      auto theirs = times_.find(std::string("BM_TSL_") + operation);
-      if (ours == times_.end() || theirs == times_.end() || theirs->second <= 0) continue;
-      std::printf("ratio %s tq/tsl = %.2f\n", label, ours->second / theirs->second);
+      if (auto ratio = times.ratio({std::string("BM_TQ_") + operation}, {std::string("BM_TSL_") + operation}))
+        std::printf("ratio %s tq/tsl = %.2f\n", label, *ratio);
     }
-  }
-
- private:
-  std::map<std::string, double> times_;
-};
-
-}  // namespace
-
-int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  benchmark::Shutdown();
-  return 0;
+  };
+  return program;
 }

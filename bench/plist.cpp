@@ -9,9 +9,9 @@
 #include <plist/plist.h>
 
 #include <cstdio>
-#include <map>
 #include <string>
 
+#include "bench/support/PeerRatio.h"
 #include "tq/platform/collection/Array.h"
 #include "tq/platform/value/Date.h"
 #include "tq/platform/collection/Dictionary.h"
@@ -132,36 +132,17 @@ CASE(BinaryRead_libplist);
 CASE(BinaryWrite_TQ);
 CASE(BinaryWrite_libplist);
 
-// Prints, per case, the library's speed-up over libplist (CPU time: the
-// machines are shared, and wall time there measures the neighbours too).
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& run : runs) times_[run.run_name.function_name] = run.GetAdjustedCPUTime();
-    ConsoleReporter::ReportRuns(runs);
-  }
-  void Finalize() override {
-    ConsoleReporter::Finalize();
-    for (const auto& [name, time] : times_) {
-      const auto cut = name.find("_TQ");
-      if (cut == std::string::npos || time <= 0) continue;
-      auto peer = times_.find(name.substr(0, cut) + "_libplist");
-      if (peer != times_.end()) {
-        std::printf("ratio %-12s vs libplist (CPU time): %.2fx\n", name.substr(0, cut).c_str(), peer->second / time);
-      }
-    }
-  }
-
- private:
-  std::map<std::string, double> times_;
-};
-
 }  // namespace
 
-int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  benchmark::Shutdown();
-  return 0;
+// Prints, per case, the library's speed-up over libplist.
+tq::bench::Program tq::bench::program() {
+  Program program;
+  program.summary = [](const CaseTimes& times) {
+    for (const std::string& name : times.functions("_TQ")) {
+      const std::string base = name.substr(0, name.find("_TQ"));
+      if (auto speedUp = times.ratio({base + "_libplist"}, {name}))
+        std::printf("ratio %-12s vs libplist (CPU time): %.2fx\n", base.c_str(), *speedUp);
+    }
+  };
+  return program;
 }

@@ -10,6 +10,7 @@
 #include <map>
 #include <string>
 
+#include "bench/support/GMimePeer.h"
 #include "tq/encodings/RFC2822.h"
 
 namespace {
@@ -99,41 +100,14 @@ BENCHMARK(BM_TQ_PartitionHeaderAndBody);
 BENCHMARK(BM_TQ_PartitionRanges_NoBlankLine);
 BENCHMARK(BM_GMime_HeaderEnd);
 
-// Prints each library case's speed-up over the peer after the table.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    // CPU time, as the byte rates use: the machine is shared. With
-    // repetitions, the medians stand for their benchmarks.
-    for (const Run& run : runs) {
-      if (run.run_type == Run::RT_Aggregate && run.aggregate_name != "median") continue;
-      times_[run.run_name.function_name] = run.GetAdjustedCPUTime();
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-  void Finalize() override {
-    ConsoleReporter::Finalize();
-    auto peer = times_.find("BM_GMime_HeaderEnd");
-    if (peer == times_.end()) return;
-    for (const auto& [name, time] : times_) {
-      if (name.rfind("BM_TQ_", 0) == 0 && time > 0) {
-        std::printf("ratio %s vs GMime: %.1fx faster\n", name.c_str(), peer->second / time);
-      }
-    }
-  }
-
- private:
-  std::map<std::string, double> times_;
-};
-
 }  // namespace
 
-int main(int argc, char** argv) {
-  g_mime_init();
-  benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  benchmark::Shutdown();
-  g_mime_shutdown();
-  return 0;
+// Prints each library case's speed-up over the peer after the table.
+tq::bench::Program tq::bench::program() {
+  return gmimeProgram([](const CaseTimes& times) {
+    for (const std::string& name : times.functions("BM_TQ_")) {
+      if (auto speedUp = times.ratio({"BM_GMime_HeaderEnd"}, {name}))
+        std::printf("ratio %s vs GMime: %.1fx faster\n", name.c_str(), *speedUp);
+    }
+  });
 }

@@ -4,17 +4,15 @@
 // checks that every chunk but the last is full.
 
 #include <cstdint>
-#include <cstdlib>
 #include <optional>
 #include <string>
 
+#include "fuzz/support/FuzzCheck.h"
 #include "tq/encodings/TransferEncodings.h"
 
 namespace {
 
-void check(bool condition) {
-  if (!condition) std::abort();
-}
+using tq::fuzz::check;
 
 int digit(unsigned char c, bool urlSafe) {
   if (c >= 'A' && c <= 'Z') return c - 'A';

@@ -6,18 +6,12 @@
 // each), then the Base64 text.
 
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
+#include "fuzz/support/FuzzCheck.h"
 #include "tq/encodings/TransferEncodings.h"
 
-namespace {
-
-void check(bool condition) {
-  if (!condition) std::abort();
-}
-
-}  // namespace
+using tq::fuzz::check;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;

@@ -3,18 +3,12 @@
 // never holds raw bytes outside ASCII.
 
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
+#include "fuzz/support/FuzzCheck.h"
 #include "tq/encodings/TransferEncodings.h"
 
-namespace {
-
-void check(bool condition) {
-  if (!condition) std::abort();
-}
-
-}  // namespace
+using tq::fuzz::check;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view input(reinterpret_cast<const char*>(data), size);

@@ -7,18 +7,16 @@
 // (little-endian pairs), so that lone surrogates reach the decoder.
 
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
+#include "fuzz/support/FuzzCheck.h"
 #include "tq/encodings/MimeEncoding.h"
 #include "tq/platform/object/PlatformLog.h"
 #include "tq/platform/value/CharacterSet.h"
 
 namespace {
 
-void check(bool condition) {
-  if (!condition) std::abort();
-}
+using tq::fuzz::check;
 
 void quiet(const std::string&) {}
 

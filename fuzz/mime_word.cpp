@@ -6,17 +6,15 @@
 
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 
+#include "fuzz/support/FuzzCheck.h"
 #include "tq/encodings/MimeEncoding.h"
 #include "tq/encodings/QuotedPrintableBody.h"
 
 namespace {
 
-void check(bool condition) {
-  if (!condition) std::abort();
-}
+using tq::fuzz::check;
 
 constexpr tq::StringEncoding Preferred[] = {
     tq::NoStringEncoding,        tq::ASCIIStringEncoding,         tq::UTF8StringEncoding,

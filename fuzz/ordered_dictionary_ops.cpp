@@ -8,11 +8,11 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <optional>
 #include <utility>
 #include <vector>
 
+#include "fuzz/support/FuzzCheck.h"
 #include "tq/collections/TQMutableOrderedDictionary.h"
 #include "tq/platform/object/Exception.h"
 #include "tq/platform/value/Number.h"
@@ -35,9 +35,7 @@ class Input {
   std::size_t at_ = 0;
 };
 
-void check(bool condition) {
-  if (!condition) std::abort();
-}
+using tq::fuzz::check;
 
 std::optional<Index> positionOfKey(const Model& model, int key) {
   for (Index i = 0; i < model.size(); ++i) {

@@ -4,16 +4,14 @@
 // the two modes agree; and both modes match a byte-by-byte decoder.
 
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
+#include "fuzz/support/FuzzCheck.h"
 #include "tq/encodings/TransferEncodings.h"
 
 namespace {
 
-void check(bool condition) {
-  if (!condition) std::abort();
-}
+using tq::fuzz::check;
 
 int hex(unsigned char c) {
   if (c >= '0' && c <= '9') return c - '0';

@@ -8,18 +8,16 @@
 // UTF-16 (little-endian pairs), so lone surrogates reach the scanner.
 
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
+#include "fuzz/support/FuzzCheck.h"
 #include "tq/platform/value/CharacterSet.h"
 #include "tq/platform/value/Scanner.h"
 #include "tq/platform/value/String.h"
 
 namespace {
 
-void check(bool condition) {
-  if (!condition) std::abort();
-}
+using tq::fuzz::check;
 
 // Built once: making a character set fills a table for the whole BMP.
 tq::Ref<tq::CharacterSet> skipSet(unsigned choice) {

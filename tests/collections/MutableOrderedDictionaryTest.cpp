@@ -8,11 +8,8 @@
 namespace tq {
 namespace {
 
-using testing::isConsistent;
-using testing::keysOf;
-using testing::lettered;
-using testing::objectsOf;
-using testing::raisedBy;
+// The helpers of OrderedDictionaryTestSupport.h.
+using namespace testing;
 
 TEST(MutableOrderedDictionaryAdding, ExistingKeyMovesToTheEnd) {
   auto d = lettered(3);

@@ -9,10 +9,8 @@
 namespace tq {
 namespace {
 
-using testing::keysOf;
-using testing::lettered;
-using testing::objectsOf;
-using testing::raisedBy;
+// The helpers of OrderedDictionaryTestSupport.h.
+using namespace testing;
 
 TEST(OrderedDictionaryAccess, IndexAndKeyLookupsAgree) {
   auto d = lettered(3);

@@ -13,11 +13,8 @@
 namespace tq {
 namespace {
 
-using testing::isConsistent;
-using testing::keysOf;
-using testing::lettered;
-using testing::objectsOf;
-using testing::raisedBy;
+// The helpers of OrderedDictionaryTestSupport.h.
+using namespace testing;
 
 TEST(OrderedDictionaryCheckedInitialiser, MismatchedCountsRaiseInternalInconsistency) {
   TQ_REQUIRE_ASSERTIONS();

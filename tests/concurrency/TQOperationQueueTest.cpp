@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/Eventually.h"
 #include "tq/concurrency/TQOperationQueue.h"
 #include "tq/platform/object/Assert.h"
 #include "tq/platform/dispatch/DispatchSemaphore.h"
@@ -21,31 +22,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-struct Recorder {
-  std::mutex m;
-  std::vector<std::string> events;
-  void operator()(std::string e) {
-    std::lock_guard lock(m);
-    events.push_back(std::move(e));
-  }
-  std::vector<std::string> snapshot() {
-    std::lock_guard lock(m);
-    return events;
-  }
-  std::size_t indexOf(const std::string& e) {
-    auto all = snapshot();
-    return std::size_t(std::find(all.begin(), all.end(), e) - all.begin());
-  }
-};
-
-bool eventually(const std::function<bool()>& condition, double seconds = 5.0) {
-  auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-  while (std::chrono::steady_clock::now() < deadline) {
-    if (condition()) return true;
-    std::this_thread::sleep_for(1ms);
-  }
-  return condition();
-}
+using Recorder = testing::Recorder<>;
+using testing::eventually;
 
 TEST(TQOperationQueueTest, FinalBlockQueueWaitsForStartThenRunsEverythingBeforeTheFinalWork) {
   Recorder record;

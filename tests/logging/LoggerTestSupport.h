@@ -8,13 +8,13 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
-#include <mutex>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "tests/support/Eventually.h"
 #include "tq/logging/LogConsoleSink.h"
 #include "tq/logging/TQLogger.h"
 #include "tq/platform/system/Clocks.h"
@@ -46,20 +46,13 @@ inline constexpr double fixedMomentSince1970 = 1714641303.120 + 0.0001;
 class RecordingConsole {
  public:
   RecordingConsole() {
-    previous_ = setLogConsoleSink([this](const LogConsoleRecord& r) {
-      std::lock_guard lock(mutex_);
-      records_.push_back(r);
-    });
+    previous_ = setLogConsoleSink([this](const LogConsoleRecord& r) { records_(r); });
   }
   ~RecordingConsole() { setLogConsoleSink(previous_); }
-  std::vector<LogConsoleRecord> records() {
-    std::lock_guard lock(mutex_);
-    return records_;
-  }
+  std::vector<LogConsoleRecord> records() { return records_.snapshot(); }
 
  private:
-  std::mutex mutex_;
-  std::vector<LogConsoleRecord> records_;
+  Recorder<LogConsoleRecord> records_;
   LogConsoleSink previous_;
 };
 

@@ -3,10 +3,9 @@
 // Esc quits. Skipped when tmux or the tqkit binary of this build is missing.
 
 #include <chrono>
-#include <cstdio>
-#include <thread>
 
 #include "tests/logging/LoggerTestSupport.h"
+#include "tests/support/RunCommand.h"
 
 namespace tq {
 namespace {
@@ -14,18 +13,7 @@ namespace {
 using namespace tq::testing;
 using namespace std::chrono_literals;
 
-std::string run(const std::string& command) {
-  std::string output;
-  if (FILE* pipe = ::popen(command.c_str(), "r")) {
-    char buffer[4096];
-    std::size_t n;
-    while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) output.append(buffer, n);
-    ::pclose(pipe);
-  }
-  return output;
-}
-
-std::string quoted(const std::string& text) { return "'" + text + "'"; }
+std::string run(const std::string& command) { return runCommand(command).output; }
 
 class TmuxConsole {
  public:
@@ -33,16 +21,13 @@ class TmuxConsole {
   ~TmuxConsole() { run(tmux("kill-server") + " 2>/dev/null"); }
 
   std::string tmux(const std::string& arguments) const { return "tmux -L " + socket_ + " " + arguments; }
-  void start(const std::string& command) { run(tmux("new-session -d -s c -x 100 -y 20 " + quoted(command))); }
+  void start(const std::string& command) { run(tmux("new-session -d -s c -x 100 -y 20 " + shellQuoted(command))); }
   void keys(const std::string& keys) { run(tmux("send-keys -t c " + keys)); }
   std::string screen() const { return run(tmux("capture-pane -p -t c") + " 2>/dev/null"); }
   bool running() const { return std::system((tmux("has-session -t c") + " 2>/dev/null").c_str()) == 0; }
+  // Each look at the screen runs tmux: looked at every 50 ms.
   bool waitFor(const std::function<bool(const std::string&)>& condition) const {
-    for (int i = 0; i < 100; ++i) {
-      if (condition(screen())) return true;
-      std::this_thread::sleep_for(50ms);
-    }
-    return false;
+    return eventually([&] { return condition(screen()); }, 5.0, 50ms);
   }
 
  private:
@@ -52,7 +37,7 @@ class TmuxConsole {
 bool has(const std::string& screen, const std::string& text) { return screen.find(text) != std::string::npos; }
 
 TEST(TqkitConsoleInteractiveTest, FilterFollowClearAndQuit) {
-  fs::path tqkit = fs::read_symlink("/proc/self/exe").parent_path().parent_path() / "tools/tqkit/tqkit";
+  fs::path tqkit = tqkitOfThisBuild();
   if (!fs::exists(tqkit)) GTEST_SKIP() << "tqkit is not built in this tree";
   if (std::system("tmux -V >/dev/null 2>&1") != 0) GTEST_SKIP() << "tmux is not installed";
   auto folder = makeTemporaryFolder("tmux");
@@ -75,6 +60,10 @@ TEST(TqkitConsoleInteractiveTest, FilterFollowClearAndQuit) {
   ASSERT_TRUE(console.waitFor([](auto& s) { return has(s, "Filter: alp_") && !has(s, "beta two"); }))
       << console.screen();
 
+  // Lines appended to the same file show as they come, numbered on.
+  ASSERT_EQ(std::system(("printf 'alpha appended\\n' >> " + log).c_str()), 0);
+  ASSERT_TRUE(console.waitFor([](auto& s) { return has(s, "     4 : alpha appended"); })) << console.screen();
+
   logLines("'alpha four' 'gamma'");  // a new launch recreates the log
   ASSERT_TRUE(console.waitFor([](auto& s) { return has(s, "alpha four") && !has(s, "alpha one"); }))
       << console.screen();
@@ -86,8 +75,7 @@ TEST(TqkitConsoleInteractiveTest, FilterFollowClearAndQuit) {
   ASSERT_TRUE(console.waitFor([](auto& s) { return has(s, "alpha four"); })) << console.screen();
 
   console.keys("Escape");
-  for (int i = 0; i < 100 && console.running(); ++i) std::this_thread::sleep_for(50ms);
-  EXPECT_FALSE(console.running());
+  EXPECT_TRUE(eventually([&] { return !console.running(); }, 5.0, 50ms)) << "Esc quits";
   fs::remove_all(folder);
 }
 

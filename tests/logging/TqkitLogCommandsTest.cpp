@@ -1,15 +1,20 @@
 // tqkit log and the plain tqkit console, run as a user runs them. Skipped
 // when the tqkit binary of this build is missing.
 
+#include <signal.h>
+
+#include <cstdlib>
 #include <regex>
 
 #include "tests/logging/LoggerTestSupport.h"
+#include "tests/support/Eventually.h"
 #include "tests/support/RunCommand.h"
 
 namespace tq {
 namespace {
 
 using namespace tq::testing;
+using namespace std::chrono_literals;
 
 class TqkitLogTest : public ::testing::Test {
  protected:
@@ -70,6 +75,35 @@ TEST_F(TqkitLogTest, PlainConsolePrintsTheFilteredEntries) {
   EXPECT_TRUE(std::regex_match(filtered.output, std::regex(R"(     3 : .*\[_net\] Sync error ignored\n)")))
       << filtered.output;
   EXPECT_EQ(tqkit("console --plain --log " + (folder_ / "missing.log").string()).status, 1);
+}
+
+TEST_F(TqkitLogTest, FollowingConsoleNumbersARecreatedLogFromOne) {
+  ASSERT_EQ(tqkit("log --no-console --log " + log_ + " 'alpha one' 'beta two' 'alpha three'").status, 0);
+  const fs::path shown = folder_ / "shown.txt";
+  // The console follows until it is stopped; it runs in the background and
+  // prints into a file.
+  CommandResult started = runCommand(tqkit_ + " console --plain --follow --log " + shellQuoted(log_) + " >" +
+                                     shellQuoted(shown.string()) + " 2>/dev/null </dev/null & echo $!");
+  const pid_t console = pid_t(std::atol(started.output.c_str()));
+  ASSERT_GT(console, 0) << started.output;
+  struct Stop {
+    pid_t pid;
+    ~Stop() { ::kill(pid, SIGTERM); }
+  } stop{console};
+  auto shows = [&](const std::string& text) {
+    return eventually([&] { return readWholeFile(shown).find(text) != std::string::npos; }, 10.0, 10ms);
+  };
+  ASSERT_TRUE(shows("alpha three")) << readWholeFile(shown);
+  // Every launch recreates the log, and the console starts over with it.
+  ASSERT_EQ(tqkit("log --no-console --log " + log_ + " 'second launch' 'and on'").status, 0);
+  ASSERT_TRUE(shows("and on")) << readWholeFile(shown);
+  ASSERT_EQ(tqkit("log --no-console --log " + log_ + " 'third launch'").status, 0);
+  ASSERT_TRUE(shows("third launch")) << readWholeFile(shown);
+  const std::string text = readWholeFile(shown);
+  EXPECT_TRUE(std::regex_match(text, std::regex(R"(     1 : .*alpha one\n     2 : .*\n     3 : .*alpha three\n)"
+                                                 R"(     1 : .*second launch\n     2 : .*and on\n)"
+                                                 R"(     1 : .*third launch\n)")))
+      << text;
 }
 
 }  // namespace

@@ -9,12 +9,11 @@
 #include <vector>
 
 #include "Command.h"
+#include "tq/Version.h"
 
 using namespace tqkit;
 
 namespace {
-
-constexpr const char* Version = "0.1.0";
 
 // What is still buffered must reach its destination: a full disk or a closed
 // pipe is a failure, as with every other tool.
@@ -31,7 +30,7 @@ int closeStandardOutput(int status) {
 int main(int argc, char** argv) {
   std::vector<std::string> words(argv + 1, argv + argc);
   if (!words.empty() && words[0] == "--version") {
-    std::printf("tqkit %s\n", Version);
+    std::printf("tqkit %s\n", tq::versionString);
     return closeStandardOutput(Success);
   }
   return closeStandardOutput(runTqkit(std::move(words), Streams{stdin, stdout, stderr}));

@@ -9,7 +9,7 @@
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
 
-#if defined(__SSE2__)
+#if defined(__SSE2__) && TQ_VECTOR_PATHS
 #include <emmintrin.h>
 #endif
 
@@ -78,7 +78,7 @@ std::u16string qEncode(std::string_view bytes) {
   return out;
 }
 
-#if defined(__SSE2__)
+#if defined(__SSE2__) && TQ_VECTOR_PATHS
 // Text is narrowed to bytes sixteen units at a time, capped at 0xFF: ASCII
 // stays as it is and anything else becomes 0x80 or more, which the sign bit
 // of each byte then shows.
@@ -102,7 +102,7 @@ bool appendUTF8(std::u16string_view text, std::size_t& i, std::size_t stop, char
   std::uint8_t* o = reinterpret_cast<std::uint8_t*>(bytes);
   std::size_t k = size;
   while (i < stop) {
-#if defined(__SSE2__)
+#if defined(__SSE2__) && TQ_VECTOR_PATHS
     // Mail bodies are mostly ASCII: sixteen units at a time while they are.
     if (i + 16 <= stop) {
       const __m128i b = load16(text.data() + i);

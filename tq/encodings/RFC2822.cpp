@@ -3,12 +3,8 @@
 #include <cstdint>
 #include <cstring>
 
-#if defined(__x86_64__)
-#include <immintrin.h>
-#endif
-
 #include "tq/platform/object/Assert.h"
-#include "tq/platform/system/VectorSupport.h"
+#include "tq/encodings/internal/VectorDispatch.h"
 
 namespace tq::RFC2822 {
 namespace {
@@ -32,66 +28,15 @@ std::size_t findScalar(std::string_view haystack, std::string_view needle, std::
   return std::string_view::npos;
 }
 
+// The portable search's part of a blank-line search: no block is tested, and
+// the scalar search takes every position.
+std::size_t findBlocksPortable(const char*, std::size_t, const char*, std::size_t, std::size_t&) {
+  return std::string_view::npos;
+}
+
 // Finds `needle`. A blank-line search in a message without one visits every
-// line end, so positions are tested a block at a time: one comparison mask
-// per needle byte, shifted by that byte's offset, and their intersection
-// marks the starts of whole matches. The needles are two to four bytes long,
-// so each length has its own loop, fully unrolled, with one branch per 64
-// positions. Answers npos with `i` at the first position not yet tested.
-#if defined(__SSE2__)
-template <std::size_t N>
-std::size_t findBlocksSSE2(const char* base, std::size_t size, const char* needle, std::size_t& i) {
-  __m128i pattern[N];
-  for (std::size_t k = 0; k < N; ++k) pattern[k] = _mm_set1_epi8(needle[k]);
-  for (; i + 64 + N - 1 <= size; i += 64) {
-    std::uint64_t hits = 0;
-    for (std::size_t part = 0; part < 4; ++part) {
-      unsigned partHits = 0xFFFF;
-      for (std::size_t k = 0; k < N; ++k) {
-        const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(base + i + 16 * part + k));
-        partHits &= unsigned(_mm_movemask_epi8(_mm_cmpeq_epi8(block, pattern[k])));
-      }
-      hits |= std::uint64_t(partHits) << (16 * part);
-    }
-    if (hits) return i + std::size_t(__builtin_ctzll(hits));
-  }
-  return std::string_view::npos;
-}
-#endif
-
-#if defined(__x86_64__)
-template <std::size_t N>
-__attribute__((target("avx2"))) std::size_t findBlocksAVX2(const char* base, std::size_t size, const char* needle,
-                                                           std::size_t& i) {
-  __m256i pattern[N];
-  for (std::size_t k = 0; k < N; ++k) pattern[k] = _mm256_set1_epi8(needle[k]);
-  for (; i + 64 + N - 1 <= size; i += 64) {
-    std::uint32_t low = 0xFFFFFFFFu, high = 0xFFFFFFFFu;
-    for (std::size_t k = 0; k < N; ++k) {
-      const __m256i first = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(base + i + k));
-      const __m256i second = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(base + i + 32 + k));
-      low &= std::uint32_t(_mm256_movemask_epi8(_mm256_cmpeq_epi8(first, pattern[k])));
-      high &= std::uint32_t(_mm256_movemask_epi8(_mm256_cmpeq_epi8(second, pattern[k])));
-    }
-    const std::uint64_t hits = low | std::uint64_t(high) << 32;
-    if (hits) return i + std::size_t(__builtin_ctzll(hits));
-  }
-  return std::string_view::npos;
-}
-#endif
-
-template <std::size_t N>
-std::size_t findBlocks(const char* base, std::size_t size, const char* needle, std::size_t& i) {
-#if defined(__x86_64__)
-  if (VectorSupport::useAVX2()) return findBlocksAVX2<N>(base, size, needle, i);
-#endif
-#if defined(__SSE2__)
-  return findBlocksSSE2<N>(base, size, needle, i);
-#else
-  return std::string_view::npos;
-#endif
-}
-
+// line end, so the vector loops test a block of positions at a time; the
+// scalar search takes the positions they leave.
 std::size_t find(std::string_view haystack, std::string_view needle) {
   const std::size_t n = needle.size();
   if (n == 0 || haystack.size() < n) return std::string_view::npos;
@@ -99,10 +44,10 @@ std::size_t find(std::string_view haystack, std::string_view needle) {
     const void* hit = std::memchr(haystack.data(), needle[0], haystack.size());
     return hit ? std::size_t(static_cast<const char*>(hit) - haystack.data()) : std::string_view::npos;
   }
+  static const EncodingLoops::BlankLineSearch findBlocks = EncodingLoops::widest<EncodingLoops::BlankLineSearch>(
+      {&findBlocksPortable, TQ_VECTOR_LOOP(blankLineSearchSSE2), TQ_VECTOR_LOOP(blankLineSearchAVX2), nullptr});
   std::size_t i = 0;
-  std::size_t found = std::string_view::npos;
-  if (n == 2) found = findBlocks<2>(haystack.data(), haystack.size(), needle.data(), i);
-  if (n == 4) found = findBlocks<4>(haystack.data(), haystack.size(), needle.data(), i);
+  const std::size_t found = findBlocks(haystack.data(), haystack.size(), needle.data(), n, i);
   return found != std::string_view::npos ? found : findScalar(haystack, needle, i);
 }
 

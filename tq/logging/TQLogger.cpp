@@ -95,7 +95,7 @@ TQLogger::TQLogger() {
 
 TQLogger::~TQLogger() {
   if (readSource_) readSource_->cancel();
-  if (readFd_ >= 0) ::close(readFd_);
+  follower_.reset();
   if (fileSink_) fileSink_->flush();
   fileSink_.reset();
   if (writeFd_ >= 0) ::close(writeFd_);

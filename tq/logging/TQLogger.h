@@ -20,6 +20,7 @@
 #include "tq/logging/TQLogEntry.h"
 #include "tq/platform/dispatch/DispatchSource.h"
 #include "tq/platform/dispatch/OperationQueue.h"
+#include "tq/platform/system/LineFollower.h"
 
 #define TQ_PRINTF_LIKE(fmt, args) __attribute__((format(printf, fmt, args)))
 
@@ -174,11 +175,11 @@ class TQLogger : public Object {
 
   mutable std::mutex delegateMutex_;
   std::weak_ptr<TQLoggerDelegate> delegate_;
-  int readFd_ = -1;
   DispatchSourceRef readSource_;
-  // The follower's reads, and the end of a line still being written.
+  // The follower's reads, and the file it reads (there exactly while a
+  // delegate is set).
   std::mutex followMutex_;
-  std::string unfinishedLine_;
+  std::optional<LineFollower> follower_;
 };
 
 }  // namespace tq

@@ -14,6 +14,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/Eventually.h"
 #include "tq/platform/dispatch/DispatchGroup.h"
 #include "tq/platform/dispatch/DispatchQueue.h"
 #include "tq/platform/dispatch/DispatchSemaphore.h"
@@ -25,14 +26,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-bool eventually(const std::function<bool()>& condition, double seconds = 5.0) {
-  auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-  while (std::chrono::steady_clock::now() < deadline) {
-    if (condition()) return true;
-    std::this_thread::sleep_for(1ms);
-  }
-  return condition();
-}
+using testing::eventually;
 
 TEST(DispatchQueueTest, SerialQueueKeepsEachProducersOrderAndNeverOverlaps) {
   auto queue = DispatchQueue::createSerial("test.serial");

@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/Eventually.h"
 #include "tq/platform/collection/Array.h"
 #include "tq/platform/dispatch/DispatchSemaphore.h"
 #include "tq/platform/object/Exception.h"
@@ -22,18 +23,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-struct Recorder {
-  std::mutex m;
-  std::vector<std::string> events;
-  void operator()(std::string e) {
-    std::lock_guard lock(m);
-    events.push_back(std::move(e));
-  }
-  std::vector<std::string> snapshot() {
-    std::lock_guard lock(m);
-    return events;
-  }
-};
+using Recorder = testing::Recorder<>;
+using testing::eventually;
 
 Ref<BlockOperation> op(std::function<void()> work) { return BlockOperation::blockOperationWithBlock(std::move(work)); }
 
@@ -246,9 +237,8 @@ TEST(OperationQueueTest, ReleasedQueueFinishesTheRunningOperation) {
   }
   EXPECT_FALSE(weak.expired()) << "a running operation keeps its queue";
   release.signal();
-  for (int i = 0; i < 500 && !weak.expired(); ++i) std::this_thread::sleep_for(2ms);
+  EXPECT_TRUE(eventually([&] { return weak.expired(); }, 1.0, 2ms));
   EXPECT_TRUE(finished.load());
-  EXPECT_TRUE(weak.expired());
 }
 
 }  // namespace

@@ -2,86 +2,28 @@
 // text of a log; follows the file as it grows; on a terminal, an interactive
 // filter.
 
-#include <fcntl.h>
 #include <poll.h>
 #include <sys/ioctl.h>
-#include <sys/stat.h>
 #include <termios.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <sstream>
 #include <string>
+#include <utility>
 
 #include "Command.h"
 #include "tq/logging/TQConsoleWindowController.h"
 #include "tq/platform/dispatch/DispatchSource.h"
 #include "tq/platform/dispatch/RunLoop.h"
+#include "tq/platform/system/LineFollower.h"
 
 using namespace tqkit;
 
 namespace {
-
-// Reads the log file and what is appended to it. A log that is recreated
-// (every launch of a host does that) is noticed by its new inode and read
-// again from its start.
-class LogFileReader {
- public:
-  explicit LogFileReader(std::string path) : path_(std::move(path)) {}
-  ~LogFileReader() {
-    if (fd_ >= 0) ::close(fd_);
-  }
-
-  // The whole file, a last line without its line break included (a file
-  // that is not growing may simply end that way).
-  std::string readAll() {
-    reopen();
-    std::string text = readNew();
-    text += unfinished_;
-    unfinished_.clear();
-    return text;
-  }
-
-  // Whole lines appended since the last read; `restarted` tells of a new
-  // file. A read can overtake a write in progress: the end of a line not yet
-  // written in full waits for the next read.
-  std::string readNew(bool* restarted = nullptr) {
-    struct stat byPath {};
-    if (::stat(path_.c_str(), &byPath) == 0 && (fd_ < 0 || byPath.st_ino != inode_)) {
-      reopen();
-      if (restarted) *restarted = true;
-    }
-    if (fd_ < 0) return std::string();
-    std::string text = std::move(unfinished_);
-    unfinished_.clear();
-    char buffer[65536];
-    ssize_t n;
-    while ((n = ::read(fd_, buffer, sizeof buffer)) > 0) text.append(buffer, std::size_t(n));
-    std::size_t lastBreak = text.rfind('\n');
-    std::size_t complete = lastBreak == std::string::npos ? 0 : lastBreak + 1;
-    unfinished_.assign(text, complete, std::string::npos);
-    text.resize(complete);
-    return text;
-  }
-
-  bool exists() const { return ::access(path_.c_str(), R_OK) == 0; }
-
- private:
-  void reopen() {
-    unfinished_.clear();
-    if (fd_ >= 0) ::close(fd_);
-    fd_ = ::open(path_.c_str(), O_RDONLY | O_CLOEXEC);
-    struct stat st {};
-    inode_ = fd_ >= 0 && ::fstat(fd_, &st) == 0 ? st.st_ino : 0;
-  }
-
-  std::string path_;
-  int fd_ = -1;
-  ino_t inode_ = 0;
-  std::string unfinished_;
-};
 
 void writeOut(const std::string& text) {
   std::fwrite(text.data(), 1, text.size(), stdout);
@@ -160,12 +102,32 @@ void removeLastCharacter(std::string& text) {
   }
 }
 
-int interactive(const tq::Ref<tq::TQConsoleWindowController>& controller, LogFileReader& reader,
-                std::string filterField) {
+using LogText = std::function<tq::Ref<tq::String>()>;
+
+// Hands the lines the follower read since its last read to the console. A
+// log recreated by a new launch of its writer starts the console over: the
+// display is emptied and the new log's entries, read from its start, are
+// numbered from one again. They come from the follower's own read, so that
+// what it reads next goes on from them.
+void passOn(tq::TQConsoleWindowController& controller, tq::LineFollower& follower, const LogText& logText) {
+  tq::LineFollower::Lines lines = follower.readAppended();
+  if (lines.restarted) {
+    controller.setLogTextProvider([] { return tq::str(""); });
+    controller.resetDisplay();
+    controller.setLogTextProvider(logText);  // later rebuilds read the file again
+  }
+  if (!lines.text.empty()) controller.loggerAppendedString(tq::str(lines.text));
+}
+
+int interactive(const tq::Ref<tq::TQConsoleWindowController>& controller, tq::LineFollower& follower,
+                const LogText& logText, std::string filterField) {
   Screen screen;
   auto redraw = [&] { screen.draw(filterField, controller->filterString(), controller->displayText()); };
   controller->setDisplayReplaced([&](const std::string&) { redraw(); });
-  controller->setDisplayAppended([&](const std::string&) { redraw(); });
+  // The model tells of an appended entry before the entry is part of its
+  // display text: the screen is drawn once the appended text is taken in.
+  bool appended = false;
+  controller->setDisplayAppended([&](const std::string&) { appended = true; });
   redraw();
   // The host's own loop: standard input and the main run loop's descriptor.
   auto& loop = tq::RunLoop::main();
@@ -173,13 +135,8 @@ int interactive(const tq::Ref<tq::TQConsoleWindowController>& controller, LogFil
     pollfd fds[2] = {{STDIN_FILENO, POLLIN, 0}, {loop.fileDescriptor(), POLLIN, 0}};
     ::poll(fds, 2, 200);
     loop.drain();
-    bool restarted = false;
-    std::string appended = reader.readNew(&restarted);
-    if (restarted) {
-      controller->resetDisplay();
-    } else if (!appended.empty()) {
-      controller->loggerAppendedString(tq::str(appended));
-    }
+    passOn(*controller, follower, logText);
+    if (std::exchange(appended, false)) redraw();
     if (!(fds[0].revents & POLLIN)) continue;
     char keys[64];
     ssize_t n = ::read(STDIN_FILENO, keys, sizeof keys);
@@ -207,14 +164,12 @@ int interactive(const tq::Ref<tq::TQConsoleWindowController>& controller, LogFil
   }
 }
 
-int follow(const tq::Ref<tq::TQConsoleWindowController>& controller, LogFileReader& reader) {
+int follow(const tq::Ref<tq::TQConsoleWindowController>& controller, tq::LineFollower& follower,
+           const LogText& logText) {
   controller->setDisplayAppended([](const std::string& text) { writeOut(text); });
   // Polled on the main run loop, which this command runs as its host.
-  auto timer = tq::DispatchSource::makeTimer(0.1, tq::DispatchQueue::main(), [&] {
-    bool restarted = false;
-    std::string appended = reader.readNew(&restarted);
-    if (!appended.empty()) controller->loggerAppendedString(tq::str(appended));
-  });
+  auto timer =
+      tq::DispatchSource::makeTimer(0.1, tq::DispatchQueue::main(), [&] { passOn(*controller, follower, logText); });
   timer->resume();
   tq::RunLoop::main().run();  // until interrupted
   return Success;
@@ -227,25 +182,32 @@ int console(Arguments& arguments) {
   bool following = arguments.flag("--follow");
   bool plain = arguments.flag("--plain");
   arguments.positionals(0, 0);
-  LogFileReader reader(path);
-  if (!reader.exists()) throw FailureException{"cannot read log file " + path};
+  // A log that every launch of a host recreates: a new file at the path is
+  // followed from its start.
+  tq::LineFollower follower(path, tq::LineFollower::Replacement::Follow);
+  if (!follower.open()) throw FailureException{"cannot read log file " + path};
 
-  std::string snapshot = reader.readAll();
+  // The whole file, a last line without its line break included (a file
+  // that is not growing may simply end that way).
+  std::string snapshot = follower.readAppended().text;
+  snapshot += follower.takeUnfinishedLine();
   auto controller = tq::make<tq::TQConsoleWindowController>();
   controller->setLogTextProvider([&snapshot] { return tq::str(snapshot); });
   if (hasFilter) controller->filterOnString(filter);
   controller->updateConsoleDisplay();
   // Later rebuilds (reset, filter changes) read the file again.
-  controller->setLogTextProvider([path] {
+  const LogText logText = [path] {
     std::ifstream in(path, std::ios::binary);
     std::ostringstream text;
     text << in.rdbuf();
     return tq::str(text.str());
-  });
+  };
+  controller->setLogTextProvider(logText);
 
-  if (!plain && ::isatty(STDIN_FILENO) && ::isatty(STDOUT_FILENO)) return interactive(controller, reader, filter);
+  if (!plain && ::isatty(STDIN_FILENO) && ::isatty(STDOUT_FILENO))
+    return interactive(controller, follower, logText, filter);
   writeOut(controller->displayText());
-  if (following) return follow(controller, reader);
+  if (following) return follow(controller, follower, logText);
   return Success;
 }
 

@@ -1,31 +1,25 @@
 #pragma once
 // The body encoder's loop, shared by the translation units that compile it
-// for different instruction sets; each supplies the scanner that finds and
-// copies runs of plain bytes.
+// for different instruction sets (the portable one in QuotedPrintableBody.cpp,
+// the others in tq/encodings/vector/); each supplies the scanner that finds
+// and copies runs of plain bytes.
 //
 // Everything here has internal linkage, and it includes nothing with inline
 // functions of external linkage (no library templates either): of such a
 // function the linker keeps one copy for the whole program, and if that were
 // the copy built for AVX2, a processor without AVX2 would fault in code that
-// never asked for it. The translation units built with wider vectors include
-// this header alone.
+// never asked for it. The vector files include this header and
+// VectorLoops.h alone.
 
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
+#include "tq/encodings/internal/VectorLoops.h"
+
 namespace tq::MimeEncoding::BodyEncoding {
 
-/// The state a body's line carries from one piece to the next.
-struct BodyLine {
-  std::size_t column = 0;  // characters on the current line
-  char lastByte = 0;       // the last byte consumed
-};
-
-/// The loop built for AVX2 and for AVX-512 (byte operations), used when the
-/// processor has them.
-std::size_t encodePieceAVX2(BodyLine& line, const char* in, std::size_t n, bool last, char*& out);
-std::size_t encodePieceAVX512(BodyLine& line, const char* in, std::size_t n, bool last, char*& out);
+using EncodingLoops::BodyLine;
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include <immintrin.h>
 
-#include "tq/encodings/QuotedPrintableBodyLoop.h"
+#include "tq/encodings/internal/QuotedPrintableBodyLoop.h"
 
 namespace tq::MimeEncoding::BodyEncoding {
 
@@ -44,8 +44,9 @@ struct AVX2Scanner {
 
 }  // namespace
 
-std::size_t encodePieceAVX2(BodyLine& line, const char* in, std::size_t n, bool last, char*& out) {
-  return encodePiece<AVX2Scanner>(line, in, n, last, out);
-}
-
 }  // namespace tq::MimeEncoding::BodyEncoding
+
+std::size_t tq::EncodingLoops::quotedPrintableBodyAVX2(BodyLine& line, const char* in, std::size_t n, bool last,
+                                                      char*& out) {
+  return MimeEncoding::BodyEncoding::encodePiece<MimeEncoding::BodyEncoding::AVX2Scanner>(line, in, n, last, out);
+}

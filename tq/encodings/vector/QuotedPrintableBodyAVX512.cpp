@@ -4,7 +4,7 @@
 
 #include <immintrin.h>
 
-#include "tq/encodings/QuotedPrintableBodyLoop.h"
+#include "tq/encodings/internal/QuotedPrintableBodyLoop.h"
 
 namespace tq::MimeEncoding::BodyEncoding {
 
@@ -43,8 +43,9 @@ struct AVX512Scanner {
 
 }  // namespace
 
-std::size_t encodePieceAVX512(BodyLine& line, const char* in, std::size_t n, bool last, char*& out) {
-  return encodePiece<AVX512Scanner>(line, in, n, last, out);
-}
-
 }  // namespace tq::MimeEncoding::BodyEncoding
+
+std::size_t tq::EncodingLoops::quotedPrintableBodyAVX512(BodyLine& line, const char* in, std::size_t n, bool last,
+                                                      char*& out) {
+  return MimeEncoding::BodyEncoding::encodePiece<MimeEncoding::BodyEncoding::AVX512Scanner>(line, in, n, last, out);
+}

@@ -1,0 +1,12 @@
+#pragma once
+// Umbrella header of tq/platform/system/, the platform's system room: the seams
+// through which the library reaches the machine. It includes every public
+// header of the folder, for users and tools; the library's own code includes
+// what it uses. The CTest check Package.UmbrellasReachEveryHeader fails when a
+// public header of the folder is not reached from here.
+
+#include "tq/platform/system/Clocks.h"
+#include "tq/platform/system/Environment.h"
+#include "tq/platform/system/FileSystem.h"
+#include "tq/platform/system/UserFolders.h"
+#include "tq/platform/system/VectorSupport.h"
