@@ -42,10 +42,10 @@ class TqkitEncodings : public ::testing::Test {
 };
 
 TEST_F(TqkitEncodings, EncodeBodyGivesWhatTheLibraryGivesForTheText) {
-  // A UTF-8 body is encoded from its bytes; anything else goes through text.
+  // A UTF-8 body is encoded from its bytes; another charset goes through text.
   const std::string longLine(100, 'x');
   const std::string bodies[] = {"caf\xC3\xA9 =x\r\n" + longLine + "\nend \n", "trailing space ",
-                                "\xF0\x9F\x98\x80\r\rcr", "caf\xE9 is not UTF-8\n", ""};
+                                "\xF0\x9F\x98\x80\r\rcr", ""};
   for (const std::string& body : bodies) {
     for (const char* charset : {"utf-8", "iso-8859-1"}) {
       const auto expected = MimeEncoding::quotedPrintableStringForPlainTextBody(
@@ -55,6 +55,12 @@ TEST_F(TqkitEncodings, EncodeBodyGivesWhatTheLibraryGivesForTheText) {
       EXPECT_EQ(result.status, 0) << body;
       EXPECT_EQ(result.output, expected->utf8() + "\n") << charset << ": " << body;
     }
+  }
+  // A body that is not UTF-8 is refused, not encoded with replaced bytes.
+  for (const char* charset : {"utf-8", "iso-8859-1"}) {
+    const CommandResult result = run(std::string("mime encode-body --charset ") + charset, "caf\xE9 is not UTF-8\n");
+    EXPECT_EQ(result.status, 1) << charset;
+    EXPECT_EQ(result.output, "") << charset;
   }
 }
 

@@ -1,8 +1,6 @@
 // tqkit eml: split stored messages into header and body and decode their
 // header fields, one JSON object per message and line.
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
@@ -22,9 +20,6 @@ using namespace tqkit;
 namespace fs = std::filesystem;
 
 namespace {
-
-// Folders with more messages than this report progress on a terminal.
-constexpr std::size_t kProgressThreshold = 100;
 
 struct Field {
   std::string name;
@@ -94,23 +89,43 @@ std::string describeMessage(const std::string& path, const tq::Data& message) {
   return *json;
 }
 
+// Collects the .eml files below a folder. A folder or entry that cannot be
+// read is reported and the walk goes on with the rest. Links to folders are
+// not followed (a link cycle would never end).
+void collectMessages(Arguments& arguments, const fs::path& folder, std::vector<std::string>& found) {
+  std::error_code error;
+  fs::directory_iterator it(folder, error);
+  if (error) {
+    arguments.report("cannot read folder '" + folder.string() + "': " + error.message());
+    return;
+  }
+  for (; it != fs::directory_iterator(); it.increment(error)) {
+    std::error_code entryError;
+    const fs::file_status status = it->symlink_status(entryError);
+    if (entryError) {
+      arguments.report("cannot examine '" + it->path().string() + "': " + entryError.message());
+      continue;
+    }
+    if (fs::is_directory(status)) {
+      collectMessages(arguments, it->path(), found);
+    } else if (it->path().extension() == ".eml" && (fs::is_regular_file(status) || fs::is_symlink(status))) {
+      found.push_back(it->path().string());
+    }
+  }
+  if (error) arguments.report("cannot read folder '" + folder.string() + "': " + error.message());
+}
+
 // Files as given; folders contribute every .eml file below them, sorted.
-std::vector<std::string> messagePaths(const std::vector<std::string>& arguments) {
+std::vector<std::string> messagePaths(Arguments& arguments, const std::vector<std::string>& given) {
   std::vector<std::string> paths;
-  for (const std::string& argument : arguments) {
+  for (const std::string& argument : given) {
     std::error_code error;
     if (argument == "-" || !fs::is_directory(argument, error)) {
       paths.push_back(argument);
       continue;
     }
     std::vector<std::string> found;
-    for (auto it = fs::recursive_directory_iterator(argument, fs::directory_options::skip_permission_denied, error);
-         !error && it != fs::recursive_directory_iterator(); it.increment(error)) {
-      // An entry that cannot be examined is passed over, not the whole walk.
-      std::error_code entryError;
-      if (it->is_regular_file(entryError) && it->path().extension() == ".eml") found.push_back(it->path().string());
-    }
-    if (error) throw FailureException{argument + ": " + error.message()};
+    collectMessages(arguments, argument, found);
     std::sort(found.begin(), found.end());
     paths.insert(paths.end(), found.begin(), found.end());
   }
@@ -120,35 +135,41 @@ std::vector<std::string> messagePaths(const std::vector<std::string>& arguments)
 int eml(Arguments& arguments) {
   std::vector<std::string> given = arguments.positionals(0, SIZE_MAX);
   if (given.empty()) given.push_back("-");
-  std::vector<std::string> paths = messagePaths(given);
-  const bool progress = paths.size() > kProgressThreshold && isatty(STDERR_FILENO);
-  int status = Success;
+  const std::vector<std::string> paths = messagePaths(arguments, given);
+  Progress progress(arguments);
   for (std::size_t i = 0; i < paths.size(); ++i) {
-    if (progress) std::fprintf(stderr, "\r%zu/%zu messages", i + 1, paths.size());
+    progress.update([&] { return "eml: " + std::to_string(i + 1) + "/" + std::to_string(paths.size()) + " messages"; });
     // "-" is one message read from standard input, named "-" in its record.
-    auto message =
-        paths[i] == "-" ? tq::make<tq::Data>(readStandardInput()) : tq::Data::dataWithContentsOfFile(paths[i]);
-    if (!message) {
-      std::fprintf(stderr, "%s%s: cannot read\n", progress ? "\n" : "", paths[i].c_str());
-      status = Failure;
+    std::string bytes;
+    try {
+      bytes = readInput(arguments, paths[i]);
+    } catch (const FailureException& failure) {
+      progress.clear();
+      arguments.report(failure.reason);
       continue;
     }
-    std::printf("%s\n", describeMessage(paths[i], *message).c_str());
+    writeOut(arguments, describeMessage(paths[i], tq::Data(std::move(bytes))) + "\n");
   }
-  if (progress) std::fputc('\n', stderr);
-  return status;
+  return Success;
 }
 
 const CommandGroup emlGroup{
     "eml",
     "split messages into header and body and decode their header fields",
     {
-        {"", "[FILE|FOLDER|-]...",
-         "one JSON object per message and line: file, delimiter (CRLF, LF, CR or null), header_bytes, body_bytes "
-         "(null without a body), headers ([name, decoded value] pairs after unfolding) and sploited (true when an "
-         "encoded word carried a NUL byte). A folder stands for every .eml file below it, sorted; - or no argument "
-         "reads one message from standard input; exit 1 when a file cannot be read",
-         eml},
+        {.name = "",
+         .synopsis = "[FILE | FOLDER | -]...",
+         .summary = "Prints one JSON object per message and line.",
+         .run = eml,
+         .description =
+             "Each object holds file, delimiter (CRLF, LF, CR or null), header_bytes, body_bytes (null without a "
+             "body), headers ([name, decoded value] pairs after unfolding) and sploited (true when an encoded word "
+             "carried a NUL byte).\n"
+             "A FOLDER stands for every .eml file below it, sorted; links to folders are not followed. - or no "
+             "argument reads one message from standard input, named - in its record. A file or folder that cannot "
+             "be read is reported on standard error and the others are still read; the exit status is then 1.",
+         .examples = {{"tqkit eml message.eml", "describes one message"},
+                      {"tqkit eml ~/Mail | jq -r 'select(.sploited) | .file'", "lists the messages that smuggle a NUL"}}},
     }};
 
 }  // namespace

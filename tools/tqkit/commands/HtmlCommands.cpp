@@ -25,14 +25,14 @@ int escape(Arguments& arguments) {
   } else if (table == "content") {
     escaped = tq::HTMLEntities::stringByEscapingForHTMLContent(*text);
   } else {
-    throw UsageException{"unknown table \"" + table + "\" (markup, ascii, ascii-content or content)"};
+    throw UsageException{"unknown table '" + table + "' (markup, ascii, ascii-content or content)"};
   }
-  printLine(escaped);
+  printLine(arguments, escaped);
   return Success;
 }
 
 int decode(Arguments& arguments) {
-  printLine(tq::HTMLEntities::stringByDecodingHTMLEntities(tq::str(textArgument(arguments))));
+  printLine(arguments, tq::HTMLEntities::stringByDecodingHTMLEntities(tq::str(textArgument(arguments))));
   return Success;
 }
 
@@ -40,13 +40,25 @@ const CommandGroup htmlGroup{
     "html",
     "escape text for HTML and decode character references",
     {
-        {"escape", "[--table markup|ascii|ascii-content|content] [TEXT|-]",
-         "escape with a table: markup (quotes, &, <, > and typographic entities; non-ASCII kept, the default), "
-         "ascii (all HTML 4 entities, other non-ASCII as &#x..;), ascii-content (the same without quotes, < and >), "
-         "content (nbsp and typographic entities, other non-ASCII as &#x..;). " kTextInputNote,
-         escape},
-        {"decode", "[TEXT|-]",
-         "decode named and numeric references (4 to 10 characters, values 1-65534). " kTextInputNote, decode},
+        {.name = "escape",
+         .synopsis = "[--table markup|ascii|ascii-content|content] [-f FILE | TEXT | -]",
+         .summary = "Prints the text with the characters of an entity table escaped.",
+         .run = escape,
+         .options = {{"--table markup",
+                      "quotes, &, <, > and the typographic entities; other non-ASCII kept (the default)"},
+                     {"--table ascii", "every HTML 4 entity; other non-ASCII as &#x..;"},
+                     {"--table ascii-content", "the same without quotes, < and >"},
+                     {"--table content", "nbsp and the typographic entities; other non-ASCII as &#x..;"},
+                     TextFileOption},
+         .examples = {{"tqkit html escape 'a < b & c'", "prints a &lt; b &amp; c"},
+                      {"tqkit html escape --table ascii -f note.txt", "escapes a file for an ASCII page"}}},
+        {.name = "decode",
+         .synopsis = "[-f FILE | TEXT | -]",
+         .summary = "Prints the text with named and numeric character references decoded.",
+         .run = decode,
+         .description = "Names of 4 to 10 characters and values 1 to 65534 are decoded; other references stay.",
+         .options = {TextFileOption},
+         .examples = {{"tqkit html decode 'caf&eacute; &#38; cr&#xE8;me'", "prints café & crème"}}},
     }};
 
 }  // namespace

@@ -38,11 +38,20 @@ struct LoadedPlist {
   tq::PropertyListFormat format = tq::PropertyListFormat::XML;
 };
 
-LoadedPlist load(const std::string& path, bool mutableContainers) {
+// A property list from a file, or from standard input for "-".
+LoadedPlist load(Arguments& arguments, const std::string& path, bool mutableContainers) {
   LoadedPlist loaded;
   tq::Ref<tq::Error> error;
-  loaded.root = tq::PropertyList::readFile(path, &error, &loaded.format, mutableContainers);
-  if (!loaded.root) throw FailureException{error->localizedDescription()};
+  if (path == "-") {
+    const std::string bytes = readInput(arguments, path);
+    loaded.root = tq::PropertyList::read(bytes, &error, &loaded.format, mutableContainers);
+  } else {
+    loaded.root = tq::PropertyList::readFile(path, &error, &loaded.format, mutableContainers);
+  }
+  if (!loaded.root) {
+    throw FailureException{"cannot read " + inputName(path) + ": " +
+                           (error ? error->localizedDescription() : std::string("not a property list"))};
+  }
   return loaded;
 }
 
@@ -114,28 +123,28 @@ std::string toJSON(const tq::Id& value) {
 
 int show(Arguments& arguments) {
   auto words = arguments.positionals(1, 1);
-  LoadedPlist loaded = load(words[0], false);
+  LoadedPlist loaded = load(arguments, words[0], false);
   tq::Ref<tq::Error> error;
   auto xml = tq::PropertyList::write(loaded.root.get(), tq::PropertyListFormat::XML, &error);
   if (!xml) throw FailureException{error->localizedDescription()};
-  std::fwrite(xml->bytes(), 1, xml->length(), stdout);
+  writeOut(arguments, std::string_view(reinterpret_cast<const char*>(xml->bytes()), xml->length()));
   return Success;
 }
 
 int get(Arguments& arguments) {
   auto words = arguments.positionals(2, 2);
   auto components = splitKeyPath(words[1]);  // a usage error whether or not the file exists
-  tq::Id value = load(words[0], false).root;
+  tq::Id value = load(arguments, words[0], false).root;
   std::string path;
   for (const std::string& component : components) {
     path += (path.empty() ? "" : ".") + component;
     value = child(value, component);
-    if (!value) throw FailureException{"no value at \"" + path + "\" in " + words[0]};
+    if (!value) throw FailureException{"no value at '" + path + "' in " + inputName(words[0])};
   }
   if (auto text = tq::cast<tq::String>(value)) {
-    std::printf("%s\n", text->utf8().c_str());
+    writeOut(arguments, text->utf8() + "\n");
   } else {
-    std::printf("%s\n", toJSON(value).c_str());
+    writeOut(arguments, toJSON(value) + "\n");
   }
   return Success;
 }
@@ -200,7 +209,7 @@ int set(Arguments& arguments) {
 
   LoadedPlist loaded;
   if (std::filesystem::exists(file)) {
-    loaded = load(file, true);
+    loaded = load(arguments, file, true);
   } else {
     loaded.root = tq::make<tq::MutableDictionary>();
   }
@@ -223,14 +232,14 @@ int set(Arguments& arguments) {
 
   tq::Ref<tq::Error> error;
   if (!tq::PropertyList::writeFile(loaded.root.get(), file, loaded.format, true, &error)) {
-    throw FailureException{error->localizedDescription()};
+    throw FailureException{"cannot write '" + file + "': " + error->localizedDescription()};
   }
   return Success;
 }
 
 int toJSONCommand(Arguments& arguments) {
   auto words = arguments.positionals(1, 1);
-  std::printf("%s\n", toJSON(load(words[0], false).root).c_str());
+  writeOut(arguments, toJSON(load(arguments, words[0], false).root) + "\n");
   return Success;
 }
 
@@ -238,10 +247,36 @@ const CommandGroup plistGroup{
     "plist",
     "show, query and edit property lists (XML or binary)",
     {
-        {"show", "FILE", "print the property list as XML", show},
-        {"get", "FILE KEY.PATH", "print the value at a key path (strings raw, others as JSON); exit 1 if absent", get},
-        {"set", "FILE KEY.PATH VALUE", "set a value (JSON, else a string; null removes), keeping the format", set},
-        {"to-json", "FILE", "print the property list as pretty JSON with sorted keys", toJSONCommand},
+        {.name = "show",
+         .synopsis = "FILE|-",
+         .summary = "Prints the property list as XML.",
+         .run = show,
+         .examples = {{"tqkit plist show settings.plist", "shows a binary or XML property list as XML"}}},
+        {.name = "get",
+         .synopsis = "FILE|- KEY.PATH",
+         .summary = "Prints the value at a key path; exit 1 if there is none.",
+         .run = get,
+         .description = "KEY.PATH is dotted: a component is a dictionary key or a decimal array index (keys that "
+                        "hold dots cannot be addressed). Strings print as they are; other values as pretty JSON with "
+                        "sorted keys, data as Base64, dates as ISO 8601 UTC, infinities and NaN as +infinity, "
+                        "-infinity and nan.",
+         .examples = {{"tqkit plist get settings.plist window.frame.width", "prints one number"},
+                      {"tqkit plist get settings.plist accounts.0", "prints the first account as JSON"}}},
+        {.name = "set",
+         .synopsis = "FILE KEY.PATH VALUE",
+         .summary = "Sets the value at a key path, keeping the file's format.",
+         .run = set,
+         .description = "VALUE is read as JSON (numbers, booleans, strings, arrays, objects); text that is not JSON "
+                        "is stored as a string, and null removes the entry. Missing dictionaries on the path are "
+                        "created; an array index equal to the count appends. The file is replaced atomically; a "
+                        "missing file is created as XML.",
+         .examples = {{"tqkit plist set settings.plist window.frame.width 640", "stores a number"},
+                      {"tqkit plist set settings.plist obsolete null", "removes an entry"}}},
+        {.name = "to-json",
+         .synopsis = "FILE|-",
+         .summary = "Prints the property list as pretty JSON with sorted keys.",
+         .run = toJSONCommand,
+         .examples = {{"tqkit plist to-json settings.plist | jq .accounts", "queries it with jq"}}},
     }};
 
 }  // namespace

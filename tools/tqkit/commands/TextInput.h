@@ -1,8 +1,9 @@
 #pragma once
-// The text argument shared by the html and hash commands: the positional
-// argument, or standard input when it is "-" or missing.
+// The text input shared by the commands on short texts (html, utf7, mime
+// words and headers): the TEXT argument, or the contents of -f FILE, or
+// standard input when TEXT is - or missing. Text must be valid UTF-8: the
+// commands refuse other bytes rather than replace them.
 
-#include <cstdio>
 #include <string>
 
 #include "Command.h"
@@ -10,26 +11,34 @@
 
 namespace tqkit {
 
-#define kTextInputNote \
-  "TEXT is the argument, or standard input when it is - or missing (one trailing newline of the input is dropped)."
+inline const OptionHelp TextFileOption{"-f, --file FILE", "reads the text from FILE (- for standard input)"};
 
-/// Standard input loses one trailing line end, so that `echo TEXT |` and a
-/// TEXT argument give the same result.
+/// Input read from a file or standard input loses one trailing line end,
+/// so that `echo TEXT |` and a TEXT argument give the same result.
 inline std::string textArgument(Arguments& arguments) {
+  const std::string file = arguments.option("--file", "-f", "");
   auto words = arguments.positionals(0, 1);
-  if (!words.empty() && words[0] != "-") return words[0];
-  std::string text = readStandardInput();
-  if (!text.empty() && text.back() == '\n') text.pop_back();
-  if (!text.empty() && text.back() == '\r') text.pop_back();
+  if (!file.empty() && !words.empty()) throw UsageException{"give TEXT or -f FILE, not both"};
+  std::string text;
+  std::string what = "the TEXT argument";
+  if (file.empty() && !words.empty() && words[0] != "-") {
+    text = words[0];
+  } else {
+    const std::string path = file.empty() ? "-" : file;
+    text = readInput(arguments, path);
+    what = inputName(path);
+    if (!text.empty() && text.back() == '\n') text.pop_back();
+    if (!text.empty() && text.back() == '\r') text.pop_back();
+  }
+  requireUTF8(text, what);
   return text;
 }
 
 /// Prints a result with a trailing newline; a nil result is a failure.
-inline void printLine(const tq::Ref<tq::String>& text, const char* what = "the operation gave no result") {
+inline void printLine(Arguments& arguments, const tq::Ref<tq::String>& text,
+                      const char* what = "the operation gave no result") {
   if (!text) throw FailureException{what};
-  std::string utf8 = text->utf8();
-  std::fwrite(utf8.data(), 1, utf8.size(), stdout);
-  std::fputc('\n', stdout);
+  writeOut(arguments, text->utf8() + "\n");
 }
 
 }  // namespace tqkit

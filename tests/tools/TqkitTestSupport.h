@@ -1,0 +1,82 @@
+#pragma once
+// A fixture for tqkit's tests: a temporary folder for input files, and runs
+// of the built binary through the shell with its standard error kept.
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <string>
+
+#include "tests/support/RunCommand.h"
+#include "tests/tools/InProcess.h"
+
+namespace tq::testing {
+
+struct BinaryResult {
+  int status = -1;
+  std::string out;
+  std::string err;
+};
+
+class TqkitTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    static int serial = 0;
+    folder_ = std::filesystem::temp_directory_path() /
+              ("tqkit-tools-" + std::to_string(::getpid()) + "-" + std::to_string(++serial));
+    std::filesystem::create_directories(folder_);
+  }
+  void TearDown() override {
+    std::error_code ignored;
+    std::filesystem::permissions(folder_, std::filesystem::perms::owner_all, ignored);
+    std::filesystem::remove_all(folder_, ignored);
+  }
+
+  std::string path(const std::string& name) const { return (folder_ / name).string(); }
+
+  std::string write(const std::string& name, const std::string& bytes) const {
+    std::ofstream(path(name), std::ios::binary) << bytes;
+    return path(name);
+  }
+
+  static std::string read(const std::string& file) {
+    std::ifstream in(file, std::ios::binary);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+  }
+
+  /// The tqkit binary of this build; skips the test when it is not built.
+  std::string binary() const {
+    const auto tqkit = tqkitOfThisBuild();
+    if (!std::filesystem::exists(tqkit)) return {};
+    return tqkit.string();
+  }
+
+  /// Runs "tqkit ARGUMENTS" through the shell (ARGUMENTS is shell text: it may
+  /// redirect standard input and output); standard error is kept.
+  BinaryResult runBinary(const std::string& arguments) const {
+    const std::string errFile = path("stderr.txt");
+    const CommandResult ran = runCommand(binary() + " " + arguments + " 2>" + shellQuoted(errFile));
+    return {ran.status, ran.output, read(errFile)};
+  }
+
+  /// Bytes of every value, in a reproducible order.
+  static std::string randomBytes(std::size_t size, unsigned seed = 7) {
+    std::mt19937 random(seed);
+    std::string bytes(size, '\0');
+    for (char& c : bytes) c = static_cast<char>(random() & 0xFF);
+    return bytes;
+  }
+
+  std::filesystem::path folder_;
+};
+
+#define TQKIT_REQUIRE_BINARY() \
+  if (binary().empty()) GTEST_SKIP() << "tqkit is not built in this tree"
+
+}  // namespace tq::testing
