@@ -21,7 +21,7 @@ class TmuxConsole {
   ~TmuxConsole() { run(tmux("kill-server") + " 2>/dev/null"); }
 
   std::string tmux(const std::string& arguments) const { return "tmux -L " + socket_ + " " + arguments; }
-  void start(const std::string& command) { run(tmux("new-session -d -s c -x 100 -y 20 " + shellQuoted(command))); }
+  void start(const std::string& command) { run(tmux("new-session -d -s c -x 80 -y 20 " + shellQuoted(command))); }
   void keys(const std::string& keys) { run(tmux("send-keys -t c " + keys)); }
   std::string screen() const { return run(tmux("capture-pane -p -t c") + " 2>/dev/null"); }
   bool running() const { return std::system((tmux("has-session -t c") + " 2>/dev/null").c_str()) == 0; }
@@ -52,6 +52,7 @@ TEST(TqkitConsoleInteractiveTest, FilterFollowClearAndQuit) {
   ASSERT_TRUE(console.waitFor([](auto& s) { return has(s, "     3 : ") && has(s, "alpha three"); }))
       << console.screen();
   EXPECT_TRUE(has(console.screen(), "Ctrl-L clear"));
+  EXPECT_TRUE(has(console.screen(), "Esc quit")) << "the way out shows on an 80-column terminal";
 
   console.keys("al");
   ASSERT_TRUE(console.waitFor([](auto& s) { return has(s, "Filter: al_  (3+ characters)"); })) << console.screen();

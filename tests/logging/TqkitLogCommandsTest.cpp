@@ -75,6 +75,10 @@ TEST_F(TqkitLogTest, PlainConsolePrintsTheFilteredEntries) {
   EXPECT_TRUE(std::regex_match(filtered.output, std::regex(R"(     3 : .*\[_net\] Sync error ignored\n)")))
       << filtered.output;
   EXPECT_EQ(tqkit("console --plain --log " + (folder_ / "missing.log").string()).status, 1);
+  // A filter too short to apply is refused rather than printing everything.
+  CommandResult tooShort = tqkit("console --plain --log " + log_ + " --filter 'ab' 2>&1");
+  EXPECT_EQ(tooShort.status, 2);
+  EXPECT_NE(tooShort.output.find("a filter needs at least 3 characters"), std::string::npos) << tooShort.output;
 }
 
 TEST_F(TqkitLogTest, FollowingConsoleNumbersARecreatedLogFromOne) {

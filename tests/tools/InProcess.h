@@ -1,7 +1,7 @@
 #pragma once
 // Runs a tqkit command in this process, as the binary would run it, with
-// files of its own as standard input, output and error. The tqkit sources
-// are compiled into this test program (tests/tools/tqkit/).
+// files of its own as standard input, output and error. The test program
+// links tqkit's commands (the tqkit_commands object library).
 
 #include <cstdio>
 #include <string>

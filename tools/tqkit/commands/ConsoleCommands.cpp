@@ -65,7 +65,9 @@ class Screen {
         clip("Filter: " + filterField + "_" + (activeFilter.empty() && !filterField.empty() ? "  (3+ characters)" : ""),
              cols) +
         "\r\n";
-    out += clip("Keys: type to filter (+term required)  Backspace edit  Ctrl-L clear  Ctrl-R reset  Esc quit", cols) +
+    // Quitting comes first: on a narrow terminal the end of the line is cut.
+    out += clip("Keys: Esc quit  Ctrl-L clear  Ctrl-R reset  Backspace edit  type to filter (+term: must hold)",
+                cols) +
            "\r\n";
     out += std::string(cols < 80 ? cols : 80, '-') + "\r\n";
     for (std::size_t i = first; i < lines.size(); ++i) {
@@ -182,6 +184,13 @@ int console(Arguments& arguments) {
   bool following = arguments.flag("--follow");
   bool plain = arguments.flag("--plain");
   arguments.positionals(0, 0);
+  // The console ignores a filter shorter than its minimum; on screen the
+  // filter line says so, but a plain run would print everything unasked.
+  if (plain && hasFilter && !filter.empty() &&
+      tq::String::fromUTF8(filter)->length() < tq::TQConsoleWindowController::MinimumFilterLength) {
+    throw UsageException{"--filter '" + filter + "': a filter needs at least " +
+                         std::to_string(tq::TQConsoleWindowController::MinimumFilterLength) + " characters"};
+  }
   // A log that every launch of a host recreates: a new file at the path is
   // followed from its start.
   tq::LineFollower follower(path, tq::LineFollower::Replacement::Follow);

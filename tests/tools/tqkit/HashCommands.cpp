@@ -1,3 +1,0 @@
-// Compiles tqkit's HashCommands.cpp into this test program, so that tests can run
-// its commands in-process (tests/tools/InProcess.h).
-#include "tools/tqkit/commands/HashCommands.cpp"
