@@ -18,10 +18,11 @@ std::optional<std::string_view> optionalText(const std::string& value, bool give
 
 int logMessages(Arguments& arguments) {
   std::string path = arguments.option("--log", tq::TQLogger::defaultLogPath());
-  bool hasPlugin = arguments.hasOption("--plugin"), hasKey = arguments.hasOption("--key");
+  bool hasKey = arguments.hasOption("--key");
   bool hasBranch = arguments.hasOption("--branch");
   bool hasSubsystem = arguments.hasOption("--subsystem"), hasCategory = arguments.hasOption("--category");
-  std::string plugin = arguments.option("--plugin"), key = arguments.option("--key");
+  // A line without an add-on name reads "[] message"; the tool names itself.
+  std::string plugin = arguments.option("--plugin", "tqkit"), key = arguments.option("--key");
   std::string branch = arguments.option("--branch"), bugText = arguments.option("--bug", "0");
   std::string subsystem = arguments.option("--subsystem"), category = arguments.option("--category");
   bool fromStdin = arguments.flag("--stdin");
@@ -51,7 +52,7 @@ int logMessages(Arguments& arguments) {
       logger->_logSubsystem(optionalText(subsystem, hasSubsystem), optionalText(category, hasCategory), 0, message,
                             false);
     } else {
-      logger->logForPlugin(optionalText(plugin, hasPlugin), optionalText(key, hasKey), optionalText(branch, hasBranch),
+      logger->logForPlugin(plugin, optionalText(key, hasKey), optionalText(branch, hasBranch),
                            bug, "tqkit", nullptr, 0, message);
     }
   };
@@ -69,14 +70,25 @@ const CommandGroup logGroup{
     "log",
     "write messages to a plug-in log file (recreated empty first, as at every launch)",
     {
-        {"",
-         "[--log PATH] [--plugin P] [--key K] [--branch B] [--bug N] [--subsystem S --category C] [--stdin] "
-         "[--no-console] MESSAGE...",
-         "logs each MESSAGE (or each line of standard input with --stdin) through the plug-in entry point, or "
-         "through the subsystem path when --subsystem or --category is given; waits until the file is written. "
-         "The default log is $XDG_DATA_HOME/Mail/PluginLogs/pluginConsole.log (~/.local/share without it). "
-         "Each line also goes to the system log (the journal, else standard error) unless --no-console.",
-         logMessages},
+        {.name = "",
+         .synopsis = "[--log PATH] [--plugin P] [--key K] [--branch B] [--bug N] [--subsystem S --category C] "
+                     "[--stdin] [--no-console] MESSAGE...",
+         .summary = "Logs each message as an add-on does.",
+         .run = logMessages,
+         .description =
+             "Each run starts a new, empty log file, as the logger does at every launch of its host: run it once "
+             "with all the messages, or read the log before the next run. Messages go through the plug-in entry "
+             "point (named \"tqkit\" unless --plugin names another), or through the subsystem path when "
+             "--subsystem or --category is given. The command returns once the file is written. Each line also "
+             "goes to the system log (the journal, else standard error) unless --no-console.",
+         .options = {{"--log PATH", "the log file (default: $XDG_DATA_HOME/Mail/PluginLogs/pluginConsole.log)"},
+                     {"--plugin P", "the add-on's name in each line (default: tqkit)"},
+                     {"--key K, --branch B, --bug N", "the plug-in path's key, branch and bug number"},
+                     {"--subsystem S, --category C", "write through the subsystem path instead"},
+                     {"--stdin", "log each line of standard input instead of MESSAGE arguments"},
+                     {"--no-console", "do not copy the lines to the system log"}},
+         .examples = {{"tqkit log --log /tmp/p.log 'first' 'second'", "two lines, \"[tqkit] first\" and so on"},
+                      {"tqkit log --plugin Sync --key net --stdin < events.txt", "one line per input line"}}},
     }};
 
 }  // namespace
