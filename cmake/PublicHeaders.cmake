@@ -1,15 +1,16 @@
 # Which headers of tq/ are public: installed under <prefix>/include/tq/...,
 # reachable from an umbrella header, and usable with nothing but the installed
 # include folder. Everything else stays in the repository:
-#   - headers under any internal/ folder;
-#   - the vector loops' headers listed in TQ_INTERNAL_HEADERS, which the
-#     translation units built for wider instruction sets share and which no
-#     user may include (ARCHITECTURE.md, "Vector paths");
+#   - headers under any internal/ folder (the vector loops' headers among
+#     them: tq/encodings/internal/);
+#   - the headers listed in TQ_INTERNAL_HEADERS (paths from the repository's
+#     root), for an internal header that cannot move to an internal/ folder;
+#     none today;
 #   - source files.
-# Used by the install rules (cmake/Packaging.cmake) and the header checks
-# (cmake/CheckUmbrellas.cmake), so that both see the same list.
-set(TQ_INTERNAL_HEADERS
-  tq/encodings/QuotedPrintableBodyLoop.h)
+# Used by the install rules (cmake/Packaging.cmake), the layering check and the
+# header checks (cmake/CheckLayering.cmake, cmake/CheckUmbrellas.cmake), so
+# that all of them see the same list.
+set(TQ_INTERNAL_HEADERS)
 
 # Sets `out_var` to the public headers below `source_dir`/tq, as paths
 # relative to `source_dir` ("tq/platform/value/String.h"), sorted.
