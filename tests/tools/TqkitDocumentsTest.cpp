@@ -17,7 +17,7 @@ namespace tq::testing {
 namespace {
 
 using TqkitManPage = TqkitTest;
-using TqkitBashCompletion = TqkitTest;
+using TqkitBuiltDocuments = TqkitTest;
 
 std::string pathOf(const tqkit::CommandGroup& group, const tqkit::Command& command) {
   return group.name + (command.name.empty() ? "" : " " + command.name);
@@ -46,9 +46,7 @@ std::vector<std::string> optionNamesIn(const std::string& forms) {
   return names;
 }
 
-bool hasProgram(const std::string& name) {
-  return runCommand("command -v " + name + " >/dev/null 2>&1").status == 0;
-}
+bool hasProgram(const std::string& name) { return runCommand("command -v " + name + " >/dev/null 2>&1").status == 0; }
 
 std::string manPage() {
   const InProcessResult page = runInProcess({"help", "--man"});
@@ -75,9 +73,9 @@ TEST(TqkitRoffEscaping, WhatRoffWouldReadAsRequestsOrEscapesIsQuoted) {
 
 TEST_F(TqkitManPage, NamesEveryGroupCommandOptionAndExample) {
   const std::string page = manPage();
-  for (const char* section : {"\n.SH NAME\n", "\n.SH SYNOPSIS\n", "\n.SH DESCRIPTION\n", "\n.SH COMMANDS\n",
-                              "\n.SH \"EXIT STATUS\"\n", "\n.SH ENVIRONMENT\n", "\n.SH FILES\n",
-                              "\n.SH \"SEE ALSO\"\n"}) {
+  for (const char* section :
+       {"\n.SH NAME\n", "\n.SH SYNOPSIS\n", "\n.SH DESCRIPTION\n", "\n.SH COMMANDS\n", "\n.SH \"EXIT STATUS\"\n",
+        "\n.SH ENVIRONMENT\n", "\n.SH FILES\n", "\n.SH \"SEE ALSO\"\n"}) {
     EXPECT_NE(page.find(section), std::string::npos) << section;
   }
   EXPECT_NE(page.find("\n.SH NAME\ntqkit \\- "), std::string::npos) << "whatis needs 'NAME \\- text'";
@@ -116,7 +114,8 @@ TEST_F(TqkitManPage, NamesEveryGroupCommandOptionAndExample) {
 
 TEST_F(TqkitManPage, EveryLineIsAKnownMacroOrEscapedText) {
   const std::string page = manPage();
-  const std::set<std::string> macros{".\\\"", ".TH", ".SH", ".SS", ".PP", ".TP", ".RS", ".RE", ".nf", ".fi", ".nh", ".ad"};
+  const std::set<std::string> macros{".\\\"", ".TH", ".SH", ".SS", ".PP", ".TP",
+                                     ".RS",   ".RE", ".nf", ".fi", ".nh", ".ad"};
   for (const std::string& line : linesOf(page)) {
     ASSERT_FALSE(line.empty()) << "a blank line in a page is a formatting fault";
     EXPECT_NE(line[0], '\'') << line;
@@ -163,8 +162,8 @@ TEST_F(TqkitManPage, RendersWithoutWarningsAndAsTyped) {
   // Rendered wide enough for no line to wrap, with escapes plain: every
   // example reads as the command line to type (the minus sign the terminal
   // shows as U+2212 is the ASCII one when copied from a man page).
-  const CommandResult text = runCommand("LC_ALL=C.UTF-8 GROFF_NO_SGR=1 groff -man -Tutf8 -rLL=250n -P-bcou " +
-                                        shellQuoted(file) + " 2>&1");
+  const CommandResult text =
+      runCommand("LC_ALL=C.UTF-8 GROFF_NO_SGR=1 groff -man -Tutf8 -rLL=250n -P-bcou " + shellQuoted(file) + " 2>&1");
   ASSERT_EQ(text.status, 0);
   std::string rendered;
   for (std::size_t i = 0; i < text.output.size(); ++i) {
@@ -177,9 +176,9 @@ TEST_F(TqkitManPage, RendersWithoutWarningsAndAsTyped) {
   }
   for (const tqkit::CommandGroup* group : tqkit::allGroups()) {
     for (const tqkit::Command& command : group->commands) {
-      EXPECT_NE(rendered.find("tqkit " + pathOf(*group, command) + (command.synopsis.empty() ? "" : " ") +
-                              command.synopsis),
-                std::string::npos)
+      EXPECT_NE(
+          rendered.find("tqkit " + pathOf(*group, command) + (command.synopsis.empty() ? "" : " ") + command.synopsis),
+          std::string::npos)
           << pathOf(*group, command);
       for (const tqkit::ExampleHelp& example : command.examples) {
         EXPECT_NE(rendered.find(" " + example.commandLine + "\n"), std::string::npos) << example.commandLine;
@@ -330,7 +329,7 @@ TEST_F(TqkitCompletion, OtherShellsAndExtraWordsAreUsageErrors) {
 
 // ---- The build's copies ---------------------------------------------------
 
-TEST_F(TqkitBashCompletion, TheBuildsCopiesAreWhatTheToolPrints) {
+TEST_F(TqkitBuiltDocuments, AreWhatTheToolPrints) {
   TQKIT_REQUIRE_BINARY();
   const std::filesystem::path folder = std::filesystem::path(binary()).parent_path();
   if (!std::filesystem::exists(folder / "tqkit.1") || !std::filesystem::exists(folder / "tqkit.bash-completion")) {

@@ -160,30 +160,33 @@ std::string bashCompletion() {
     for (const Command& command : group->commands) {
       std::vector<std::string> names;
       for (const OptionSyntax& option : optionsOf(command)) names.push_back(option.name);
-      if (!names.empty()) script += "    " + quoted(commandPath(*group, command)) + ") echo " + quoted(joined(names)) + " ;;\n";
+      if (!names.empty())
+        script += "    " + quoted(commandPath(*group, command)) + ") echo " + quoted(joined(names)) + " ;;\n";
     }
   }
   script += "  esac\n}\n\n";
 
-  script += "# What an option of a command takes: \"file\", \"choice WORD...\", or \"text\" to be\n"
-            "# typed; nothing for a switch.\n";
+  script +=
+      "# What an option of a command takes: \"file\", \"choice WORD...\", or \"text\" to be\n"
+      "# typed; nothing for a switch.\n";
   script += "_tqkit_option_value() {\n  case $1/$2 in\n";
   for (const CommandGroup* group : allGroups()) {
     for (const Command& command : group->commands) {
       for (const OptionSyntax& option : optionsOf(command)) {
         if (!option.takesValue()) continue;
-        std::string value = option.takesFile()            ? "file"
-                            : !option.choices.empty()     ? "choice " + joined(option.choices)
-                                                          : "text";
-        script += "    " + quoted(commandPath(*group, command) + "/" + option.name) + ") echo " + quoted(value) +
-                  " ;;\n";
+        std::string value = option.takesFile()        ? "file"
+                            : !option.choices.empty() ? "choice " + joined(option.choices)
+                                                      : "text";
+        script +=
+            "    " + quoted(commandPath(*group, command) + "/" + option.name) + ") echo " + quoted(value) + " ;;\n";
       }
     }
   }
   script += "  esac\n}\n\n";
 
-  script += "# The positional arguments of a command: \"file\" or \"text\" each, \"...\" after\n"
-            "# one that repeats.\n";
+  script +=
+      "# The positional arguments of a command: \"file\" or \"text\" each, \"...\" after\n"
+      "# one that repeats.\n";
   script += "_tqkit_arguments() {\n  case $1 in\n";
   for (const CommandGroup* group : allGroups()) {
     for (const Command& command : group->commands) {
@@ -191,7 +194,8 @@ std::string bashCompletion() {
       for (const ArgumentSlot& slot : argumentsOf(command)) {
         slots.push_back(std::string(slot.file ? "file" : "text") + (slot.repeats ? "..." : ""));
       }
-      if (!slots.empty()) script += "    " + quoted(commandPath(*group, command)) + ") echo " + quoted(joined(slots)) + " ;;\n";
+      if (!slots.empty())
+        script += "    " + quoted(commandPath(*group, command)) + ") echo " + quoted(joined(slots)) + " ;;\n";
     }
   }
   script += "  esac\n}\n";

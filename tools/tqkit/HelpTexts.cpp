@@ -16,8 +16,9 @@ const HelpRows& commonNotes() {
       {"text input",
        "commands on text refuse input that is not valid UTF-8 (exit 1); nothing is replaced behind your back. "
        "Commands on bytes (base64, qp, hash) take any bytes."},
-      {"TEXT", "commands on short texts (html, utf7, mime words) take the text as an argument, or read it with "
-               "-f FILE; read from a file or standard input, one final line break is dropped."},
+      {"TEXT",
+       "commands on short texts (html, utf7, mime words) take the text as an argument, or read it with "
+       "-f FILE; read from a file or standard input, one final line break is dropped."},
       {"-h, --help", "prints the help of the command, the group or tqkit."},
       {"--", "ends the options: later words are arguments even when they start with -."},
       {"errors", "one line on standard error: tqkit: COMMAND: what failed: why."},
@@ -40,9 +41,7 @@ std::string commandPath(const CommandGroup& group, const Command& command) {
   return group.name + (command.name.empty() ? "" : " " + command.name);
 }
 
-bool isSingleCommand(const CommandGroup& group) {
-  return group.commands.size() == 1 && group.commands[0].name.empty();
-}
+bool isSingleCommand(const CommandGroup& group) { return group.commands.size() == 1 && group.commands[0].name.empty(); }
 
 bool OptionSyntax::takesFile() const { return value == "FILE" || value == "PATH" || value == "FOLDER"; }
 
