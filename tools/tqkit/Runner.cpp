@@ -9,11 +9,13 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <exception>
 #include <string>
 #include <vector>
 
 #include "Command.h"
+#include "HelpTexts.h"
 #include "tq/platform/object/Exception.h"
 
 namespace tqkit {
@@ -124,10 +126,6 @@ std::string table(const std::vector<std::pair<std::string, std::string>>& rows, 
   return result;
 }
 
-std::string commandPath(const CommandGroup& group, const Command& command) {
-  return group.name + (command.name.empty() ? "" : " " + command.name);
-}
-
 std::string synopsisLine(const CommandGroup& group, const Command& command, std::size_t width,
                          const std::string& lead = "usage: ") {
   const std::string head = lead + "tqkit " + commandPath(group, command);
@@ -135,42 +133,20 @@ std::string synopsisLine(const CommandGroup& group, const Command& command, std:
   return wrap(command.synopsis, width, head + " ", columnsOf(head) + 1);
 }
 
-bool isSingleCommand(const CommandGroup& group) {
-  return group.commands.size() == 1 && group.commands[0].name.empty();
-}
-
 // ---- Help texts ----------------------------------------------------------
 
 std::string topHelp(std::size_t width) {
   std::string text = "usage: tqkit [--help] [--version] GROUP [COMMAND] [OPTIONS] [ARGS...]\n"
                      "       tqkit help [GROUP [COMMAND]]\n\n";
-  text += wrap("The mail encodings, property lists and logs of TQBaseKit from the command line.", width, "", 0);
+  text += wrap(toolDescription(), width, "", 0);
   text += "\nGroups:\n";
   std::vector<std::pair<std::string, std::string>> rows;
   for (const CommandGroup* group : allGroups()) rows.emplace_back(group->name, group->summary);
   text += table(rows, width);
   text += "\nEvery command:\n";
-  text += table(
-      {
-          {"FILE", "a file to read; - or no FILE reads standard input. Several FILEs are read one after another."},
-          {"text input",
-           "commands on text refuse input that is not valid UTF-8 (exit 1); nothing is replaced behind your back. "
-           "Commands on bytes (base64, qp, hash) take any bytes."},
-          {"TEXT", "commands on short texts (html, utf7, mime words) take the text as an argument, or read it with "
-                   "-f FILE; read from a file or standard input, one final line break is dropped."},
-          {"-h, --help", "prints the help of the command, the group or tqkit."},
-          {"--", "ends the options: later words are arguments even when they start with -."},
-          {"errors", "one line on standard error: tqkit: COMMAND: what failed: why."},
-          {"progress",
-           "long work shows a progress line on standard error when it is a terminal, never in a pipe or a file."},
-      },
-      width);
+  text += table(commonNotes(), width);
   text += "\nEXIT STATUS\n";
-  text += table({{"0", "success"},
-                 {"1", "failure: the input was refused, a file could not be read or written, the operation gave no "
-                       "result"},
-                 {"2", "usage error: an unknown command or option, a missing or extra argument"}},
-                width);
+  text += table(exitStatuses(), width);
   text += "\n";
   text += wrap("Run 'tqkit help GROUP' for a group's commands and 'tqkit help GROUP COMMAND' (or 'tqkit GROUP COMMAND "
                "--help') for one command.",
@@ -339,10 +315,44 @@ std::vector<std::string> commandNames(const CommandGroup& group) {
   return names;
 }
 
+// The date in the man page's title: $SOURCE_DATE_EPOCH when it is set (so a
+// packager's builds are reproducible), else today, in UTC.
+std::string manPageDate() {
+  std::time_t when = std::time(nullptr);
+  if (const char* epoch = std::getenv("SOURCE_DATE_EPOCH")) {
+    char* end = nullptr;
+    const long long seconds = std::strtoll(epoch, &end, 10);
+    if (end != epoch && *end == '\0' && seconds >= 0) when = static_cast<std::time_t>(seconds);
+  }
+  std::tm parts{};
+  ::gmtime_r(&when, &parts);
+  char text[32];
+  std::strftime(text, sizeof text, "%Y-%m-%d", &parts);
+  return text;
+}
+
+// "tqkit help --man" and "tqkit help --completion bash": the documents the
+// build installs beside the tool. Not in the help listing: a user reads
+// them as `man tqkit` and through tab, not by running these.
+int helpDocument(const std::vector<std::string>& words, const Streams& streams) {
+  if (words[0] == "--man" && words.size() == 1) return printHelp(streams, manPage(manPageDate()));
+  if (words[0] == "--completion" && words.size() == 2 && words[1] == "bash") {
+    return printHelp(streams, bashCompletion());
+  }
+  if (words[0] == "--completion") {
+    std::fprintf(streams.err, "tqkit: help: --completion needs a shell; bash is the one known\n"
+                              "usage: tqkit help --completion bash\n");
+  } else {
+    std::fprintf(streams.err, "tqkit: help: --man takes no arguments\nusage: tqkit help --man\n");
+  }
+  return UsageError;
+}
+
 // "tqkit help", "tqkit help GROUP", "tqkit help GROUP COMMAND".
 int help(std::vector<std::string> words, const Streams& streams) {
   const std::size_t width = helpWidth(streams.out);
   if (words.empty()) return printHelp(streams, topHelp(width));
+  if (words[0] == "--man" || words[0] == "--completion") return helpDocument(words, streams);
   const CommandGroup* group = findGroup(words[0]);
   if (!group) return unknownCommand(streams, "", words[0], groupNames());
   if (words.size() == 1) {
