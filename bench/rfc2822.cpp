@@ -61,7 +61,8 @@ void setBytes(benchmark::State& state, std::size_t bytes) {
 }
 
 // Copies of the CRLF message that together exceed the last-level cache one
-// core sees (32 MiB per core complex on the EPYC machines these run on): the
+// core sees (32 MiB per core complex on the EPYC machines these run on; the
+// virtual machine reports the sum over all complexes, 512 MiB): the
 // cases that read the whole message take the next copy each round, so they
 // read it from memory as a caller that just received it would, not from a
 // cache that the previous round warmed.
