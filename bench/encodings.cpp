@@ -608,9 +608,10 @@ tq::bench::Program tq::bench::program() {
         }
       }
       const std::string label = form == "-" ? base : base.substr(0, formAt);
+      const std::string formLabel = form == "-" ? "(per value)" : form + " output";
       if (best > 0)
-        std::printf("ratio %-24s %-5s output vs %-7s (faster peer in that form, CPU time): %.2fx\n", label.c_str(),
-                    form.c_str(), bestName.c_str(), best / *time);
+        std::printf("ratio %-24s %-12s vs %-7s (faster peer in that form, CPU time): %.2fx\n", label.c_str(),
+                    formLabel.c_str(), bestName.c_str(), best / *time);
     }
   });
 }
