@@ -72,7 +72,7 @@ endforeach()
 set(TQ_PC_PREFIX "@TQ_PC_PREFIX@")  # filled in by the install step below
 configure_file(${PROJECT_SOURCE_DIR}/cmake/tqbasekit.pc.in ${PROJECT_BINARY_DIR}/package/tqbasekit.pc.in @ONLY)
 install(CODE "
-  set(TQ_PC_PREFIX \"\${CMAKE_INSTALL_PREFIX}\")
+  get_filename_component(TQ_PC_PREFIX \"\${CMAKE_INSTALL_PREFIX}\" ABSOLUTE)
   configure_file(\"${PROJECT_BINARY_DIR}/package/tqbasekit.pc.in\" \"${PROJECT_BINARY_DIR}/package/tqbasekit.pc\" @ONLY)
   " COMPONENT Development)
 install(FILES ${PROJECT_BINARY_DIR}/package/tqbasekit.pc
