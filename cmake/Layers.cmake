@@ -4,8 +4,10 @@
 # The platform's rooms: the object model; the system seams (environment,
 # folders, clocks, files), which need nothing but the object model so that
 # every room above can reach the outside world through them; values; the
-# collections that hold values; archives of collections; and the queues and
-# run loops that deliver work.
-set(TQ_PLATFORM_ROOMS object system value collection archive dispatch)
-# The subsystems, built on the whole platform.
-set(TQ_SUBSYSTEMS collections logging settings encodings dates keys concurrency system colour)
+# collections that hold values; archives of collections; the queues and run
+# loops that deliver work; bundles (folders of resources described by a
+# property list); and the user defaults, which read a bundle's identity.
+set(TQ_PLATFORM_ROOMS object system value collection archive dispatch bundle defaults)
+# The subsystems, built on the whole platform. Colour sits below settings:
+# the defaults store reads and writes colours in their text forms.
+set(TQ_SUBSYSTEMS collections logging colour settings encodings dates keys concurrency system)
