@@ -52,6 +52,7 @@ Id valueForKey(const Id& object, const String& key) {
   if (!object) return nullptr;
   if (auto map = cast<Dictionary>(object)) return map->objectForKey(&key);
   if (auto list = cast<Array>(object)) return list->valueForKey(key);
+  if (const auto* coding = dynamic_cast<const KeyValueCoding*>(object.get())) return coding->valueForKey(key);
   if (key.isEqualToString("self")) return object;
   if (key.isEqualToString("description")) return object->description();
   raise(ExceptionName::UnrecognizedMessage,
@@ -81,11 +82,25 @@ void setValueForKey(const Id& object, const Id& value, const String& key) {
     for (const Id& element : elements) setValueForKey(element, value, key);
     return;
   }
+  if (auto* coding = dynamic_cast<KeyValueCoding*>(object.get())) {
+    // Such an object tells its observers itself, when its change takes effect.
+    coding->setValueForKey(value, key);
+    return;
+  }
   raise(ExceptionName::UnrecognizedMessage,
         "[<" + object->className() +
             "> setValue:forUndefinedKey:]: this class is not key value coding-compliant "
             "for the key " +
             key.utf8() + ".");
+}
+
+Id valueForKeyPath(const Id& object, const String& keyPath) {
+  const std::u16string& units = keyPath.utf16();
+  std::size_t dot = units.find(u'.');
+  if (dot == std::u16string::npos) return valueForKey(object, keyPath);
+  Id next = valueForKey(object, *String::fromUTF16(units.substr(0, dot)));
+  if (!next) return nullptr;
+  return valueForKeyPath(next, *String::fromUTF16(units.substr(dot + 1)));
 }
 
 void setValueForKeyPath(const Id& object, const Id& value, const String& keyPath) {

@@ -74,9 +74,25 @@ class SortDescriptor : public Object {
 /// Compares with each descriptor in turn until one tells the two apart.
 ComparisonResult compareWithDescriptors(const Id& a, const Id& b, const std::vector<Ref<SortDescriptor>>& descriptors);
 
+/// A class whose objects answer key-value coding by keys of their own (a
+/// settings store answers every setting's key). The free functions below ask
+/// it before falling back to the unrecognised message.
+class KeyValueCoding {
+ public:
+  virtual ~KeyValueCoding() = default;
+  virtual Id valueForKey(const String& key) const = 0;
+  /// The object announces the change to its observers itself, when (and if)
+  /// it takes effect: no automatic will/did-change is sent around it.
+  virtual void setValueForKey(const Id& value, const String& key) = 0;
+};
+
 /// The value at `key` of an object: a dictionary's object for the key, an
-/// array's values of its elements, otherwise the unrecognised message.
+/// array's values of its elements, a key-value coding object's answer,
+/// otherwise the unrecognised message.
 Id valueForKey(const Id& object, const String& key);
+/// Follows a dot-separated path with `valueForKey`; nil as soon as a step is
+/// nil.
+Id valueForKeyPath(const Id& object, const String& keyPath);
 /// Sets the value at `key` of an object: a mutable dictionary stores it (nil
 /// removes the key), an array passes it to each element, nil ignores it;
 /// anything else raises the unrecognised message. Observers of a dictionary's

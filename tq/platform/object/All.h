@@ -10,6 +10,7 @@
 #include "tq/platform/object/AssertionPlaces.h"
 #include "tq/platform/object/Comparable.h"
 #include "tq/platform/object/Exception.h"
+#include "tq/platform/object/Monitor.h"
 #include "tq/platform/object/Object.h"
 #include "tq/platform/object/PlatformLog.h"
 #include "tq/platform/object/Range.h"

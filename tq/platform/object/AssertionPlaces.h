@@ -22,6 +22,10 @@ inline constexpr AssertionPlace OrderedDictionaryDuplicateKeys{"TQOrderedDiction
 inline constexpr AssertionPlace SignallingOperationOnMainThread{"TQSignallingOperation", 35};
 /// The logger finds no folder for its default log file.
 inline constexpr AssertionPlace LoggerWithoutLogLocation{"TQLogger", 156};
+/// A defaults store that does not name its file.
+inline constexpr AssertionPlace DefaultsPathNotOverridden{"TQFoundationDefaults", 454};
+/// A defaults subclass that does not answer its own shared instance.
+inline constexpr AssertionPlace DefaultsSharedNotOverridden{"TQFoundationDefaults", 465};
 
 }  // namespace AssertionPlaces
 
