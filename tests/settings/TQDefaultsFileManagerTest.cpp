@@ -1,0 +1,164 @@
+// The defaults file manager in one process: the 5-second cache, pending
+// writes laid over reads, batches flushed on the main run loop, changes read
+// from the file and announced, and failures that lose nothing.
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "tests/settings/SettingsTestSupport.h"
+#include "tq/platform/collection/KeyValueObserving.h"
+
+namespace tq {
+namespace {
+
+using testing::PlatformLogRecorder;
+using testing::SettingsTest;
+using testing::TestStore;
+
+class Announcements : public Object {
+ public:
+  void observeValueForKeyPath(const String& keyPath, const Id&, const Ref<Dictionary>& change, void*) override {
+    bool prior = change && change->objectForKey("notificationIsPrior");
+    heard.push_back((prior ? "will " : "did ") + keyPath.utf8());
+  }
+  std::vector<std::string> heard;
+};
+
+using TQDefaultsFileManagerTest = SettingsTest;
+
+TEST_F(TQDefaultsFileManagerTest, ReadsComeFromMemoryForFiveSecondsThenFromTheFile) {
+  auto store = makeStore();
+  store->setInteger(1, "level");
+  writeFile(dict({{str("level"), num(2)}, {str("defaultVersions"), dict({})}}));
+  auto servedBefore = _TQDefaultsFileManager::cachedReadCount();
+  EXPECT_EQ(store->integerForKey("level"), 1);
+  EXPECT_EQ(_TQDefaultsFileManager::cachedReadCount(), servedBefore + 1);
+
+  auto observer = make<Announcements>();
+  addObserver(store, observer, *str("level"), KeyValueObservingOptions::Prior, nullptr);
+  expireCache();
+  EXPECT_EQ(store->integerForKey("level"), 2);
+  EXPECT_EQ(_TQDefaultsFileManager::cachedReadCount(), 0u) << "a disk read starts the count again";
+  EXPECT_EQ(observer->heard, (std::vector<std::string>{"will level", "did level"}));
+  removeObserver(store, observer, *str("level"));
+
+  writeFile(dict({{str("level"), num(3)}}));
+  EXPECT_EQ(store->integerForKey("level"), 2);
+  store->refresh();
+  EXPECT_EQ(store->integerForKey("level"), 3) << "refresh sends the next read to the disk";
+}
+
+TEST_F(TQDefaultsFileManagerTest, WritesFromOtherThreadsWaitAsOneBatchForTheMainRunLoop) {
+  auto store = makeStore();
+  std::thread writer([&] {
+    store->setInteger(1, "first");
+    store->setInteger(2, "second");
+    store->removeDefaultForKey("first");
+  });
+  writer.join();
+  auto manager = store->_manager_();
+  EXPECT_EQ(manager->_pendingChanges_()->count(), 2u);
+  EXPECT_EQ(fileContents()->objectForKey("second"), nullptr) << "not flushed yet";
+  EXPECT_EQ(store->integerForKey("second"), 2) << "pending values are laid over reads";
+  EXPECT_EQ(store->defaultForKey("first"), nullptr) << "a pending removal hides the key";
+
+  store->notified.clear();
+  RunLoop::main().drain();
+  EXPECT_TRUE(fileContents()->objectForKey("second")->isEqual(*num(2)));
+  EXPECT_EQ(manager->_pendingChanges_()->count(), 0u);
+  ASSERT_EQ(store->notified.size(), 1u) << "one flush for the batch";
+  auto keys = cast<Array>(store->notified[0]);
+  ASSERT_NE(keys, nullptr);
+  EXPECT_TRUE(keys->containsObject(str("second")));
+  EXPECT_TRUE(keys->containsObject(str("first")));
+}
+
+TEST_F(TQDefaultsFileManagerTest, AWriteOnTheMainThreadIsFlushedAtOnceAndMergedIntoTheLatestFile) {
+  auto store = makeStore();
+  writeFile(dict({{str("fromOther"), str("kept")}, {str("defaultVersions"), dict({})}}));
+  store->setString(str("mine"), "own");
+  auto contents = fileContents();
+  EXPECT_TRUE(contents->objectForKey("own")->isEqual(*str("mine")));
+  EXPECT_TRUE(contents->objectForKey("fromOther")->isEqual(*str("kept"))) << "merged, not overwritten";
+}
+
+TEST_F(TQDefaultsFileManagerTest, AnotherProcesssChangeIsAnnouncedButItsRemovalsAreNot) {
+  auto store = makeStore();
+  store->setInteger(1, "gone");
+  auto observer = make<Announcements>();
+  addObserver(store, observer, *str("changed"), KeyValueObservingOptions::Prior, nullptr);
+  store->notified.clear();
+
+  writeFile(dict({{str("changed"), num(7)}, {str("defaultVersions"), dict({})}}));
+  store->_manager_()->defaultsWereExternallyChanged();
+  EXPECT_EQ(observer->heard, (std::vector<std::string>{"will changed", "did changed"}));
+  ASSERT_EQ(store->notified.size(), 1u);
+  EXPECT_TRUE(store->notified[0]->isEqual(*dict({{str("changed"), num(7)}})));
+  EXPECT_EQ(store->defaultForKey("gone"), nullptr) << "the removal is applied, though not announced";
+
+  store->notified.clear();
+  store->_manager_()->defaultsWereExternallyChanged();
+  EXPECT_TRUE(store->notified.empty()) << "nothing new, nothing announced";
+  removeObserver(store, observer, *str("changed"));
+}
+
+// A file system that refuses to replace files, as a full disk does.
+class RefusingWrites : public FileSystem {
+ public:
+  bool writeFileAtomically(const std::string&, std::string_view, std::error_code* error) const override {
+    if (error) *error = std::make_error_code(std::errc::no_space_on_device);
+    return false;
+  }
+};
+
+TEST_F(TQDefaultsFileManagerTest, AFailedWriteIsReportedAndItsChangesStayPendingUntilTheNextFlush) {
+  auto store = makeStore();
+  PlatformLogRecorder log;
+  {
+    ScopedFileSystem full(std::make_shared<RefusingWrites>());
+    store->setInteger(5, "kept");
+  }
+  ASSERT_EQ(PlatformLogRecorder::messages().size(), 1u);
+  EXPECT_EQ(PlatformLogRecorder::messages()[0],
+            "Error writing the defaults data to: \u2018file://" + folder.file("Defaults.plist") + "\u2019.");
+  EXPECT_EQ(store->integerForKey("kept"), 5) << "still visible in this process";
+  EXPECT_EQ(fileContents()->objectForKey("kept"), nullptr);
+
+  store->setInteger(6, "next");
+  EXPECT_TRUE(fileContents()->objectForKey("kept")->isEqual(*num(5)));
+  EXPECT_TRUE(fileContents()->objectForKey("next")->isEqual(*num(6)));
+}
+
+TEST_F(TQDefaultsFileManagerTest, AFileWithNoContentsRefusesTheFlushAndKeepsTheChangesPending) {
+  PlatformLogRecorder log;
+  auto manager = _TQDefaultsFileManager::initWithPathToDefaults(*str(folder.file("Empty.plist")));
+  manager->_updateDefaults(dict({{str("key"), num(1)}}));
+  EXPECT_EQ(PlatformLogRecorder::messages(), (std::vector<std::string>{"Defaults is empty -- this should not happen"}));
+  EXPECT_EQ(manager->_pendingChanges_()->count(), 1u);
+  EXPECT_FALSE(std::filesystem::exists(folder.file("Empty.plist")));
+}
+
+TEST_F(TQDefaultsFileManagerTest, AFolderThatCannotBeMadeIsReportedAndTheManagerGoesOn) {
+  PlatformLogRecorder log;
+  ASSERT_TRUE(FileSystem::system()->writeFileAtomically(folder.file("plain"), "not a folder"));
+  auto manager = _TQDefaultsFileManager::initWithPathToDefaults(*str(folder.file("plain/sub/Defaults.plist")));
+  ASSERT_NE(manager, nullptr);
+  ASSERT_FALSE(PlatformLogRecorder::messages().empty());
+  EXPECT_EQ(PlatformLogRecorder::messages()[0],
+            "Error creating the defaults folder location: \u2018" + folder.file("plain/sub") + "\u2019.");
+  EXPECT_EQ(manager->defaultsDictionary()->count(), 0u);
+}
+
+TEST_F(TQDefaultsFileManagerTest, OneManagerPerFileEvenThroughASymbolicLink) {
+  auto store = makeStore();
+  std::filesystem::create_directory_symlink(folder.path(), folder.file("link"));
+  testing::StoreSetting linked;
+  linked.path = folder.file("link/Defaults.plist");
+  auto viaLink = makeStore("", linked);
+  EXPECT_EQ(store->_manager_().get(), viaLink->_manager_().get());
+  EXPECT_TRUE(store->_manager_()->defaultsPathURL()->isEqual(*str(folder.file("Defaults.plist"))));
+}
+
+}  // namespace
+}  // namespace tq

@@ -1,0 +1,226 @@
+// The defaults store: its five layers, typed reads and writes, key mapping
+// and observation, set-up with initial values, upgrades and repairs, and the
+// assertions of a subclass that forgets its duties.
+
+#include <gtest/gtest.h>
+
+#include "tests/settings/SettingsTestSupport.h"
+#include "tq/platform/collection/KeyValueObserving.h"
+#include "tq/platform/defaults/UserDefaults.h"
+#include "tq/platform/object/Assert.h"
+#include "tq/platform/value/Color.h"
+
+namespace tq {
+namespace {
+
+using testing::makeBundle;
+using testing::SettingsTest;
+using testing::StoreSetting;
+using testing::TestStore;
+
+class TQFoundationDefaultsTest : public SettingsTest {
+ protected:
+  void TearDown() override {
+    UserDefaults::setArguments({});
+    UserDefaults::resetStandardUserDefaults();
+    SettingsTest::TearDown();
+  }
+  StoreSetting prefixed(const std::string& prefix) {
+    StoreSetting setting;
+    setting.prefix = prefix;
+    return setting;
+  }
+};
+
+TEST_F(TQFoundationDefaultsTest, LayersAnswerInOrderVolatileArgumentsFileRegistered) {
+  UserDefaults::setArguments({"-layered", "fromArguments"});
+  UserDefaults::resetStandardUserDefaults();
+  auto store = makeStore("Defaults.plist", prefixed("TQ"));
+  store->registerDefaults(*dict({{str("layered"), str("registered")}}));
+  EXPECT_TRUE(store->defaultForKey("layered")->isEqual(*str("fromArguments")));
+
+  UserDefaults::setArguments({});
+  UserDefaults::resetStandardUserDefaults();
+  EXPECT_TRUE(store->defaultForKey("layered")->isEqual(*str("registered")));
+  store->setDefault(str("stored"), "layered");
+  EXPECT_TRUE(store->defaultForKey("layered")->isEqual(*str("stored")));
+  EXPECT_TRUE(fileContents()->objectForKey("TQlayered")->isEqual(*str("stored"))) << "kept under the component key";
+
+  store->setVolatileDefault(str("volatile"), "layered");
+  EXPECT_TRUE(store->defaultForKey("layered")->isEqual(*str("volatile")));
+  EXPECT_EQ(fileContents()->objectForKey("layered"), nullptr) << "volatile values never reach the file";
+  store->setVolatileDefault(nullptr, "layered");
+  EXPECT_TRUE(store->defaultForKey("layered")->isEqual(*str("stored")));
+
+  store->removeDefaultForKey("layered");
+  EXPECT_TRUE(store->defaultForKey("layered")->isEqual(*str("registered")));
+  EXPECT_EQ(fileContents()->objectForKey("TQlayered"), nullptr);
+}
+
+TEST_F(TQFoundationDefaultsTest, ArgumentDomainIsAskedUnderThePlainKeyThenTheComponentKey) {
+  UserDefaults::setArguments({"-TQwide", "yes"});
+  UserDefaults::resetStandardUserDefaults();
+  auto store = makeStore("Defaults.plist", prefixed("TQ"));
+  EXPECT_TRUE(store->defaultForKey("wide")->isEqual(*str("yes")));
+  EXPECT_TRUE(store->boolForKey("wide"));
+}
+
+TEST_F(TQFoundationDefaultsTest, TypedWritersStoreOnlyValuesOfTheirKind) {
+  auto store = makeStore();
+  store->setString(num(3), "name");
+  store->setArray(str("x"), "list");
+  store->setDictionary(Array::array(), "map");
+  store->setColor(str("255 0 0"), "tint");
+  EXPECT_EQ(store->defaultForKey("name"), nullptr);
+  EXPECT_EQ(store->defaultForKey("list"), nullptr);
+  EXPECT_EQ(store->defaultForKey("map"), nullptr);
+  EXPECT_EQ(store->defaultForKey("tint"), nullptr);
+
+  store->setString(str("Ada"), "name");
+  store->setInteger(-7, "count");
+  store->setFloat(0.1f, "ratio");
+  store->setBool(true, "enabled");
+  store->setColor(Color::colorWithDeviceRed(0.5, 0.5, 0.5, 1), "tint");
+  EXPECT_TRUE(store->stringForKey("name")->isEqual(*str("Ada")));
+  EXPECT_EQ(store->integerForKey("count"), -7);
+  EXPECT_EQ(store->floatForKey("ratio"), double(0.1f)) << "single precision, widened";
+  EXPECT_TRUE(store->boolForKey("enabled"));
+  EXPECT_TRUE(fileContents()->objectForKey("tint")->isEqual(*str("127 127 127 100")));
+  auto tint = store->colorForKey("tint");
+  ASSERT_NE(tint, nullptr);
+  EXPECT_NEAR(tint->redComponent(), 127.0 / 255, 1e-9);
+  EXPECT_EQ(store->arrayForKey("name"), nullptr) << "a value of another kind reads as nil";
+  EXPECT_EQ(store->integerForKey("missing"), 0);
+  EXPECT_FALSE(store->boolForKey("missing"));
+  EXPECT_EQ(store->floatForKey("missing"), 0.0);
+}
+
+TEST_F(TQFoundationDefaultsTest, KeysArePrefixedOnceAndUnprefixedKeysKeepTheirNames) {
+  auto setting = prefixed("Kit");
+  setting.unprefixed = {"shared"};
+  auto store = makeStore("Defaults.plist", setting);
+  EXPECT_TRUE(store->_componentKeyForKey("color")->isEqual(*str("Kitcolor")));
+  EXPECT_TRUE(store->_componentKeyForKey("Kitcolor")->isEqual(*str("Kitcolor")));
+  EXPECT_TRUE(store->_componentKeyForKey("shared")->isEqual(*str("shared")));
+  EXPECT_TRUE(store->mappedKeyForComponentKey("Kitcolor")->isEqual(*str("color")));
+  store->setDefaultsInDictionary(*dict({{str("a"), num(1)}, {str("shared"), num(2)}}));
+  EXPECT_TRUE(fileContents()->isEqual(*dict({{str("defaultVersions"), dict({{str("com.example.product"), str("20200911")}})},
+                                            {str("Kita"), num(1)},
+                                            {str("shared"), num(2)}})));
+}
+
+// An observer of a plain key hears of a change written under its component
+// key, as another process's write announces it.
+class KeyObserver : public Object {
+ public:
+  void observeValueForKeyPath(const String& keyPath, const Id&, const Ref<Dictionary>&, void*) override {
+    heard.push_back(keyPath.utf8());
+  }
+  std::vector<std::string> heard;
+};
+
+TEST_F(TQFoundationDefaultsTest, ObserversOfEitherNameHearOfAChange) {
+  auto store = makeStore("Defaults.plist", prefixed("TQ"));
+  auto observer = make<KeyObserver>();
+  addObserver(store, observer, *str("volume"), KeyValueObservingOptions::New, nullptr);
+  addObserver(store, observer, *str("TQvolume"), KeyValueObservingOptions::None, nullptr);
+  store->setInteger(11, "volume");
+  EXPECT_EQ(observer->heard, (std::vector<std::string>{"TQvolume", "volume"}));
+  removeObserver(store, observer, *str("volume"));
+  removeObserver(store, observer, *str("TQvolume"));
+}
+
+TEST_F(TQFoundationDefaultsTest, BulkLookupFindsEachKeyInItsLayerAndLeavesMissingKeysOut) {
+  auto store = makeStore("Defaults.plist", prefixed("TQ"));
+  store->setDefault(num(1), "stored");
+  store->setVolatileDefault(num(2), "volatile");
+  store->registerDefaults(*dict({{str("registered"), num(3)}}));
+  auto found = store->defaultsForKeys(*Array::arrayWithObjects({str("stored"), str("volatile"), str("registered"),
+                                                                 str("missing")}));
+  EXPECT_TRUE(found->isEqual(*dict({{str("stored"), num(1)}, {str("volatile"), num(2)}, {str("registered"), num(3)}})));
+}
+
+TEST_F(TQFoundationDefaultsTest, SetUpWritesInitialValuesAndTheVersionToANewFile) {
+  StoreSetting setting = prefixed("TQ");
+  setting.bundle = makeBundle(folder.file("Initial.bundle"), "com.example.initial",
+                              dict({{str("greeting"), str("hello")}, {str("TQcount"), num(3)}}));
+  auto store = makeStore("Defaults.plist", setting);
+  EXPECT_EQ(store->upgradedFrom, (std::vector<std::int64_t>{0}));
+  auto contents = fileContents();
+  ASSERT_NE(contents, nullptr);
+  EXPECT_TRUE(contents->objectForKey("TQgreeting")->isEqual(*str("hello")));
+  EXPECT_TRUE(contents->objectForKey("TQcount")->isEqual(*num(3)));
+  EXPECT_TRUE(contents->objectForKey("TQupgradeMark")->isEqual(*str("upgraded")));
+  EXPECT_TRUE(contents->objectForKey("defaultVersions")->isEqual(*dict({{str("com.example.initial"), str("20200911")}})));
+  EXPECT_TRUE(store->buildBranch()->isEqual(*str("main")));
+  EXPECT_TRUE(store->buildCommit()->isEqual(*str("abc123")));
+}
+
+TEST_F(TQFoundationDefaultsTest, StoredValuesWinAndACurrentVersionIsNeverUpgraded) {
+  writeFile(dict({{str("TQgreeting"), str("stored")},
+                  {str("defaultVersions"), dict({{str("com.example.initial"), str("20200911")}})}}));
+  StoreSetting setting = prefixed("TQ");
+  setting.bundle = makeBundle(folder.file("Initial.bundle"), "com.example.initial",
+                              dict({{str("greeting"), str("hello")}}));
+  auto store = makeStore("Defaults.plist", setting);
+  EXPECT_TRUE(store->upgradedFrom.empty());
+  EXPECT_EQ(store->repairCalls, 1);
+  EXPECT_TRUE(store->stringForKey("greeting")->isEqual(*str("stored")));
+}
+
+TEST_F(TQFoundationDefaultsTest, ANewInitialKeyOrARepairIsWrittenOtherwiseTheFileIsLeftAlone) {
+  auto versions = dict({{str("com.example.product"), str("20200911")}});
+  writeFile(dict({{str("defaultVersions"), versions}}));
+  auto before = std::filesystem::last_write_time(folder.file("Defaults.plist"));
+  StoreSetting quiet;
+  auto store = makeStore("Defaults.plist", quiet);
+  EXPECT_EQ(std::filesystem::last_write_time(folder.file("Defaults.plist")), before);
+  _TQDefaultsFileManager::forgetManagers();
+
+  StoreSetting repairing;
+  repairing.repairs = true;
+  auto repaired = makeStore("Defaults.plist", repairing);
+  EXPECT_TRUE(fileContents()->objectForKey("repairMark")->isEqual(*str("repaired")));
+}
+
+TEST_F(TQFoundationDefaultsTest, AnOlderStoredVersionIsUpgradedFromThatVersion) {
+  writeFile(dict({{str("defaultVersions"), dict({{str("com.example.product"), str("20190101")}})}}));
+  auto store = makeStore();
+  EXPECT_EQ(store->upgradedFrom, (std::vector<std::int64_t>{20190101}));
+  EXPECT_TRUE(fileContents()->objectForKey("defaultVersions")->isEqual(*dict({{str("com.example.product"), str("20200911")}})));
+}
+
+TEST_F(TQFoundationDefaultsTest, StoresOfOneFileShareOneManager) {
+  auto first = makeStore();
+  auto second = makeStore();
+  EXPECT_EQ(first->_manager_().get(), second->_manager_().get());
+  EXPECT_EQ(first->_manager_()->defaultManagersByUuid()->count(), 2u);
+  first->setInteger(5, "shared");
+  EXPECT_EQ(second->integerForKey("shared"), 5);
+}
+
+TEST_F(TQFoundationDefaultsTest, TheBaseClassAndAForgetfulSubclassReportTheirAssertions) {
+  std::vector<AssertionFailure> seen;
+  auto previous = setAssertionHandler([&](const AssertionFailure& failure) { seen.push_back(failure); });
+  // The base names no file: its set-up reports that and goes on without one.
+  auto base = TQFoundationDefaults::sharedDefaults();
+  // A subclass that does not declare its own shared instance reaches the
+  // base's, after the report.
+  auto forgetful = TestStore::sharedDefaults();
+  setAssertionHandler(previous);
+
+  ASSERT_EQ(seen.size(), 2u);
+  EXPECT_EQ(seen[0].description, "SubClasses must override this method and not call super");
+  EXPECT_EQ(seen[0].file, "TQFoundationDefaults");
+  EXPECT_EQ(seen[0].line, 454);
+  EXPECT_EQ(seen[1].description, "SubClasses TQFoundationDefaults must implement +sharedDefaults");
+  EXPECT_EQ(seen[1].file, "TQFoundationDefaults");
+  EXPECT_EQ(seen[1].line, 465);
+  EXPECT_EQ(forgetful.get(), base.get());
+  EXPECT_EQ(base->_manager_(), nullptr);
+  EXPECT_EQ(base->defaultForKey("anything"), nullptr);
+  base->setDefault(num(1), "anything");  // no file, nowhere to go: nothing happens
+}
+
+}  // namespace
+}  // namespace tq
