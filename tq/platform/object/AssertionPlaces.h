@@ -22,6 +22,12 @@ inline constexpr AssertionPlace OrderedDictionaryDuplicateKeys{"TQOrderedDiction
 inline constexpr AssertionPlace SignallingOperationOnMainThread{"TQSignallingOperation", 35};
 /// The logger finds no folder for its default log file.
 inline constexpr AssertionPlace LoggerWithoutLogLocation{"TQLogger", 156};
+/// The colour helpers: a highlight level outside 0 to 1.
+inline constexpr AssertionPlace ColorHighlightLevelOutOfRange{"NSColor+TQFoundation", 248};
+/// The colour helpers: a pale-shade factor outside 0 to 1.
+inline constexpr AssertionPlace ColorPaleShadeFactorOutOfRange{"NSColor+TQFoundation", 269};
+/// The colour helpers: a shade level outside 0 to 1.
+inline constexpr AssertionPlace ColorShadeLevelOutOfRange{"NSColor+TQFoundation", 329};
 
 }  // namespace AssertionPlaces
 
