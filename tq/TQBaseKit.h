@@ -15,6 +15,7 @@
 
 #include "tq/collections/All.h"
 #include "tq/logging/All.h"
+#include "tq/colour/All.h"
 #include "tq/settings/All.h"
 #include "tq/encodings/All.h"
 #include "tq/concurrency/All.h"

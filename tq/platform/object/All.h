@@ -6,6 +6,7 @@
 // header of the folder is not reached from here.
 
 #include "tq/platform/object/Application.h"
+#include "tq/platform/object/AssociatedObjects.h"
 #include "tq/platform/object/Assert.h"
 #include "tq/platform/object/AssertionPlaces.h"
 #include "tq/platform/object/Comparable.h"

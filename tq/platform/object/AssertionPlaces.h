@@ -26,6 +26,12 @@ inline constexpr AssertionPlace LoggerWithoutLogLocation{"TQLogger", 156};
 inline constexpr AssertionPlace DefaultsPathNotOverridden{"TQFoundationDefaults", 454};
 /// A defaults subclass that does not answer its own shared instance.
 inline constexpr AssertionPlace DefaultsSharedNotOverridden{"TQFoundationDefaults", 465};
+/// The colour helpers: a highlight level outside 0 to 1.
+inline constexpr AssertionPlace ColorHighlightLevelOutOfRange{"NSColor+TQFoundation", 248};
+/// The colour helpers: a pale-shade factor outside 0 to 1.
+inline constexpr AssertionPlace ColorPaleShadeFactorOutOfRange{"NSColor+TQFoundation", 269};
+/// The colour helpers: a shade level outside 0 to 1.
+inline constexpr AssertionPlace ColorShadeLevelOutOfRange{"NSColor+TQFoundation", 329};
 
 }  // namespace AssertionPlaces
 

@@ -5,6 +5,7 @@
 // what it uses. The CTest check Package.UmbrellasReachEveryHeader fails when a
 // public header of the folder is not reached from here.
 
+#include "tq/platform/system/Appearance.h"
 #include "tq/platform/system/Clocks.h"
 #include "tq/platform/system/Environment.h"
 #include "tq/platform/system/FileSystem.h"
