@@ -7,7 +7,10 @@
 
 #include "tq/platform/system/Clocks.h"
 #include "tq/platform/system/Environment.h"
+#include "tq/platform/system/FileChangeSource.h"
+#include "tq/platform/system/FileCoordinator.h"
 #include "tq/platform/system/FileSystem.h"
 #include "tq/platform/system/LineFollower.h"
+#include "tq/platform/system/OwnWrites.h"
 #include "tq/platform/system/UserFolders.h"
 #include "tq/platform/system/VectorSupport.h"
