@@ -10,6 +10,8 @@
 #include <cstring>
 #include <filesystem>
 
+#include "tq/platform/system/OwnWrites.h"
+#include "tq/platform/system/internal/AtomicWriteNames.h"
 #include "tq/platform/system/internal/CurrentService.h"
 
 namespace tq {
@@ -86,18 +88,24 @@ std::optional<std::string> FileSystem::readFile(const std::string& path, std::er
 
 bool FileSystem::writeFileAtomically(const std::string& path, std::string_view bytes, std::error_code* error) const {
   std::string target = resolve(path);
-  std::string temporary = target + ".tq-XXXXXX";
+  std::string temporary = target + detail::kAtomicWriteTemporarySuffix;
   int fd = ::mkostemp(temporary.data(), O_CLOEXEC);
   if (fd < 0) return fail(error, errno);
   ::fchmod(fd, 0666 & ~processUmask());
   bool ok = writeAll(fd, bytes) && ::fsync(fd) == 0;
   int code = ok ? 0 : errno;
+  // A second descriptor outlives the close, so that the new file can be
+  // remembered as this process's own once it is in place (OwnWrites), which
+  // change streams need only while someone watches.
+  int kept = ok && OwnWrites::anyInterest() ? ::fcntl(fd, F_DUPFD_CLOEXEC, 0) : -1;
   if (::close(fd) != 0 && ok) ok = false, code = errno;
   if (ok && ::rename(temporary.c_str(), target.c_str()) != 0) ok = false, code = errno;
   if (!ok) {
+    if (kept >= 0) ::close(kept);
     ::unlink(temporary.c_str());
     return fail(error, code ? code : EIO);
   }
+  OwnWrites::recordReplacement(target, kept);
   return succeed(error);
 }
 
