@@ -12,6 +12,8 @@
 #include "tq/platform/collection/All.h"
 #include "tq/platform/archive/All.h"
 #include "tq/platform/dispatch/All.h"
+#include "tq/platform/bundle/All.h"
+#include "tq/platform/defaults/All.h"
 
 #include "tq/collections/All.h"
 #include "tq/logging/All.h"

@@ -7,8 +7,7 @@
 #include <vector>
 
 #include "tq/logging/TQLogger.h"
-#include "tq/platform/archive/PropertyList.h"
-#include "tq/platform/collection/Dictionary.h"
+#include "tq/platform/bundle/Bundle.h"
 #include "tq/platform/system/FileSystem.h"
 #include "tq/platform/system/UserFolders.h"
 
@@ -48,14 +47,12 @@ std::string canonicalPath(const FileSystem& fileSystem, const std::string& path)
   return resolved;
 }
 
-// "CFBundleVersion" of a bundle's information property list, in either of
-// the property-list formats; "(null)" when the file, the dictionary or the
-// key is missing, as the report prints a missing value.
-std::string bundleVersion(const std::string& bundle) {
-  auto bytes = FileSystem::current()->readFile(bundle + "/Contents/Info.plist");
-  if (!bytes) return "(null)";
-  auto info = std::dynamic_pointer_cast<Dictionary>(PropertyList::read(*bytes));
-  return describeUTF8(info ? info->objectForKey("CFBundleVersion") : nullptr);
+// "CFBundleVersion" of a bundle's information dictionary; "(null)" when the
+// file, the dictionary or the key is missing, as the report prints a missing
+// value.
+std::string bundleVersion(const std::string& path) {
+  auto bundle = Bundle::bundleWithPath(path);
+  return describeUTF8(bundle ? bundle->objectForInfoDictionaryKey("CFBundleVersion") : nullptr);
 }
 
 void appendComponents(std::string& text, const std::string& relative, const std::string& suffix) {

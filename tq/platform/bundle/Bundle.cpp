@@ -1,0 +1,143 @@
+// Bundle objects: one per folder, the registry that keeps them, the main
+// bundle, and the information dictionary.
+
+#include "tq/platform/bundle/Bundle.h"
+
+#include <filesystem>
+#include <map>
+#include <mutex>
+
+#include "tq/platform/archive/PropertyList.h"
+#include "tq/platform/bundle/internal/ProcessExecutable.h"
+#include "tq/platform/object/PlatformLog.h"
+#include "tq/platform/system/FileSystem.h"
+
+namespace tq {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// The path as bundles name it: absolute, "." and ".." folded, no final "/".
+std::string standardizedPath(std::string_view path) {
+  fs::path result(path);
+  if (result.is_relative()) {
+    std::error_code ec;
+    result = fs::current_path(ec) / result;
+  }
+  std::string text = result.lexically_normal().string();
+  while (text.size() > 1 && text.back() == '/') text.pop_back();
+  return text;
+}
+
+// The identity of a folder: the path the kernel is given, links resolved. It
+// includes a rooted file system's root, so that bundles of two worlds never
+// share an object.
+std::string registryKey(const FileSystem& fileSystem, const std::string& path) {
+  const std::string real = fileSystem.resolve(path);
+  std::error_code ec;
+  std::string canonical = fs::weakly_canonical(real, ec).string();
+  return ec ? real : canonical;
+}
+
+Ref<Dictionary> readInfoDictionary(const FileSystem& fileSystem, const std::string& bundlePath) {
+  const std::string path = bundlePath + "/Contents/Info.plist";
+  auto bytes = fileSystem.readFile(path);
+  if (!bytes) return make<Dictionary>();
+  Ref<Error> error;
+  auto info = cast<Dictionary>(PropertyList::read(*bytes, &error));
+  if (!info) {
+    // No error slot to fill: the bundle still works, without its information.
+    platformLog("Bundle: " + path + " is not a property-list dictionary" +
+                (error ? ": " + error->localizedDescription() : std::string()));
+    return make<Dictionary>();
+  }
+  return info;
+}
+
+struct Registry {
+  std::mutex mutex;
+  std::map<std::string, Ref<Bundle>> bundles;  // by registry key
+  Ref<Bundle> hostMain;
+  Ref<Bundle> defaultMain;
+};
+
+Registry& registry() {
+  // Never destroyed: bundles may be asked for while the process exits.
+  static Registry* instance = new Registry;
+  return *instance;
+}
+
+// The registered bundle of a folder, made when first asked for. Under the
+// registry's lock.
+Ref<Bundle> registeredBundle(Registry& registry, const FileSystem& fileSystem, const std::string& path) {
+  Ref<Bundle>& slot = registry.bundles[registryKey(fileSystem, path)];
+  if (!slot) slot = make<Bundle>(path, readInfoDictionary(fileSystem, path));
+  return slot;
+}
+
+// <X> when the executable lies somewhere inside <X>/Contents/; else the
+// executable's own folder.
+std::string mainBundlePath(const std::string& executable) {
+  if (executable.empty()) return standardizedPath(".");
+  fs::path folder = fs::path(executable).parent_path();
+  for (fs::path at = folder; at.has_relative_path(); at = at.parent_path()) {
+    if (at.filename() == "Contents") return at.parent_path().string();
+  }
+  return folder.string();
+}
+
+}  // namespace
+
+Bundle::Bundle(std::string path, Ref<Dictionary> info) : path_(std::move(path)), info_(std::move(info)) {}
+
+Ref<Bundle> Bundle::bundleWithPath(const String& path) { return bundleWithPath(path.utf8()); }
+
+Ref<Bundle> Bundle::bundleWithPath(std::string_view utf8Path) {
+  if (utf8Path.empty()) return nullptr;
+  const std::string path = standardizedPath(utf8Path);
+  const auto fileSystem = FileSystem::current();
+  if (!fileSystem->status(path).isDirectory) return nullptr;
+  Registry& shared = registry();
+  std::lock_guard lock(shared.mutex);
+  return registeredBundle(shared, *fileSystem, path);
+}
+
+Ref<Bundle> Bundle::mainBundle() {
+  Registry& shared = registry();
+  std::lock_guard lock(shared.mutex);
+  if (shared.hostMain) return shared.hostMain;
+  if (!shared.defaultMain) {
+    // Made whether or not the current file system shows the folder: the
+    // executable is there, whatever world a test has installed.
+    const std::string path = mainBundlePath(detail::processExecutablePath());
+    shared.defaultMain = registeredBundle(shared, *FileSystem::current(), path);
+  }
+  return shared.defaultMain;
+}
+
+void Bundle::setMainBundle(Ref<Bundle> bundle) {
+  Registry& shared = registry();
+  std::lock_guard lock(shared.mutex);
+  shared.hostMain = std::move(bundle);
+}
+
+Ref<String> Bundle::description() const { return String::fromUTF8("Bundle <" + path_ + ">"); }
+
+Ref<String> Bundle::bundlePath() const { return String::fromUTF8(path_); }
+
+Ref<Dictionary> Bundle::infoDictionary() const { return info_; }
+
+Id Bundle::objectForInfoDictionaryKey(const String& key) const { return info_->objectForKey(&key); }
+
+Id Bundle::objectForInfoDictionaryKey(std::string_view key) const { return info_->objectForKey(key); }
+
+Ref<String> Bundle::bundleIdentifier() const { return cast<String>(info_->objectForKey("CFBundleIdentifier")); }
+
+Ref<String> Bundle::developmentLocalization() const {
+  return cast<String>(info_->objectForKey("CFBundleDevelopmentRegion"));
+}
+
+Ref<String> Bundle::resourcePath() const { return String::fromUTF8(path_ + "/Contents/Resources"); }
+
+}  // namespace tq

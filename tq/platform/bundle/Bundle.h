@@ -1,0 +1,102 @@
+#pragma once
+// Bundles: folders of resources described by an information dictionary.
+//
+//   <bundle>/Contents/Info.plist          the information dictionary (XML or binary)
+//   <bundle>/Contents/Resources/          resources, by name and type
+//   <bundle>/Contents/Resources/<lang>.lproj/   the resources of one localisation
+//
+// Everything is read through the FileSystem seam, so a host or a test can put
+// bundles under a folder of its own (RootedFileSystem). Localisation folders
+// are searched in the order of the user's languages, read through the
+// Environment seam from LANGUAGE, LC_ALL, LC_MESSAGES and LANG (see
+// `preferredLanguages`).
+
+#include <string>
+
+#include "tq/platform/collection/Array.h"
+#include "tq/platform/collection/Dictionary.h"
+#include "tq/platform/object/Object.h"
+#include "tq/platform/value/String.h"
+
+namespace tq {
+
+class Bundle : public Object {
+ public:
+  /// Nil when the path is not a folder. One object per resolved path (the
+  /// path made absolute, "." and ".." and symbolic links resolved), kept for
+  /// the life of the process: asking again gives the same object.
+  static Ref<Bundle> bundleWithPath(const String& path);
+  static Ref<Bundle> bundleWithPath(std::string_view utf8Path);
+
+  /// The main bundle: the one the host set; else the bundle folder that holds
+  /// the running executable (/proc/self/exe inside <X>/Contents/...); else a
+  /// bundle of the executable's own folder, so that bare tools still have one.
+  /// Never nil.
+  static Ref<Bundle> mainBundle();
+  /// Sets the main bundle; nil goes back to the default.
+  static void setMainBundle(Ref<Bundle> bundle);
+
+  /// The user's languages in order of preference, as locale names without
+  /// encoding or modifier ("de_DE", "pt", "zh_TW"). LANGUAGE (a colon list)
+  /// comes first, unless the locale is "C" or "POSIX", which gettext takes as
+  /// the request for untranslated text; then the locale of the first set of
+  /// LC_ALL, LC_MESSAGES, LANG.
+  static Ref<Array> preferredLanguages();
+  /// The localisations of `localizations` (folder names without ".lproj") in
+  /// the order a lookup tries them: for each of the user's languages its exact
+  /// match, then its language alone ("de_DE", "de-DE", "de"; zh_CN and zh_SG
+  /// also as "zh-Hans", zh_TW, zh_HK and zh_MO as "zh-Hant"), compared without
+  /// case and with "_" and "-" alike; then `developmentLocalization`, "Base"
+  /// and "en". Names that match nothing are left out.
+  static Ref<Array> preferredLocalizationsFromArray(const Array& localizations,
+                                                    const Ref<String>& developmentLocalization = nullptr);
+
+  bool isEqual(const Object& other) const override { return this == &other; }
+  Ref<String> description() const override;
+  std::string className() const override { return "Bundle"; }
+  Id copy() const override { return self(); }
+
+  Ref<String> bundlePath() const;
+  /// "CFBundleIdentifier" of the information dictionary; nil if none.
+  Ref<String> bundleIdentifier() const;
+  /// The information dictionary, read once when the bundle is made; an empty
+  /// dictionary when there is no readable Info.plist (never nil).
+  Ref<Dictionary> infoDictionary() const;
+  Id objectForInfoDictionaryKey(const String& key) const;
+  Id objectForInfoDictionaryKey(std::string_view key) const;
+  /// "CFBundleDevelopmentRegion" of the information dictionary; nil if none.
+  Ref<String> developmentLocalization() const;
+
+  /// <bundle>/Contents/Resources (whether or not it exists).
+  Ref<String> resourcePath() const;
+
+  /// A resource by name and type ("InitialDefaults", "plist"); a nil or empty
+  /// type matches the name as given (a leading "." of the type is ignored).
+  /// Looked for in the Resources folder first, then in the localisation
+  /// folders in preference order. Files and folders both count. Nil when
+  /// absent or when the name is empty.
+  Ref<String> pathForResource(const String& name, const Ref<String>& type) const;
+  /// The same below a subdirectory of Resources (and of each localisation
+  /// folder); a nil or empty subdirectory is the folder itself.
+  Ref<String> pathForResource(const String& name, const Ref<String>& type, const Ref<String>& subdirectory) const;
+  /// Every resource whose name ends in "." + type (every one for a nil or
+  /// empty type), in the same folders and order; names sorted within a
+  /// folder, and a name found earlier hides the same name later.
+  Ref<Array> pathsForResourcesOfType(const Ref<String>& type, const Ref<String>& subdirectory) const;
+
+  /// The names of the localisation folders in Resources ("de" for
+  /// "de.lproj"), sorted.
+  Ref<Array> localizations() const;
+  /// `localizations` in the order lookups try them (see
+  /// `preferredLocalizationsFromArray`).
+  Ref<Array> preferredLocalizations() const;
+
+  /// Made by `bundleWithPath` and `mainBundle`; use those.
+  Bundle(std::string path, Ref<Dictionary> info);
+
+ private:
+  std::string path_;
+  Ref<Dictionary> info_;
+};
+
+}  // namespace tq

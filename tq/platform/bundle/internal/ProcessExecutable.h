@@ -1,0 +1,14 @@
+#pragma once
+// The running executable, as the kernel names it. Shared by the main bundle
+// (the folder that holds the executable) and the user defaults (whose
+// application domain falls back to the executable's name).
+
+#include <string>
+
+namespace tq::detail {
+
+/// The absolute path of the running executable (/proc/self/exe); empty when
+/// the kernel does not say.
+std::string processExecutablePath();
+
+}  // namespace tq::detail
