@@ -25,7 +25,7 @@ bool isTrue(const Id& value) {
   return number && number->boolValue();
 }
 
-std::string describe(const Id& value) { return value ? value->description()->utf8() : "(null)"; }
+std::string describeValue(const Id& value) { return value ? value->description()->utf8() : "(null)"; }
 
 // The value a batch holds for a key: under the key itself (a dotted key is
 // one entry of the batch), else along the key as a path.
@@ -151,7 +151,7 @@ Ref<Array> _TQDefaultsFileManager::_updateChanges(const Dictionary& changesFromF
       fileDefaults.setObject(value, key);
     }
     changed->addObject(key);
-    if (logChanges) platformLog("[logPreferenceChanges] default changed " + key->utf8() + " " + describe(value));
+    if (logChanges) platformLog("[logPreferenceChanges] default changed " + key->utf8() + " " + describeValue(value));
   }
   return cast<Array>(changed->copy());
 }

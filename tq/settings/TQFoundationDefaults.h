@@ -20,6 +20,7 @@
 
 #include <cstdint>
 #include <mutex>
+#include <string_view>
 
 #include "tq/platform/bundle/Bundle.h"
 #include "tq/platform/collection/Array.h"
@@ -185,6 +186,32 @@ class TQFoundationDefaults : public Object,
   void registerDefaults(const Dictionary& values) override;
   /// The next read goes to the file.
   void refresh();
+
+  // ---- The same with keys written as UTF-8 ----
+  Id defaultForKey(std::string_view key) { return defaultForKey(*String::fromUTF8(key)); }
+  Id objectForKey(std::string_view key) { return defaultForKey(*String::fromUTF8(key)); }
+  Ref<String> stringForKey(std::string_view key) { return stringForKey(*String::fromUTF8(key)); }
+  Ref<Dictionary> dictionaryForKey(std::string_view key) { return dictionaryForKey(*String::fromUTF8(key)); }
+  Ref<Array> arrayForKey(std::string_view key) { return arrayForKey(*String::fromUTF8(key)); }
+  std::int64_t integerForKey(std::string_view key) { return integerForKey(*String::fromUTF8(key)); }
+  double floatForKey(std::string_view key) { return floatForKey(*String::fromUTF8(key)); }
+  bool boolForKey(std::string_view key) { return boolForKey(*String::fromUTF8(key)); }
+  Ref<Color> colorForKey(std::string_view key) { return colorForKey(*String::fromUTF8(key)); }
+  void setDefault(const Id& value, std::string_view key) { setDefault(value, *String::fromUTF8(key)); }
+  void setObject(const Id& value, std::string_view key) { setDefault(value, *String::fromUTF8(key)); }
+  void removeDefaultForKey(std::string_view key) { removeDefaultForKey(*String::fromUTF8(key)); }
+  void setString(const Id& value, std::string_view key) { setString(value, *String::fromUTF8(key)); }
+  void setDictionary(const Id& value, std::string_view key) { setDictionary(value, *String::fromUTF8(key)); }
+  void setArray(const Id& value, std::string_view key) { setArray(value, *String::fromUTF8(key)); }
+  void setInteger(std::int64_t value, std::string_view key) { setInteger(value, *String::fromUTF8(key)); }
+  void setFloat(float value, std::string_view key) { setFloat(value, *String::fromUTF8(key)); }
+  void setBool(bool value, std::string_view key) { setBool(value, *String::fromUTF8(key)); }
+  void setColor(const Id& value, std::string_view key) { setColor(value, *String::fromUTF8(key)); }
+  void setVolatileDefault(const Id& value, std::string_view key) { setVolatileDefault(value, *String::fromUTF8(key)); }
+  Ref<String> _componentKeyForKey(std::string_view key) { return _componentKeyForKey(*String::fromUTF8(key)); }
+  Ref<String> mappedKeyForComponentKey(std::string_view key) const {
+    return mappedKeyForComponentKey(*String::fromUTF8(key));
+  }
 
   // ---- Key mapping ----
   /// The key unchanged when it begins with the prefix (or there is none),
