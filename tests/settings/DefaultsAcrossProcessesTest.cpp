@@ -7,6 +7,7 @@
 // test DefaultsChild.DISABLED_WritesKeys with its orders in the environment.
 
 #include <gtest/gtest.h>
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 
@@ -38,9 +39,14 @@ pid_t startWriter(const std::string& file, const std::string& prefix, int count)
   std::string disabled = "--gtest_also_run_disabled_tests";
   std::string quiet = "--gtest_brief=1";
   char* argv[] = {program.data(), filter.data(), disabled.data(), quiet.data(), nullptr};
+  // The writer's own test report would only clutter this one's.
+  posix_spawn_file_actions_t actions;
+  ::posix_spawn_file_actions_init(&actions);
+  ::posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
   pid_t pid = -1;
-  if (::posix_spawn(&pid, program.c_str(), nullptr, nullptr, argv, envp.data()) != 0) return -1;
-  return pid;
+  int failed = ::posix_spawn(&pid, program.c_str(), &actions, nullptr, argv, envp.data());
+  ::posix_spawn_file_actions_destroy(&actions);
+  return failed ? -1 : pid;
 }
 
 bool finishedWell(pid_t pid) {
