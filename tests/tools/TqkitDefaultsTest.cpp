@@ -13,6 +13,7 @@ namespace tq {
 namespace {
 
 using testing::runInProcess;
+using testing::shellQuoted;
 
 class TqkitDefaultsTest : public testing::TqkitTest {
  protected:
@@ -41,7 +42,7 @@ TEST_F(TqkitDefaultsTest, WritesMergeIntoTheFileAndReadsPrintStringsRawAndOtherV
   EXPECT_EQ(runInProcess({"defaults", "read", file, "window.width"}).out, "800\n");
   auto whole = runInProcess({"defaults", "read", file});
   EXPECT_EQ(whole.status, 0);
-  EXPECT_NE(whole.out.find("\"volume\" : 11"), std::string::npos) << whole.out;
+  EXPECT_NE(whole.out.find("\"volume\": 11"), std::string::npos) << whole.out;
 
   EXPECT_EQ(runInProcess({"defaults", "delete", file, "volume"}).status, 0);
   auto missing = runInProcess({"defaults", "read", file, "volume"});
