@@ -203,6 +203,32 @@ TEST_F(TQFoundationDefaultsTest, StoresOfOneFileShareOneManager) {
   EXPECT_EQ(second->integerForKey("shared"), 5);
 }
 
+// A store as an add-on declares one: its own shared instance, its file.
+class SharedStore : public TQDefaultsSubclass<SharedStore> {
+ public:
+  static Ref<SharedStore> sharedDefaults() { return sharedInstance<SharedStore>(); }
+  Ref<String> pathToDefaults() const override { return str(path()); }
+  static const std::string& path() {
+    static const std::string file =
+        (std::filesystem::temp_directory_path() / ("tq-shared-store-" + std::to_string(::getpid()) + ".plist")).string();
+    return file;
+  }
+};
+
+TEST_F(TQFoundationDefaultsTest, ClassCallsReachTheSubclasssOwnSharedInstance) {
+  SharedStore::Class::setBool(true, "flag");
+  SharedStore::Class::setDefaultsInDictionary(*dict({{str("count"), num(4)}}));
+  EXPECT_TRUE(SharedStore::Class::boolForKey("flag"));
+  EXPECT_EQ(SharedStore::Class::integerForKey(*str("count")), 4);
+  EXPECT_EQ(SharedStore::sharedDefaults().get(), SharedStore::sharedDefaults().get());
+  auto stored = cast<Dictionary>(PropertyList::readFile(SharedStore::path()));
+  ASSERT_NE(stored, nullptr);
+  EXPECT_TRUE(stored->objectForKey("flag")->isEqual(*num(true)));
+  SharedStore::Class::resetCache();
+  EXPECT_EQ(SharedStore::sharedDefaults()->_manager_()->_lastDiskRead_(), 0.0);
+  std::filesystem::remove(SharedStore::path());
+}
+
 TEST_F(TQFoundationDefaultsTest, TheBaseClassAndAForgetfulSubclassReportTheirAssertions) {
   std::vector<AssertionFailure> seen;
   auto previous = setAssertionHandler([&](const AssertionFailure& failure) { seen.push_back(failure); });

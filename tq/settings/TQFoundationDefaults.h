@@ -264,27 +264,28 @@ class TQFoundationDefaults : public Object,
 /// `Store::sharedDefaults()`.
 template <class Store>
 struct TQDefaultsClassMethods {
+  // Keys as `String` or as UTF-8 text, as the store's own methods take them.
   static Ref<String> buildBranch() { return Store::sharedDefaults()->buildBranch(); }
   static Ref<String> buildCommit() { return Store::sharedDefaults()->buildCommit(); }
   static Ref<Dictionary> launchArguments() { return Store::sharedDefaults()->launchArguments(); }
   static Ref<Dictionary> defaultsForKeys(const Array& keys) { return Store::sharedDefaults()->defaultsForKeys(keys); }
-  static Id defaultForKey(const String& key) { return Store::sharedDefaults()->defaultForKey(key); }
-  static Id objectForKey(const String& key) { return Store::sharedDefaults()->objectForKey(key); }
-  static Ref<String> stringForKey(const String& key) { return Store::sharedDefaults()->stringForKey(key); }
-  static bool boolForKey(const String& key) { return Store::sharedDefaults()->boolForKey(key); }
-  static std::int64_t integerForKey(const String& key) { return Store::sharedDefaults()->integerForKey(key); }
-  static double floatForKey(const String& key) { return Store::sharedDefaults()->floatForKey(key); }
+  static Id defaultForKey(const auto& key) { return Store::sharedDefaults()->defaultForKey(key); }
+  static Id objectForKey(const auto& key) { return Store::sharedDefaults()->objectForKey(key); }
+  static Ref<String> stringForKey(const auto& key) { return Store::sharedDefaults()->stringForKey(key); }
+  static bool boolForKey(const auto& key) { return Store::sharedDefaults()->boolForKey(key); }
+  static std::int64_t integerForKey(const auto& key) { return Store::sharedDefaults()->integerForKey(key); }
+  static double floatForKey(const auto& key) { return Store::sharedDefaults()->floatForKey(key); }
   static bool useDebugConfigs() { return Store::sharedDefaults()->useDebugConfigs(); }
-  static Id standardUserDefaultsForKey(const String& key) {
+  static Id standardUserDefaultsForKey(const auto& key) {
     return Store::sharedDefaults()->standardUserDefaultsForKey(key);
   }
-  static void setDefault(const Id& value, const String& key) { Store::sharedDefaults()->setDefault(value, key); }
-  static void setBool(bool value, const String& key) { Store::sharedDefaults()->setBool(value, key); }
-  static void setObject(const Id& value, const String& key) { Store::sharedDefaults()->setObject(value, key); }
+  static void setDefault(const Id& value, const auto& key) { Store::sharedDefaults()->setDefault(value, key); }
+  static void setBool(bool value, const auto& key) { Store::sharedDefaults()->setBool(value, key); }
+  static void setObject(const Id& value, const auto& key) { Store::sharedDefaults()->setObject(value, key); }
   static void setDefaultsInDictionary(const Dictionary& values) {
     Store::sharedDefaults()->setDefaultsInDictionary(values);
   }
-  static void setVolatileDefault(const Id& value, const String& key) {
+  static void setVolatileDefault(const Id& value, const auto& key) {
     Store::sharedDefaults()->setVolatileDefault(value, key);
   }
   /// The next read of the shared store goes to its file.
