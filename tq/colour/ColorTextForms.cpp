@@ -27,12 +27,15 @@ std::array<double, 4> deviceRGBComponents(const Color& color) {
 }
 
 /// A component scaled and truncated toward zero, as an unsigned count. The
-/// stored forms are unsigned: below zero (and NaN) gives 0; beyond the range
-/// the largest count. Values above 1 are kept, so extended colours survive.
+/// stored forms are unsigned: below zero (and NaN) gives 0. Values above 1
+/// are kept, so extended colours survive, up to the largest count the
+/// readers can read back (2^63 - 1): beyond it, a written form would not
+/// read as what was written.
 std::uint64_t truncatedScaled(double component, double scale) {
+  constexpr std::uint64_t kLargestReadable = std::uint64_t(std::numeric_limits<std::int64_t>::max());
   const double value = component * scale;
   if (!(value > 0)) return 0;
-  if (value >= 18446744073709551616.0) return std::numeric_limits<std::uint64_t>::max();
+  if (value >= 9223372036854775808.0) return kLargestReadable;
   return std::uint64_t(value);
 }
 
