@@ -46,10 +46,23 @@ std::array<std::uint64_t, 4> storedSteps(const Color& color) {
           truncatedScaled(c[3], 100)};
 }
 
-Ref<Scanner> scannerSkipping(const String& text, std::u16string_view skipped) {
+/// A scanner over the text that skips `skipped`. The sets are made once:
+/// making a set fills a table for the whole BMP, which cost more than the
+/// reading itself.
+Ref<Scanner> scannerSkipping(const String& text, const Ref<CharacterSet>& skipped) {
   auto scanner = Scanner::scannerWithString(make<String>(text.utf16()));
-  scanner->setCharactersToBeSkipped(CharacterSet::characterSetWithCharactersInString(skipped));
+  scanner->setCharactersToBeSkipped(skipped);
   return scanner;
+}
+
+const Ref<CharacterSet>& blankSet() {
+  static const Ref<CharacterSet> set = CharacterSet::characterSetWithCharactersInString(u" ");
+  return set;
+}
+
+const Ref<CharacterSet>& cssSkipSet() {
+  static const Ref<CharacterSet> set = CharacterSet::characterSetWithCharactersInString(u"rgba(, )");
+  return set;
 }
 
 bool scanThreeIntegers(Scanner& scanner, std::int64_t (&values)[3]) {
@@ -75,7 +88,7 @@ Ref<Color> colorFromStringRepresentation(const String& text) {
 }
 
 Ref<Color> colorFromJsonStringRepresentation(const String& text) {
-  auto scanner = scannerSkipping(text, u" ");
+  auto scanner = scannerSkipping(text, blankSet());
   std::int64_t rgb[3];
   if (!scanThreeIntegers(*scanner, rgb)) return nullptr;
   std::int64_t alpha = 100;
@@ -85,7 +98,7 @@ Ref<Color> colorFromJsonStringRepresentation(const String& text) {
 }
 
 Ref<Color> colorFromRGBCSSStringRepresentation(const String& text) {
-  auto scanner = scannerSkipping(text, u"rgba(, )");
+  auto scanner = scannerSkipping(text, cssSkipSet());
   std::int64_t rgb[3];
   if (!scanThreeIntegers(*scanner, rgb)) return nullptr;
   double alpha = 1.0;
