@@ -36,10 +36,6 @@ TEST_F(TqkitColour, ShadePrintsTheChosenShade) {
   EXPECT_EQ(runInProcess({"colour", "shade", "--pale", "#3366cc"}).out, "171 193 238 100\trgb(171,193,238)\t#abc1ee\n");
   EXPECT_EQ(runInProcess({"colour", "shade", "--shade", "0.5", "--form", "css", "orange"}).out, "rgb(127,63,0)\n");
   EXPECT_EQ(runInProcess({"colour", "shade", "--dark", "--form", "json", "-"}, "0 0 255\n").out, "0 0 51 100\n");
-  // #336699 by factor 1: saturation 2/3 · 0.97, brightness stays 0.6, so
-  // red 0.6 · (1 − 0.6467) = 0.212 and green 0.6 · (1 − 0.3233) = 0.406.
-  EXPECT_EQ(runInProcess({"colour", "shade", "--pale-by", "1", "--form", "hash", "#336699"}).out, "#366799\n");
-  EXPECT_EQ(runInProcess({"colour", "shade", "--highlight", "0", "--form", "hash", "#808080"}).out, "#808080\n");
 }
 
 TEST_F(TqkitColour, ShadeRefusesAMissingOrOutOfRangeChoice) {
