@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <thread>
-#include <vector>
 
 #include "tests/colour/ColorTestSupport.h"
 #include "tests/support/RaisedException.h"
@@ -97,24 +95,6 @@ TEST(ColorShadeCache, FactorsEqualToFourDecimalsShareOneShade) {
   auto first = paleShadeByFactor(*other, 0.30004);
   EXPECT_TRUE(hasHSBA(paleShadeByFactor(*other, 0.3), kHue, 0.75 * 0.30004 * 0.87, 0.8 + 0.69996 * 0.2, 0.6));
   EXPECT_EQ(paleShadeByFactor(*other, 0.3).get(), first.get());
-}
-
-TEST(ColorShadeCache, ThreadsAskingAtOnceGetTheSameShade) {
-  auto color = terracotta();
-  constexpr int kThreads = 6;
-  std::vector<Ref<Color>> pale(kThreads), dark(kThreads);
-  std::vector<std::thread> threads;
-  for (int i = 0; i < kThreads; ++i) {
-    threads.emplace_back([&, i] {
-      pale[i] = paleShade(*color);
-      dark[i] = darkShade(*color);
-    });
-  }
-  for (auto& thread : threads) thread.join();
-  for (int i = 1; i < kThreads; ++i) {
-    EXPECT_EQ(pale[i].get(), pale[0].get());
-    EXPECT_EQ(dark[i].get(), dark[0].get());
-  }
 }
 
 TEST(ColorShadeAssertions, OutOfRangeValuesAreReportedAtTheirFixedPlaces) {

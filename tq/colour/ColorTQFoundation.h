@@ -51,7 +51,8 @@ Ref<Color> colorFromNamedColorStringRepresentation(const String& text);
 // ---- Writing text forms -------------------------------------------------
 
 /// "%lu %lu %lu %lu": red, green, blue times 255 and alpha times 100,
-/// truncated toward zero (negative values and NaN give 0). A colour that
+/// truncated toward zero (negative values and NaN give 0, and values are
+/// held at 2^63 - 1, the largest the readers read back). A colour that
 /// cannot be converted to device RGB writes zeros.
 Ref<String> jsonStringRepresentation(const Color& color);
 /// "rgb(%lu,%lu,%lu)".

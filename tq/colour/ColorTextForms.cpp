@@ -27,12 +27,15 @@ std::array<double, 4> deviceRGBComponents(const Color& color) {
 }
 
 /// A component scaled and truncated toward zero, as an unsigned count. The
-/// stored forms are unsigned: below zero (and NaN) gives 0; beyond the range
-/// the largest count. Values above 1 are kept, so extended colours survive.
+/// stored forms are unsigned: below zero (and NaN) gives 0. Values above 1
+/// are kept, so extended colours survive, up to the largest count the
+/// readers can read back (2^63 - 1): beyond it, a written form would not
+/// read as what was written.
 std::uint64_t truncatedScaled(double component, double scale) {
+  constexpr std::uint64_t kLargestReadable = std::uint64_t(std::numeric_limits<std::int64_t>::max());
   const double value = component * scale;
   if (!(value > 0)) return 0;
-  if (value >= 18446744073709551616.0) return std::numeric_limits<std::uint64_t>::max();
+  if (value >= 9223372036854775808.0) return kLargestReadable;
   return std::uint64_t(value);
 }
 
@@ -43,10 +46,23 @@ std::array<std::uint64_t, 4> storedSteps(const Color& color) {
           truncatedScaled(c[3], 100)};
 }
 
-Ref<Scanner> scannerSkipping(const String& text, std::u16string_view skipped) {
+/// A scanner over the text that skips `skipped`. The sets are made once:
+/// making a set fills a table for the whole BMP, which cost more than the
+/// reading itself.
+Ref<Scanner> scannerSkipping(const String& text, const Ref<CharacterSet>& skipped) {
   auto scanner = Scanner::scannerWithString(make<String>(text.utf16()));
-  scanner->setCharactersToBeSkipped(CharacterSet::characterSetWithCharactersInString(skipped));
+  scanner->setCharactersToBeSkipped(skipped);
   return scanner;
+}
+
+const Ref<CharacterSet>& blankSet() {
+  static const Ref<CharacterSet> set = CharacterSet::characterSetWithCharactersInString(u" ");
+  return set;
+}
+
+const Ref<CharacterSet>& cssSkipSet() {
+  static const Ref<CharacterSet> set = CharacterSet::characterSetWithCharactersInString(u"rgba(, )");
+  return set;
 }
 
 bool scanThreeIntegers(Scanner& scanner, std::int64_t (&values)[3]) {
@@ -72,7 +88,7 @@ Ref<Color> colorFromStringRepresentation(const String& text) {
 }
 
 Ref<Color> colorFromJsonStringRepresentation(const String& text) {
-  auto scanner = scannerSkipping(text, u" ");
+  auto scanner = scannerSkipping(text, blankSet());
   std::int64_t rgb[3];
   if (!scanThreeIntegers(*scanner, rgb)) return nullptr;
   std::int64_t alpha = 100;
@@ -82,7 +98,7 @@ Ref<Color> colorFromJsonStringRepresentation(const String& text) {
 }
 
 Ref<Color> colorFromRGBCSSStringRepresentation(const String& text) {
-  auto scanner = scannerSkipping(text, u"rgba(, )");
+  auto scanner = scannerSkipping(text, cssSkipSet());
   std::int64_t rgb[3];
   if (!scanThreeIntegers(*scanner, rgb)) return nullptr;
   double alpha = 1.0;
