@@ -7,7 +7,9 @@
 #include <thread>
 
 #include "tests/settings/SettingsTestSupport.h"
+#include "tests/support/Eventually.h"
 #include "tq/platform/collection/KeyValueObserving.h"
+#include "tq/platform/system/FileChangeSource.h"
 
 namespace tq {
 namespace {
@@ -158,6 +160,72 @@ TEST_F(TQDefaultsFileManagerTest, OneManagerPerFileEvenThroughASymbolicLink) {
   auto viaLink = makeStore("", linked);
   EXPECT_EQ(store->_manager_().get(), viaLink->_manager_().get());
   EXPECT_TRUE(store->_manager_()->defaultsPathURL()->isEqual(*str(folder.file("Defaults.plist"))));
+}
+
+TEST_F(TQDefaultsFileManagerTest, CoordinationThatCannotBeHadIsReportedAndNothingIsLost) {
+  auto store = makeStore();
+  store->setInteger(1, "before");
+  auto manager = store->_manager_();
+  std::filesystem::remove_all(folder.path());  // no folder: no lock file can be made
+  PlatformLogRecorder log;
+  expireCache();
+  EXPECT_EQ(store->integerForKey("before"), 1) << "the contents read before stay usable";
+  store->setInteger(2, "after");
+  manager->_writeDefaultsToFile(*dict({{str("whole"), num(1)}}));
+  const auto& messages = PlatformLogRecorder::messages();
+  const std::string file = folder.file("Defaults.plist");
+  ASSERT_GE(messages.size(), 3u);
+  EXPECT_EQ(messages[0], "Error coordinating the reading of the defaults file at \u2018" + file + "\u2019.");
+  EXPECT_EQ(messages[1].rfind("There was an error with the update file coordination: \u2018", 0), 0u) << messages[1];
+  EXPECT_EQ(messages.back(), "Error coordinating the writing of the defaults file at \u2018" + file + "\u2019.");
+  EXPECT_EQ(store->integerForKey("after"), 2) << "the failed batch stays pending";
+
+  std::filesystem::create_directories(folder.path());
+  store->setInteger(3, "later");
+  EXPECT_TRUE(fileContents()->objectForKey("after")->isEqual(*num(2)));
+}
+
+TEST_F(TQDefaultsFileManagerTest, AnOverflowOfTheKernelQueueMakesEveryManagerOfTheFolderReadAgain) {
+  auto source = std::make_shared<ManualFileChangeSource>();
+  ScopedFileChangeSource events(source);
+  auto monotonic = std::make_shared<ManualClock>();
+  ScopedClock<MonotonicClock> streamClock(monotonic);
+  auto store = makeStore();
+  auto other = makeStore("Other.plist");
+  ASSERT_EQ(source->watchCount(folder.path()), 2u);
+  store->notified.clear();
+  other->notified.clear();
+
+  writeFile(dict({{str("changed"), num(1)}, {str("defaultVersions"), dict({})}}));
+  writeFile(dict({{str("changedToo"), num(2)}, {str("defaultVersions"), dict({})}}), "Other.plist");
+  source->inject(folder.path(), {FileChange{FileChange::Kind::Overflow, "", false}});
+  EXPECT_TRUE(testing::eventually([&] {
+    monotonic->advance(std::chrono::milliseconds(500));
+    RunLoop::main().drain();
+    return !store->notified.empty() && !other->notified.empty();
+  }, 20.0, std::chrono::milliseconds(5)));
+  EXPECT_TRUE(store->notified[0]->isEqual(*dict({{str("changed"), num(1)}})));
+  EXPECT_TRUE(other->notified[0]->isEqual(*dict({{str("changedToo"), num(2)}})));
+}
+
+TEST_F(TQDefaultsFileManagerTest, AnEventOnTheFileReachesItsManagerAfterTheLatencyAndOthersAreIgnored) {
+  auto source = std::make_shared<ManualFileChangeSource>();
+  ScopedFileChangeSource events(source);
+  auto monotonic = std::make_shared<ManualClock>();
+  ScopedClock<MonotonicClock> streamClock(monotonic);
+  auto store = makeStore();
+  store->notified.clear();
+  writeFile(dict({{str("remote"), num(7)}, {str("defaultVersions"), dict({})}}));
+  source->inject(folder.path(), {FileChange{FileChange::Kind::MovedTo, "unrelated.txt", false},
+                                 FileChange{FileChange::Kind::MovedTo, "Defaults.plist", false}});
+  RunLoop::main().drain();
+  EXPECT_TRUE(store->notified.empty()) << "nothing before the latency has passed";
+  EXPECT_TRUE(testing::eventually([&] {
+    monotonic->advance(std::chrono::milliseconds(500));
+    RunLoop::main().drain();
+    return !store->notified.empty();
+  }, 20.0, std::chrono::milliseconds(5)));
+  EXPECT_TRUE(store->notified[0]->isEqual(*dict({{str("remote"), num(7)}})));
 }
 
 }  // namespace
