@@ -90,7 +90,7 @@ class ManualFileChangeSource : public FileChangeSource {
   /// While set, every watch fails with this reason (as a kernel limit would).
   void setFailure(std::optional<std::string> reason);
 
-  struct Subscription;
+  struct Subscription;  // one watch's callback (defined with the source)
 
  private:
   mutable std::mutex mutex_;
