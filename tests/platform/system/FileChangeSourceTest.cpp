@@ -170,23 +170,4 @@ TEST_F(FileChangeSourceTest, AFolderThatCannotBeWatchedIsAClearError) {
   EXPECT_EQ(error, "cannot watch '" + at("plain") + "': Not a directory");
 }
 
-TEST(ManualFileChangeSource, HandsInjectedChangesToTheWatchesOfTheFolderUntilTheyEnd) {
-  auto source = std::make_shared<ManualFileChangeSource>();
-  std::vector<FileChange> seen;
-  auto running = source->watchFolder("/f", [&](const std::vector<FileChange>& changes) {
-    seen.insert(seen.end(), changes.begin(), changes.end());
-  });
-  EXPECT_EQ(source->inject("/f", {{Kind::MovedTo, "x", false}}), 1u);
-  EXPECT_EQ(source->inject("/other", {{Kind::MovedTo, "y", false}}), 0u);
-  EXPECT_EQ(seen, (std::vector<FileChange>{{Kind::MovedTo, "x", false}}));
-  running.reset();
-  EXPECT_EQ(source->watchCount("/f"), 0u);
-  EXPECT_EQ(source->inject("/f", {{Kind::Deleted, "x", false}}), 0u);
-
-  source->setFailure("cannot watch '/f': the user's limit of inotify watches is reached");
-  std::string error;
-  EXPECT_FALSE(source->watchFolder("/f", [](const std::vector<FileChange>&) {}, &error));
-  EXPECT_EQ(error, "cannot watch '/f': the user's limit of inotify watches is reached");
-}
-
 }  // namespace
