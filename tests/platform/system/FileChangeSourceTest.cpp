@@ -119,12 +119,21 @@ TEST_F(FileChangeSourceTest, WatchesOfOneFolderEndIndependently) {
 
 TEST_F(FileChangeSourceTest, ACallbackMayEndItsOwnWatch) {
   std::promise<void> ended;
+  std::mutex mutex;  // hands the watch to the source's thread
   std::unique_ptr<FileChangeSource::Watch> running;
-  running = FileChangeSource::system()->watchFolder(folder_.string(), [&](const std::vector<FileChange>&) {
-    running.reset();  // ends the watch: no callback runs after this one
+  auto watch = FileChangeSource::system()->watchFolder(folder_.string(), [&](const std::vector<FileChange>&) {
+    {
+      std::lock_guard lock(mutex);
+      if (!running) return;
+      running.reset();  // ends the watch: no callback runs after this one
+    }
     ended.set_value();
   });
-  ASSERT_TRUE(running);
+  ASSERT_TRUE(watch);
+  {
+    std::lock_guard lock(mutex);
+    running = std::move(watch);
+  }
   std::ofstream(at("x")) << "x";  // several changes, perhaps read one at a time
   EXPECT_EQ(ended.get_future().wait_for(std::chrono::duration<double>(kPatience)), std::future_status::ready);
 }
