@@ -53,6 +53,7 @@ class FileChangeSource {
 
   /// A running watch; destroying it ends the watch, and no callback of it
   /// runs after the destructor returns (a callback may destroy its own watch).
+  /// Keep the source alive as long as its watches.
   class Watch {
    public:
     virtual ~Watch() = default;
