@@ -54,9 +54,8 @@ class FileEventStream {
   /// The folder as the caller named it (without trailing slashes).
   const std::string& folder() const;
 
-  struct State;
-
  private:
+  struct State;
   FileEventStream() = default;
   std::shared_ptr<State> state_;
 };

@@ -53,6 +53,7 @@ class FileChangeSource {
 
   /// A running watch; destroying it ends the watch, and no callback of it
   /// runs after the destructor returns (a callback may destroy its own watch).
+  /// Keep the source alive as long as its watches.
   class Watch {
    public:
     virtual ~Watch() = default;
@@ -90,7 +91,7 @@ class ManualFileChangeSource : public FileChangeSource {
   /// While set, every watch fails with this reason (as a kernel limit would).
   void setFailure(std::optional<std::string> reason);
 
-  struct Subscription;
+  struct Subscription;  // one watch's callback (defined with the source)
 
  private:
   mutable std::mutex mutex_;

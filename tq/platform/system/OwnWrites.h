@@ -25,7 +25,7 @@ namespace tq {
 
 class OwnWrites {
  public:
-  static constexpr std::size_t kCapacity = 256;
+  static constexpr std::size_t kCapacity = 64;
 
   /// Replacements in the folder are remembered while an interest in it lives.
   class Interest {

@@ -1,0 +1,92 @@
+#include "tq/platform/system/OwnWrites.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "tq/platform/system/FileSystem.h"
+
+using namespace tq;
+namespace fs = std::filesystem;
+
+namespace {
+
+class OwnWritesTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    static int counter = 0;
+    folder_ = fs::temp_directory_path() / ("tq-own-" + std::to_string(::getpid()) + "-" + std::to_string(++counter));
+    fs::remove_all(folder_);
+    fs::create_directories(folder_);
+  }
+  void TearDown() override { fs::remove_all(folder_); }
+
+  std::string at(const std::string& name) const { return (folder_ / name).string(); }
+  void weWrite(const std::string& name) { ASSERT_TRUE(FileSystem::system()->writeFileAtomically(at(name), "ours")); }
+  void theyWrite(const std::string& name) {
+    std::ofstream(at("theirs.tmp")) << "theirs";
+    fs::rename(at("theirs.tmp"), at(name));
+  }
+
+  fs::path folder_;
+};
+
+TEST_F(OwnWritesTest, TheFileWePutInPlaceIsOursUntilAnotherTakesItsPlace) {
+  OwnWrites::Interest interest(folder_.string());
+  ASSERT_TRUE(interest.isActive());
+  weWrite("settings.plist");
+  EXPECT_TRUE(OwnWrites::isOwnFile(at("settings.plist")));
+  theyWrite("settings.plist");
+  EXPECT_FALSE(OwnWrites::isOwnFile(at("settings.plist")));
+  weWrite("settings.plist");
+  EXPECT_TRUE(OwnWrites::isOwnFile(at("settings.plist")));
+  fs::remove(at("settings.plist"));
+  EXPECT_FALSE(OwnWrites::isOwnFile(at("settings.plist")));
+}
+
+TEST_F(OwnWritesTest, OnlyFoldersSomeoneWatchesAreRemembered) {
+  const std::size_t before = OwnWrites::count();
+  weWrite("unwatched.plist");
+  EXPECT_FALSE(OwnWrites::isOwnFile(at("unwatched.plist")));
+  EXPECT_EQ(OwnWrites::count(), before);
+  {
+    OwnWrites::Interest interest(folder_.string());
+    OwnWrites::Interest second(folder_.string());
+    weWrite("watched.plist");
+    EXPECT_EQ(OwnWrites::count(), before + 1);
+    second = OwnWrites::Interest();
+    EXPECT_TRUE(OwnWrites::isOwnFile(at("watched.plist"))) << "one interest remains";
+  }
+  EXPECT_EQ(OwnWrites::count(), before) << "the last interest's end lets the files go";
+  EXPECT_FALSE(OwnWrites::isOwnFile(at("watched.plist")));
+  EXPECT_FALSE(OwnWrites::Interest(at("missing")).isActive());
+}
+
+TEST_F(OwnWritesTest, AFolderIsKnownByIdentityWhateverItsSpelling) {
+  fs::create_directory_symlink(folder_, folder_.string() + "-link");
+  OwnWrites::Interest interest(folder_.string() + "-link/");
+  weWrite("settings.plist");
+  EXPECT_TRUE(OwnWrites::isOwnFile(folder_.string() + "-link/settings.plist"));
+  EXPECT_TRUE(OwnWrites::isOwnFile(folder_.string() + "//settings.plist"));
+  fs::remove(folder_.string() + "-link");
+}
+
+TEST_F(OwnWritesTest, TheOldestFileIsForgottenBeyondTheCapacity) {
+  OwnWrites::Interest interest(folder_.string());
+  for (std::size_t i = 0; i <= OwnWrites::kCapacity; ++i) weWrite("file" + std::to_string(i));
+  EXPECT_FALSE(OwnWrites::isOwnFile(at("file0")));
+  EXPECT_TRUE(OwnWrites::isOwnFile(at("file1")));
+  EXPECT_TRUE(OwnWrites::isOwnFile(at("file" + std::to_string(OwnWrites::kCapacity))));
+  EXPECT_LE(OwnWrites::count(), OwnWrites::kCapacity);
+}
+
+TEST(OwnWritesNames, TemporaryFilesOfAtomicReplacementsAreKnownByTheirSuffix) {
+  EXPECT_TRUE(OwnWrites::isTemporaryName("settings.plist.tq-Ab3xYz"));
+  EXPECT_FALSE(OwnWrites::isTemporaryName("settings.plist"));
+  EXPECT_FALSE(OwnWrites::isTemporaryName(".tq-Ab3xYz")) << "the temporary of no file";
+  EXPECT_FALSE(OwnWrites::isTemporaryName("settings.plist.tq-Ab3xYz.bak"));
+}
+
+}  // namespace
