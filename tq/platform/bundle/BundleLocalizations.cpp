@@ -83,7 +83,8 @@ Ref<Array> Bundle::preferredLanguages() {
 Ref<Array> Bundle::preferredLocalizationsFromArray(const Array& localizations,
                                                    const Ref<String>& developmentLocalization) {
   std::vector<std::string> wanted;
-  for (const Id& language : *preferredLanguages()) {
+  const Ref<Array> languages = preferredLanguages();
+  for (const Id& language : *languages) {
     for (std::string& form : candidateForms(describeUTF8(language))) wanted.push_back(std::move(form));
   }
   if (developmentLocalization) wanted.push_back(comparable(developmentLocalization->utf8()));

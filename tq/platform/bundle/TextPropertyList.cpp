@@ -33,7 +33,7 @@ class Reader {
   explicit Reader(std::string_view text) : text_(text) {}
 
   Id value(int depth) {
-    if (depth > MaxDepth) return fail("nesting deeper than 512 levels");
+    if (depth >= MaxDepth) return fail("nesting deeper than 512 levels");
     if (!skipSpace()) return nullptr;
     if (atEnd()) return fail("a value is missing");
     switch (text_[at_]) {
@@ -162,7 +162,13 @@ class Reader {
   Id unquoted() {
     std::size_t start = at_;
     while (!atEnd() && isUnquotedCharacter(peek())) ++at_;
-    if (at_ == start) return fail(std::string("unexpected character '") + text_[at_] + "'");
+    if (at_ == start) {
+      // The whole character, however many bytes it takes (the text is valid
+      // UTF-8), so that the message stays readable.
+      std::size_t end = at_ + 1;
+      while (end < text_.size() && (static_cast<unsigned char>(text_[end]) & 0xC0) == 0x80) ++end;
+      return fail("unexpected character '" + std::string(text_.substr(at_, end - at_)) + "'");
+    }
     return String::fromUTF8(text_.substr(start, at_ - start));
   }
 
