@@ -272,7 +272,12 @@ TEST_F(UserDefaultsTest, VolatileDomainsAreKeptApartFromTheSearchList) {
                       dict({{str("Launch"), str("YES")}})));
   EXPECT_TRUE(defaults->boolForKey(*str("Launch")));
 
-  defaults->setVolatileDomain(*dict({{str("Key"), str("volatile")}}), *str("Custom"));
+  // The domain is copied: a dictionary of the caller's own, even one that no
+  // reference owns, stays the caller's.
+  MutableDictionary custom;
+  custom.setObject(str("volatile"), str("Key"));
+  defaults->setVolatileDomain(custom, *str("Custom"));
+  custom.removeAllObjects();
   EXPECT_TRUE(isEqual(defaults->volatileDomainForName(*str("Custom")), dict({{str("Key"), str("volatile")}})));
   EXPECT_FALSE(defaults->objectForKey(*str("Key")));
 

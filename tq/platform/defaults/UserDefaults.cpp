@@ -176,7 +176,9 @@ Ref<Dictionary> UserDefaults::volatileDomainForName(const String& name) const {
 }
 
 void UserDefaults::setVolatileDomain(const Dictionary& domain, const String& name) {
-  Id copy = domain.copy();
+  // Built anew rather than `domain.copy()`: the caller's dictionary need not
+  // be owned by a reference, and a mutable one must not change the domain.
+  Id copy = MutableDictionary::dictionaryWithDictionary(domain)->copy();
   std::lock_guard lock(mutex_);
   volatileDomains_->setObject(copy, copied(name));
 }
