@@ -10,6 +10,7 @@
 
 #include "tests/support/Eventually.h"
 #include "tests/support/RaisedException.h"
+#include "tests/support/RunCommand.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tq/platform/archive/PropertyList.h"
 #include "tq/platform/bundle/Bundle.h"
@@ -221,6 +222,31 @@ TEST_F(UserDefaultsTest, ChangesAreWrittenSoonAfterwardsAndWhenTheObjectGoes) {
   auto written = cast<Dictionary>(fileContents(config() / "org.example.Group.plist"));
   ASSERT_TRUE(written);
   EXPECT_TRUE(isEqual(written->objectForKey("Last"), str("at the end")));
+}
+
+// Run by the next test in a process of its own (disabled, so that an ordinary
+// run leaves it out): sets a value and exits before the delayed write.
+TEST(UserDefaultsExitTest, DISABLED_SetsAValueAndExitsAtOnce) {
+  const char* folder = std::getenv("TQ_TEST_DEFAULTS_FOLDER");
+  if (!folder) GTEST_SKIP();
+  ScopedEnvironment environment(FixedEnvironment({{"XDG_CONFIG_HOME", folder}}));
+  UserDefaults::setArguments({});
+  UserDefaults::standardUserDefaults()->setObjectForKey(str("at exit"), *str("WrittenAtExit"));
+  std::exit(0);
+}
+
+TEST_F(UserDefaultsTest, TheStandardObjectWritesItsChangesWhenTheProcessExits) {
+  const std::string program = detail::processExecutablePath();
+  auto result = testing::runCommand("TQ_TEST_DEFAULTS_FOLDER=" + testing::shellQuoted(config().string()) + " " +
+                                    testing::shellQuoted(program) +
+                                    " --gtest_also_run_disabled_tests"
+                                    " --gtest_filter=UserDefaultsExitTest.DISABLED_SetsAValueAndExitsAtOnce");
+  ASSERT_EQ(result.status, 0) << result.output;
+  // The child has no main bundle with an identifier: its domain is named
+  // after the program.
+  auto written = cast<Dictionary>(fileContents(config() / (fs::path(program).filename().string() + ".plist")));
+  ASSERT_TRUE(written) << result.output;
+  EXPECT_TRUE(isEqual(written->objectForKey("WrittenAtExit"), str("at exit")));
 }
 
 TEST_F(UserDefaultsTest, WritingMergesWithWhatOthersWroteMeanwhile) {

@@ -31,18 +31,9 @@ struct Standard {
 };
 
 Standard& standard() {
-  // Never destroyed: the exit handler below still reads it.
+  // Never destroyed: the exit handler still reads it.
   static Standard* instance = new Standard;
   return *instance;
-}
-
-void writeStandardUserDefaultsAtExit() {
-  Ref<UserDefaults> defaults;
-  {
-    std::lock_guard lock(standard().mutex);
-    defaults = standard().instance;
-  }
-  if (defaults) defaults->synchronize();
 }
 
 Ref<String> copied(const String& text) { return String::fromUTF16(text.utf16()); }
@@ -83,9 +74,18 @@ Ref<UserDefaults> UserDefaults::standardUserDefaults() {
     // The object captured its file system when it was made, so the handler
     // needs nothing that static destruction could have taken away.
     static std::once_flag exitHandler;
-    std::call_once(exitHandler, [] { std::atexit(writeStandardUserDefaultsAtExit); });
+    std::call_once(exitHandler, [] { std::atexit(writeStandardAtExit); });
   }
   return shared.instance;
+}
+
+void UserDefaults::writeStandardAtExit() {
+  Ref<UserDefaults> defaults;
+  {
+    std::lock_guard lock(standard().mutex);
+    defaults = standard().instance;
+  }
+  if (defaults) defaults->writeChanges();
 }
 
 void UserDefaults::resetStandardUserDefaults() {

@@ -145,6 +145,8 @@ class UserDefaults : public Object {
   detail::PersistentDomain& persistentDomain(const String& name) const;
   detail::PersistentDomain& applicationDomain() const;
   Id lookUp(const String& key) const;
+  /// The exit handler of the standard object: writes what is pending.
+  static void writeStandardAtExit();
   void changed();
   bool writeChanges();
 
