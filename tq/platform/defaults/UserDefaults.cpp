@@ -55,6 +55,11 @@ UserDefaults::UserDefaults(Ref<String> applicationDomain, Ref<Dictionary> argume
       volatileDomains_(MutableDictionary::dictionary()) {
   volatileDomains_->setObject(argumentDomain ? argumentDomain : make<Dictionary>(), str(ArgumentDomain));
   volatileDomains_->setObject(make<Dictionary>(), str(RegistrationDomain));
+  // Made now (their files are read when first needed), so that every lookup
+  // finds them without a search, and `synchronize` reads them again even
+  // when untouched.
+  applicationDomain_ = &persistentDomain(*applicationDomainName_);
+  globalDomain_ = &persistentDomain(String(GlobalDomain));
 }
 
 UserDefaults::~UserDefaults() {
@@ -127,14 +132,16 @@ detail::PersistentDomain& UserDefaults::persistentDomain(const String& name) con
   return *slot;
 }
 
-detail::PersistentDomain& UserDefaults::applicationDomain() const { return persistentDomain(*applicationDomainName_); }
+detail::PersistentDomain& UserDefaults::applicationDomain() const { return *applicationDomain_; }
+
+detail::PersistentDomain& UserDefaults::globalDomain() const { return *globalDomain_; }
 
 Id UserDefaults::lookUp(const String& key) const {
   if (auto arguments = cast<Dictionary>(volatileDomains_->objectForKey(ArgumentDomain))) {
     if (Id value = arguments->objectForKey(&key)) return value;
   }
   if (Id value = applicationDomain().values(*fileSystem_)->objectForKey(&key)) return value;
-  if (Id value = persistentDomain(String(GlobalDomain)).values(*fileSystem_)->objectForKey(&key)) return value;
+  if (Id value = globalDomain().values(*fileSystem_)->objectForKey(&key)) return value;
   if (auto registered = cast<Dictionary>(volatileDomains_->objectForKey(RegistrationDomain))) {
     return registered->objectForKey(&key);
   }
@@ -227,7 +234,7 @@ Ref<Dictionary> UserDefaults::dictionaryRepresentation() const {
   if (auto registered = cast<Dictionary>(volatileDomains_->objectForKey(RegistrationDomain))) {
     merged->addEntriesFromDictionary(*registered);
   }
-  merged->addEntriesFromDictionary(*persistentDomain(String(GlobalDomain)).values(*fileSystem_));
+  merged->addEntriesFromDictionary(*globalDomain().values(*fileSystem_));
   merged->addEntriesFromDictionary(*applicationDomain().values(*fileSystem_));
   if (auto arguments = cast<Dictionary>(volatileDomains_->objectForKey(ArgumentDomain))) {
     merged->addEntriesFromDictionary(*arguments);
@@ -237,9 +244,6 @@ Ref<Dictionary> UserDefaults::dictionaryRepresentation() const {
 
 bool UserDefaults::synchronize() {
   std::lock_guard lock(mutex_);
-  // The two domains of the search list are read again even when untouched.
-  applicationDomain();
-  persistentDomain(String(GlobalDomain));
   bool allWritten = true;
   for (auto& [name, domain] : persistentDomains_) allWritten = domain->synchronize(*fileSystem_) && allWritten;
   return allWritten;
