@@ -107,66 +107,56 @@ TEST_F(UserDefaultsTest, DomainsAreSearchedArgumentApplicationGlobalRegistration
 
 TEST_F(UserDefaultsTest, TypedReadersConvertNumbersAndStrings) {
   auto defaults = UserDefaults::standardUserDefaults();
-  auto set = [&](const char* key, Id value) { defaults->setObjectForKey(value, *str(key)); };
-  set("int", num(42));
-  set("real", num(2.75));
-  set("negative", num(-2.75));
-  set("yes", num(true));
-  set("zero", num(0));
-  set("text", str("  17 apples"));
-  set("decimal", str("3.5e2x"));
-  set("YES", str("YES"));
-  set("true", str("True"));
-  set("no", str("no"));
-  set("one", str("1"));
-  set("two", str(" 2"));
-  set("y", str("y"));
-  set("word", str("maybe"));
-  set("list", arr({str("a")}));
-  set("table", dict({{str("k"), str("v")}}));
-  set("bytes", Data::dataWithBytes("ab", 2));
-
-  auto key = [](const char* name) { return *str(name); };
-  EXPECT_EQ(defaults->integerForKey(key("int")), 42);
-  EXPECT_EQ(defaults->integerForKey(key("real")), 2);
-  EXPECT_EQ(defaults->integerForKey(key("negative")), -2);
-  EXPECT_EQ(defaults->integerForKey(key("text")), 17);
-  EXPECT_EQ(defaults->integerForKey(key("word")), 0);
-  EXPECT_EQ(defaults->integerForKey(key("list")), 0);
-  EXPECT_EQ(defaults->integerForKey(key("missing")), 0);
-  EXPECT_EQ(defaults->integerForKey(key("yes")), 1);
-  EXPECT_DOUBLE_EQ(defaults->doubleForKey(key("real")), 2.75);
-  EXPECT_DOUBLE_EQ(defaults->doubleForKey(key("decimal")), 350.0);
-  EXPECT_DOUBLE_EQ(defaults->doubleForKey(key("int")), 42.0);
-  EXPECT_FLOAT_EQ(defaults->floatForKey(key("negative")), -2.75f);
-  EXPECT_DOUBLE_EQ(defaults->doubleForKey(key("table")), 0.0);
-
-  for (const char* truthy : {"int", "real", "yes", "YES", "true", "one", "two", "text"}) {
-    EXPECT_TRUE(defaults->boolForKey(key(truthy))) << truthy;
-  }
-  for (const char* falsy : {"zero", "no", "y", "word", "list", "missing"}) {
-    EXPECT_FALSE(defaults->boolForKey(key(falsy))) << falsy;
+  struct Case {
+    const char* name;
+    Id value;
+    std::int64_t integer;
+    double real;
+    bool boolean;
+    const char* text;  // nullptr: no string
+  };
+  const Case cases[] = {
+      {"int", num(42), 42, 42.0, true, "42"},
+      {"real", num(-2.75), -2, -2.75, true, "-2.75"},
+      {"bool", num(true), 1, 1.0, true, "1"},
+      {"zero", num(0), 0, 0.0, false, "0"},
+      {"leading number", str("  17.5 apples"), 17, 17.5, true, "  17.5 apples"},
+      {"exponent", str("3.5e2x"), 3, 350.0, true, "3.5e2x"},
+      {"YES", str("YES"), 0, 0.0, true, "YES"},
+      {"true", str("True"), 0, 0.0, true, "True"},
+      {"no", str("no"), 0, 0.0, false, "no"},
+      {"zero text", str("0"), 0, 0.0, false, "0"},
+      {"y", str("y"), 0, 0.0, false, "y"},
+      {"list", arr({str("a")}), 0, 0.0, false, nullptr},
+      {"missing", nullptr, 0, 0.0, false, nullptr},
+  };
+  for (const Case& c : cases) {
+    if (c.value) defaults->setObjectForKey(c.value, *str(c.name));
+    auto key = str(c.name);
+    EXPECT_EQ(defaults->integerForKey(*key), c.integer) << c.name;
+    EXPECT_DOUBLE_EQ(defaults->doubleForKey(*key), c.real) << c.name;
+    EXPECT_FLOAT_EQ(defaults->floatForKey(*key), float(c.real)) << c.name;
+    EXPECT_EQ(defaults->boolForKey(*key), c.boolean) << c.name;
+    auto text = defaults->stringForKey(*key);
+    EXPECT_EQ(text ? text->utf8() : "(nil)", c.text ? c.text : "(nil)") << c.name;
   }
 
-  EXPECT_EQ(defaults->stringForKey(key("int"))->utf8(), "42");
-  EXPECT_EQ(defaults->stringForKey(key("real"))->utf8(), "2.75");
-  EXPECT_EQ(defaults->stringForKey(key("text"))->utf8(), "  17 apples");
-  EXPECT_FALSE(defaults->stringForKey(key("list")));
-  EXPECT_TRUE(isEqual(defaults->arrayForKey(key("list")), arr({str("a")})));
-  EXPECT_FALSE(defaults->arrayForKey(key("table")));
-  EXPECT_TRUE(isEqual(defaults->dictionaryForKey(key("table")), dict({{str("k"), str("v")}})));
-  EXPECT_FALSE(defaults->dictionaryForKey(key("text")));
-  EXPECT_TRUE(isEqual(defaults->dataForKey(key("bytes")), Data::dataWithBytes("ab", 2)));
-  EXPECT_FALSE(defaults->dataForKey(key("text")));
+  // Collections and data answer only their own kind.
+  defaults->setObjectForKey(dict({{str("k"), str("v")}}), *str("table"));
+  defaults->setObjectForKey(Data::dataWithBytes("ab", 2), *str("bytes"));
+  EXPECT_TRUE(isEqual(defaults->arrayForKey(*str("list")), arr({str("a")})));
+  EXPECT_TRUE(isEqual(defaults->dictionaryForKey(*str("table")), dict({{str("k"), str("v")}})));
+  EXPECT_TRUE(isEqual(defaults->dataForKey(*str("bytes")), Data::dataWithBytes("ab", 2)));
+  EXPECT_FALSE(defaults->arrayForKey(*str("table")));
+  EXPECT_FALSE(defaults->dictionaryForKey(*str("list")));
+  EXPECT_FALSE(defaults->dataForKey(*str("YES")));
 
-  defaults->setInteger(-7, key("i"));
-  defaults->setFloat(0.1f, key("f"));
-  defaults->setDouble(0.1, key("d"));
-  defaults->setBool(true, key("b"));
-  EXPECT_TRUE(isEqual(defaults->objectForKey(key("i")), num(-7)));
-  EXPECT_TRUE(isEqual(defaults->objectForKey(key("f")), num(double(0.1f))));
-  EXPECT_TRUE(isEqual(defaults->objectForKey(key("d")), num(0.1)));
-  EXPECT_TRUE(isEqual(defaults->objectForKey(key("b")), num(true)));
+  defaults->setInteger(-7, *str("i"));
+  defaults->setFloat(0.1f, *str("f"));
+  defaults->setBool(true, *str("b"));
+  EXPECT_TRUE(isEqual(defaults->objectForKey(*str("i")), num(-7)));
+  EXPECT_TRUE(isEqual(defaults->objectForKey(*str("f")), num(double(0.1f))));
+  EXPECT_TRUE(isEqual(defaults->objectForKey(*str("b")), num(true)));
 }
 
 TEST_F(UserDefaultsTest, ValuesAreCopiedAndOnlyPropertyListsAreAccepted) {
