@@ -62,6 +62,8 @@ TEST(TextPropertyListTest, MalformedTextIsRefusedWithTheLine) {
   EXPECT_EQ(errorOf("\"open\n"), "Old-style property list: a quoted string is not closed at line 2");
   EXPECT_EQ(errorOf("<0a1>"), "Old-style property list: data holds an odd number of hexadecimal digits at line 1");
   EXPECT_EQ(errorOf("\"\\U12\""), "Old-style property list: \\U needs four hexadecimal digits at line 1");
+  EXPECT_EQ(errorOf("\"\\Ude00\\Ud83d\""),
+            "Old-style property list: a \\U escape leaves half a surrogate pair at line 1");
   EXPECT_EQ(errorOf("/* open"), "Old-style property list: a comment is not closed at line 1");
   EXPECT_EQ(errorOf("élan"), "Old-style property list: unexpected character 'é' at line 1");
   EXPECT_EQ(errorOf("\"\xFF\""), "Old-style property list: the text is not valid UTF-8");

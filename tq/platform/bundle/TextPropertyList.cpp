@@ -196,7 +196,23 @@ class Reader {
     }
     flush();
     ++at_;
+    // \U escapes can name half a surrogate pair; such a string could not be
+    // written to any file as text, so it is refused here, where the cause is
+    // still known.
+    if (!pairedSurrogates(units)) return fail("a \\U escape leaves half a surrogate pair");
     return String::fromUTF16(std::move(units));
+  }
+
+  static bool pairedSurrogates(const std::u16string& units) {
+    for (std::size_t i = 0; i < units.size(); ++i) {
+      char16_t unit = units[i];
+      if (unit >= 0xDC00 && unit <= 0xDFFF) return false;
+      if (unit >= 0xD800 && unit <= 0xDBFF) {
+        if (i + 1 == units.size() || units[i + 1] < 0xDC00 || units[i + 1] > 0xDFFF) return false;
+        ++i;
+      }
+    }
+    return true;
   }
 
   // One escape after its backslash.
