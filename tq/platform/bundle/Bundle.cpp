@@ -76,17 +76,6 @@ Ref<Bundle> registeredBundle(Registry& registry, const FileSystem& fileSystem, c
   return slot;
 }
 
-// <X> when the executable lies somewhere inside <X>/Contents/; else the
-// executable's own folder.
-std::string mainBundlePath(const std::string& executable) {
-  if (executable.empty()) return standardizedPath(".");
-  fs::path folder = fs::path(executable).parent_path();
-  for (fs::path at = folder; at.has_relative_path(); at = at.parent_path()) {
-    if (at.filename() == "Contents") return at.parent_path().string();
-  }
-  return folder.string();
-}
-
 }  // namespace
 
 Bundle::Bundle(std::string path, Ref<Dictionary> info) : path_(std::move(path)), info_(std::move(info)) {}
@@ -110,7 +99,8 @@ Ref<Bundle> Bundle::mainBundle() {
   if (!shared.defaultMain) {
     // Made whether or not the current file system shows the folder: the
     // executable is there, whatever world a test has installed.
-    const std::string path = mainBundlePath(detail::processExecutablePath());
+    std::string executable = detail::processExecutablePath();
+    const std::string path = executable.empty() ? standardizedPath(".") : detail::mainBundlePathForExecutable(executable);
     shared.defaultMain = registeredBundle(shared, *FileSystem::current(), path);
   }
   return shared.defaultMain;

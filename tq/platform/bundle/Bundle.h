@@ -51,7 +51,6 @@ class Bundle : public Object {
   static Ref<Array> preferredLocalizationsFromArray(const Array& localizations,
                                                     const Ref<String>& developmentLocalization = nullptr);
 
-  bool isEqual(const Object& other) const override { return this == &other; }
   Ref<String> description() const override;
   std::string className() const override { return "Bundle"; }
   Id copy() const override { return self(); }

@@ -83,7 +83,7 @@ Ref<Array> Bundle::preferredLanguages() {
 Ref<Array> Bundle::preferredLocalizationsFromArray(const Array& localizations,
                                                    const Ref<String>& developmentLocalization) {
   std::vector<std::string> wanted;
-  const auto languages = preferredLanguages();  // kept alive for the loop
+  const Ref<Array> languages = preferredLanguages();
   for (const Id& language : *languages) {
     for (std::string& form : candidateForms(describeUTF8(language))) wanted.push_back(std::move(form));
   }

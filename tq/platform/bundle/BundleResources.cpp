@@ -30,7 +30,7 @@ std::string below(const std::string& folder, const Ref<String>& subdirectory) {
 std::vector<std::string> searchFolders(const Bundle& bundle, const Ref<String>& subdirectory) {
   const std::string resources = bundle.resourcePath()->utf8();
   std::vector<std::string> folders{below(resources, subdirectory)};
-  const auto localizations = bundle.preferredLocalizations();  // kept alive for the loop
+  const Ref<Array> localizations = bundle.preferredLocalizations();
   for (const Id& localization : *localizations) {
     folders.push_back(below(resources + "/" + describeUTF8(localization) + std::string(LocalizationSuffix),
                             subdirectory));

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <filesystem>
 #include <vector>
 
 namespace tq::detail {
@@ -16,6 +17,15 @@ std::string processExecutablePath() {
     if (std::size_t(length) < buffer.size()) return std::string(buffer.data(), std::size_t(length));
     buffer.resize(buffer.size() * 2);
   }
+}
+
+std::string mainBundlePathForExecutable(const std::string& executable) {
+  namespace fs = std::filesystem;
+  const fs::path folder = fs::path(executable).parent_path();
+  for (fs::path at = folder; at.has_relative_path(); at = at.parent_path()) {
+    if (at.filename() == "Contents") return at.parent_path().string();
+  }
+  return folder.string();
 }
 
 }  // namespace tq::detail

@@ -33,7 +33,7 @@ class Reader {
   explicit Reader(std::string_view text) : text_(text) {}
 
   Id value(int depth) {
-    if (depth > MaxDepth) return fail("nesting deeper than 512 levels");
+    if (depth >= MaxDepth) return fail("nesting deeper than 512 levels");
     if (!skipSpace()) return nullptr;
     if (atEnd()) return fail("a value is missing");
     switch (text_[at_]) {
@@ -162,7 +162,13 @@ class Reader {
   Id unquoted() {
     std::size_t start = at_;
     while (!atEnd() && isUnquotedCharacter(peek())) ++at_;
-    if (at_ == start) return fail(std::string("unexpected character '") + text_[at_] + "'");
+    if (at_ == start) {
+      // The whole character, however many bytes it takes (the text is valid
+      // UTF-8), so that the message stays readable.
+      std::size_t end = at_ + 1;
+      while (end < text_.size() && (static_cast<unsigned char>(text_[end]) & 0xC0) == 0x80) ++end;
+      return fail("unexpected character '" + std::string(text_.substr(at_, end - at_)) + "'");
+    }
     return String::fromUTF8(text_.substr(start, at_ - start));
   }
 
@@ -190,7 +196,23 @@ class Reader {
     }
     flush();
     ++at_;
+    // \U escapes can name half a surrogate pair; such a string could not be
+    // written to any file as text, so it is refused here, where the cause is
+    // still known.
+    if (!pairedSurrogates(units)) return fail("a \\U escape leaves half a surrogate pair");
     return String::fromUTF16(std::move(units));
+  }
+
+  static bool pairedSurrogates(const std::u16string& units) {
+    for (std::size_t i = 0; i < units.size(); ++i) {
+      char16_t unit = units[i];
+      if (unit >= 0xDC00 && unit <= 0xDFFF) return false;
+      if (unit >= 0xD800 && unit <= 0xDBFF) {
+        if (i + 1 == units.size() || units[i + 1] < 0xDC00 || units[i + 1] > 0xDFFF) return false;
+        ++i;
+      }
+    }
+    return true;
   }
 
   // One escape after its backslash.

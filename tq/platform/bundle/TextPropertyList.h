@@ -4,7 +4,8 @@
 //
 //   string       unquoted word of letters, digits and _ $ / : . -
 //                or "quoted" / 'quoted' with \" \\ \n \t \r \a \b \f \v,
-//                \ooo (octal, up to 0377) and \Uxxxx (a UTF-16 unit)
+//                \ooo (octal, up to 0377) and \Uxxxx (a UTF-16 unit; halves
+//                of a surrogate pair must come in pairs)
 //   array        ( value, value, ... )          a final comma is allowed
 //   dictionary   { key = value; key = value; }  keys are strings
 //   data         < 0fa1 b2 >                    hexadecimal pairs

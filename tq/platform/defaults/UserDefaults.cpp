@@ -31,18 +31,9 @@ struct Standard {
 };
 
 Standard& standard() {
-  // Never destroyed: the exit handler below still reads it.
+  // Never destroyed: the exit handler still reads it.
   static Standard* instance = new Standard;
   return *instance;
-}
-
-void writeStandardUserDefaultsAtExit() {
-  Ref<UserDefaults> defaults;
-  {
-    std::lock_guard lock(standard().mutex);
-    defaults = standard().instance;
-  }
-  if (defaults) defaults->synchronize();
 }
 
 Ref<String> copied(const String& text) { return String::fromUTF16(text.utf16()); }
@@ -64,6 +55,11 @@ UserDefaults::UserDefaults(Ref<String> applicationDomain, Ref<Dictionary> argume
       volatileDomains_(MutableDictionary::dictionary()) {
   volatileDomains_->setObject(argumentDomain ? argumentDomain : make<Dictionary>(), str(ArgumentDomain));
   volatileDomains_->setObject(make<Dictionary>(), str(RegistrationDomain));
+  // Made now (their files are read when first needed), so that every lookup
+  // finds them without a search, and `synchronize` reads them again even
+  // when untouched.
+  applicationDomain_ = &persistentDomain(*applicationDomainName_);
+  globalDomain_ = &persistentDomain(String(GlobalDomain));
 }
 
 UserDefaults::~UserDefaults() {
@@ -83,9 +79,18 @@ Ref<UserDefaults> UserDefaults::standardUserDefaults() {
     // The object captured its file system when it was made, so the handler
     // needs nothing that static destruction could have taken away.
     static std::once_flag exitHandler;
-    std::call_once(exitHandler, [] { std::atexit(writeStandardUserDefaultsAtExit); });
+    std::call_once(exitHandler, [] { std::atexit(writeStandardAtExit); });
   }
   return shared.instance;
+}
+
+void UserDefaults::writeStandardAtExit() {
+  Ref<UserDefaults> defaults;
+  {
+    std::lock_guard lock(standard().mutex);
+    defaults = standard().instance;
+  }
+  if (defaults) defaults->writeChanges();
 }
 
 void UserDefaults::resetStandardUserDefaults() {
@@ -127,14 +132,16 @@ detail::PersistentDomain& UserDefaults::persistentDomain(const String& name) con
   return *slot;
 }
 
-detail::PersistentDomain& UserDefaults::applicationDomain() const { return persistentDomain(*applicationDomainName_); }
+detail::PersistentDomain& UserDefaults::applicationDomain() const { return *applicationDomain_; }
+
+detail::PersistentDomain& UserDefaults::globalDomain() const { return *globalDomain_; }
 
 Id UserDefaults::lookUp(const String& key) const {
   if (auto arguments = cast<Dictionary>(volatileDomains_->objectForKey(ArgumentDomain))) {
     if (Id value = arguments->objectForKey(&key)) return value;
   }
   if (Id value = applicationDomain().values(*fileSystem_)->objectForKey(&key)) return value;
-  if (Id value = persistentDomain(String(GlobalDomain)).values(*fileSystem_)->objectForKey(&key)) return value;
+  if (Id value = globalDomain().values(*fileSystem_)->objectForKey(&key)) return value;
   if (auto registered = cast<Dictionary>(volatileDomains_->objectForKey(RegistrationDomain))) {
     return registered->objectForKey(&key);
   }
@@ -176,7 +183,9 @@ Ref<Dictionary> UserDefaults::volatileDomainForName(const String& name) const {
 }
 
 void UserDefaults::setVolatileDomain(const Dictionary& domain, const String& name) {
-  Id copy = domain.copy();
+  // Built anew rather than `domain.copy()`: the caller's dictionary need not
+  // be owned by a reference, and a mutable one must not change the domain.
+  Id copy = MutableDictionary::dictionaryWithDictionary(domain)->copy();
   std::lock_guard lock(mutex_);
   volatileDomains_->setObject(copy, copied(name));
 }
@@ -225,7 +234,7 @@ Ref<Dictionary> UserDefaults::dictionaryRepresentation() const {
   if (auto registered = cast<Dictionary>(volatileDomains_->objectForKey(RegistrationDomain))) {
     merged->addEntriesFromDictionary(*registered);
   }
-  merged->addEntriesFromDictionary(*persistentDomain(String(GlobalDomain)).values(*fileSystem_));
+  merged->addEntriesFromDictionary(*globalDomain().values(*fileSystem_));
   merged->addEntriesFromDictionary(*applicationDomain().values(*fileSystem_));
   if (auto arguments = cast<Dictionary>(volatileDomains_->objectForKey(ArgumentDomain))) {
     merged->addEntriesFromDictionary(*arguments);
@@ -235,9 +244,6 @@ Ref<Dictionary> UserDefaults::dictionaryRepresentation() const {
 
 bool UserDefaults::synchronize() {
   std::lock_guard lock(mutex_);
-  // The two domains of the search list are read again even when untouched.
-  applicationDomain();
-  persistentDomain(String(GlobalDomain));
   bool allWritten = true;
   for (auto& [name, domain] : persistentDomains_) allWritten = domain->synchronize(*fileSystem_) && allWritten;
   return allWritten;

@@ -144,7 +144,10 @@ class UserDefaults : public Object {
  private:
   detail::PersistentDomain& persistentDomain(const String& name) const;
   detail::PersistentDomain& applicationDomain() const;
+  detail::PersistentDomain& globalDomain() const;
   Id lookUp(const String& key) const;
+  /// The exit handler of the standard object: writes what is pending.
+  static void writeStandardAtExit();
   void changed();
   bool writeChanges();
 
@@ -155,6 +158,8 @@ class UserDefaults : public Object {
   const Ref<String> applicationDomainName_;
   Ref<MutableDictionary> volatileDomains_;
   mutable std::map<std::u16string, std::unique_ptr<detail::PersistentDomain>> persistentDomains_;
+  detail::PersistentDomain* applicationDomain_ = nullptr;  // owned by persistentDomains_
+  detail::PersistentDomain* globalDomain_ = nullptr;
   bool writeScheduled_ = false;
 };
 

@@ -11,4 +11,8 @@ namespace tq::detail {
 /// the kernel does not say.
 std::string processExecutablePath();
 
+/// The folder of the main bundle for an executable: <X> when the executable
+/// lies anywhere inside <X>/Contents/, else the executable's own folder.
+std::string mainBundlePathForExecutable(const std::string& executable);
+
 }  // namespace tq::detail

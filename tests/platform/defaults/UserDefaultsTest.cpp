@@ -1,0 +1,400 @@
+// The user defaults: the search list, typed readers, volatile and persistent
+// domains, and the application domain's file.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+#include "tests/support/Eventually.h"
+#include "tests/support/RaisedException.h"
+#include "tests/support/RunCommand.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tq/platform/archive/PropertyList.h"
+#include "tq/platform/bundle/Bundle.h"
+#include "tq/platform/bundle/internal/ProcessExecutable.h"
+#include "tq/platform/defaults/UserDefaults.h"
+#include "tq/platform/object/PlatformLog.h"
+#include "tq/platform/system/Environment.h"
+#include "tq/platform/system/FileSystem.h"
+#include "tq/platform/value/Number.h"
+
+namespace tq {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::TemporaryFolder;
+
+std::string readFile(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream out;
+  out << in.rdbuf();
+  return out.str();
+}
+
+Id fileContents(const fs::path& path) { return PropertyList::read(readFile(path)); }
+
+std::vector<std::string> platformMessages;
+void collectPlatformMessage(const std::string& message) { platformMessages.push_back(message); }
+
+// A world of its own: the configuration folder in a temporary folder, a main
+// bundle with an identifier, and no arguments unless a test gives some.
+class UserDefaultsTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    folder_.write("Tests.app/Contents/Info.plist",
+                  "<plist><dict><key>CFBundleIdentifier</key><string>org.example.Tests</string></dict></plist>");
+    Bundle::setMainBundle(Bundle::bundleWithPath(folder_.string() + "/Tests.app"));
+    UserDefaults::setArguments({});
+    UserDefaults::resetStandardUserDefaults();
+    platformMessages.clear();
+    previousLog_ = setPlatformLogHandler(collectPlatformMessage);
+  }
+  void TearDown() override {
+    UserDefaults::resetStandardUserDefaults();
+    Bundle::setMainBundle(nullptr);
+    setPlatformLogHandler(previousLog_);
+  }
+
+  fs::path config() const { return folder_.path() / "config"; }
+  fs::path applicationFile() const { return config() / "org.example.Tests.plist"; }
+
+  TemporaryFolder folder_{"defaults"};
+  ScopedEnvironment environment_{FixedEnvironment(
+      {{"HOME", folder_.string() + "/home"}, {"XDG_CONFIG_HOME", folder_.string() + "/config"}})};
+  PlatformLogHandler previousLog_ = nullptr;
+};
+
+TEST_F(UserDefaultsTest, DomainsAreSearchedArgumentApplicationGlobalRegistration) {
+  folder_.write("config/NSGlobalDomain.plist",
+                "<plist><dict><key>A</key><string>global</string><key>B</key><string>global</string>"
+                "<key>C</key><string>global</string></dict></plist>");
+  UserDefaults::setArguments({"-A", "argument", "-Only", "(x)"});
+  auto defaults = UserDefaults::standardUserDefaults();
+  defaults->registerDefaults(*dict({{str("A"), str("registered")},
+                                    {str("B"), str("registered")},
+                                    {str("C"), str("registered")},
+                                    {str("D"), str("registered")}}));
+  defaults->setObjectForKey(str("application"), *str("A"));
+  defaults->setObjectForKey(str("application"), *str("B"));
+
+  EXPECT_TRUE(isEqual(defaults->objectForKey(*str("A")), str("argument")));
+  EXPECT_TRUE(isEqual(defaults->objectForKey(*str("B")), str("application")));
+  EXPECT_TRUE(isEqual(defaults->objectForKey(*str("C")), str("global")));
+  EXPECT_TRUE(isEqual(defaults->objectForKey(*str("D")), str("registered")));
+  EXPECT_FALSE(defaults->objectForKey(*str("E")));
+  EXPECT_TRUE(isEqual(defaults->arrayForKey(*str("Only")), arr({str("x")})));
+
+  auto everything = defaults->dictionaryRepresentation();
+  EXPECT_TRUE(isEqual(everything, dict({{str("D"), str("registered")},
+                                        {str("A"), str("argument")},
+                                        {str("B"), str("application")},
+                                        {str("C"), str("global")},
+                                        {str("Only"), arr({str("x")})}})))
+      << describeUTF8(everything);
+
+  // Removing the application's value uncovers the next domain.
+  defaults->removeObjectForKey(*str("B"));
+  EXPECT_TRUE(isEqual(defaults->objectForKey(*str("B")), str("global")));
+  // Registering again replaces only what it names.
+  defaults->registerDefaults(*dict({{str("D"), str("again")}}));
+  EXPECT_TRUE(isEqual(defaults->objectForKey(*str("D")), str("again")));
+  EXPECT_TRUE(isEqual(defaults->volatileDomainForName(*str(UserDefaults::RegistrationDomain))->objectForKey("C"),
+                      str("registered")));
+}
+
+TEST_F(UserDefaultsTest, TypedReadersConvertNumbersAndStrings) {
+  auto defaults = UserDefaults::standardUserDefaults();
+  struct Case {
+    const char* name;
+    Id value;
+    std::int64_t integer;
+    double real;
+    bool boolean;
+    const char* text;  // nullptr: no string
+  };
+  const Case cases[] = {
+      {"int", num(42), 42, 42.0, true, "42"},
+      {"real", num(-2.75), -2, -2.75, true, "-2.75"},
+      {"bool", num(true), 1, 1.0, true, "1"},
+      {"zero", num(0), 0, 0.0, false, "0"},
+      {"leading number", str("  17.5 apples"), 17, 17.5, true, "  17.5 apples"},
+      {"exponent", str("3.5e2x"), 3, 350.0, true, "3.5e2x"},
+      {"YES", str("YES"), 0, 0.0, true, "YES"},
+      {"true", str("True"), 0, 0.0, true, "True"},
+      {"no", str("no"), 0, 0.0, false, "no"},
+      {"zero text", str("0"), 0, 0.0, false, "0"},
+      {"y", str("y"), 0, 0.0, false, "y"},
+      {"list", arr({str("a")}), 0, 0.0, false, nullptr},
+      {"missing", nullptr, 0, 0.0, false, nullptr},
+  };
+  for (const Case& c : cases) {
+    if (c.value) defaults->setObjectForKey(c.value, *str(c.name));
+    auto key = str(c.name);
+    EXPECT_EQ(defaults->integerForKey(*key), c.integer) << c.name;
+    EXPECT_DOUBLE_EQ(defaults->doubleForKey(*key), c.real) << c.name;
+    EXPECT_FLOAT_EQ(defaults->floatForKey(*key), float(c.real)) << c.name;
+    EXPECT_EQ(defaults->boolForKey(*key), c.boolean) << c.name;
+    auto text = defaults->stringForKey(*key);
+    EXPECT_EQ(text ? text->utf8() : "(nil)", c.text ? c.text : "(nil)") << c.name;
+  }
+
+  // Collections and data answer only their own kind.
+  defaults->setObjectForKey(dict({{str("k"), str("v")}}), *str("table"));
+  defaults->setObjectForKey(Data::dataWithBytes("ab", 2), *str("bytes"));
+  EXPECT_TRUE(isEqual(defaults->arrayForKey(*str("list")), arr({str("a")})));
+  EXPECT_TRUE(isEqual(defaults->dictionaryForKey(*str("table")), dict({{str("k"), str("v")}})));
+  EXPECT_TRUE(isEqual(defaults->dataForKey(*str("bytes")), Data::dataWithBytes("ab", 2)));
+  EXPECT_FALSE(defaults->arrayForKey(*str("table")));
+  EXPECT_FALSE(defaults->dictionaryForKey(*str("list")));
+  EXPECT_FALSE(defaults->dataForKey(*str("YES")));
+
+  defaults->setInteger(-7, *str("i"));
+  defaults->setFloat(0.1f, *str("f"));
+  defaults->setBool(true, *str("b"));
+  EXPECT_TRUE(isEqual(defaults->objectForKey(*str("i")), num(-7)));
+  EXPECT_TRUE(isEqual(defaults->objectForKey(*str("f")), num(double(0.1f))));
+  EXPECT_TRUE(isEqual(defaults->objectForKey(*str("b")), num(true)));
+}
+
+TEST_F(UserDefaultsTest, ValuesAreCopiedAndOnlyPropertyListsAreAccepted) {
+  auto defaults = UserDefaults::standardUserDefaults();
+  auto list = MutableArray::array();
+  list->addObject(str("a"));
+  defaults->setObjectForKey(list, *str("list"));
+  list->addObject(str("b"));
+  EXPECT_TRUE(isEqual(defaults->objectForKey(*str("list")), arr({str("a")})));
+
+  Exception raised = testing::raisedBy([&] { defaults->setObjectForKey(Null::null(), *str("null")); });
+  EXPECT_EQ(raised.name(), "InvalidArgumentException");
+  EXPECT_NE(raised.reason().find("Attempt to insert non-property list object"), std::string::npos) << raised.reason();
+  EXPECT_FALSE(defaults->objectForKey(*str("null")));
+}
+
+TEST_F(UserDefaultsTest, ApplicationDomainSurvivesIntoANewObject) {
+  auto first = UserDefaults::standardUserDefaults();
+  first->setObjectForKey(str("kept"), *str("Name"));
+  first->setInteger(5, *str("Count"));
+  first->setObjectForKey(dict({{str("nested"), arr({num(1), num(2.5)})}}), *str("Table"));
+  ASSERT_TRUE(first->synchronize());
+
+  auto written = cast<Dictionary>(fileContents(applicationFile()));
+  ASSERT_TRUE(written) << readFile(applicationFile());
+  EXPECT_NE(readFile(applicationFile()).find("<?xml version=\"1.0\""), std::string::npos);
+  EXPECT_TRUE(isEqual(written->objectForKey("Name"), str("kept")));
+
+  auto second = UserDefaults::initWithSuiteName(nullptr);
+  EXPECT_TRUE(isEqual(second->objectForKey(*str("Name")), str("kept")));
+  EXPECT_EQ(second->integerForKey(*str("Count")), 5);
+  EXPECT_TRUE(isEqual(second->objectForKey(*str("Table")), dict({{str("nested"), arr({num(1), num(2.5)})}})));
+  EXPECT_TRUE(isEqual(second->persistentDomainForName(*str("org.example.Tests")), written));
+
+  // A removal travels the same way.
+  second->removeObjectForKey(*str("Count"));
+  ASSERT_TRUE(second->synchronize());
+  EXPECT_TRUE(first->synchronize());
+  EXPECT_FALSE(first->objectForKey(*str("Count")));
+}
+
+TEST_F(UserDefaultsTest, ChangesAreWrittenSoonAfterwardsAndWhenTheObjectGoes) {
+  auto defaults = UserDefaults::standardUserDefaults();
+  defaults->setBool(true, *str("Soon"));
+  EXPECT_TRUE(testing::eventually([&] {
+    auto written = cast<Dictionary>(fileContents(applicationFile()));
+    return written && isEqual(written->objectForKey("Soon"), num(true));
+  }));
+
+  auto suite = UserDefaults::initWithSuiteName(str("org.example.Group"));
+  suite->setObjectForKey(str("at the end"), *str("Last"));
+  suite.reset();
+  auto written = cast<Dictionary>(fileContents(config() / "org.example.Group.plist"));
+  ASSERT_TRUE(written);
+  EXPECT_TRUE(isEqual(written->objectForKey("Last"), str("at the end")));
+}
+
+// Run by the next test in a process of its own (disabled, so that an ordinary
+// run leaves it out): sets a value and exits before the delayed write.
+TEST(UserDefaultsExitTest, DISABLED_SetsAValueAndExitsAtOnce) {
+  const char* folder = std::getenv("TQ_TEST_DEFAULTS_FOLDER");
+  if (!folder) GTEST_SKIP();
+  ScopedEnvironment environment(FixedEnvironment({{"XDG_CONFIG_HOME", folder}}));
+  UserDefaults::setArguments({});
+  UserDefaults::standardUserDefaults()->setObjectForKey(str("at exit"), *str("WrittenAtExit"));
+  std::exit(0);
+}
+
+TEST_F(UserDefaultsTest, TheStandardObjectWritesItsChangesWhenTheProcessExits) {
+  const std::string program = detail::processExecutablePath();
+  auto result = testing::runCommand("TQ_TEST_DEFAULTS_FOLDER=" + testing::shellQuoted(config().string()) + " " +
+                                    testing::shellQuoted(program) +
+                                    " --gtest_also_run_disabled_tests"
+                                    " --gtest_filter=UserDefaultsExitTest.DISABLED_SetsAValueAndExitsAtOnce");
+  ASSERT_EQ(result.status, 0) << result.output;
+  // The child has no main bundle with an identifier: its domain is named
+  // after the program.
+  auto written = cast<Dictionary>(fileContents(config() / (fs::path(program).filename().string() + ".plist")));
+  ASSERT_TRUE(written) << result.output;
+  EXPECT_TRUE(isEqual(written->objectForKey("WrittenAtExit"), str("at exit")));
+}
+
+TEST_F(UserDefaultsTest, WritingMergesWithWhatOthersWroteMeanwhile) {
+  auto defaults = UserDefaults::standardUserDefaults();
+  defaults->setObjectForKey(str("mine"), *str("Mine"));
+  defaults->setObjectForKey(str("old"), *str("Shared"));
+  ASSERT_TRUE(defaults->synchronize());
+
+  // Another process rewrites the file.
+  auto theirs = dict({{str("Mine"), str("mine")}, {str("Shared"), str("theirs")}, {str("Theirs"), num(1)}});
+  ASSERT_TRUE(PropertyList::writeFile(theirs.get(), applicationFile().string(), PropertyListFormat::XML));
+
+  defaults->setObjectForKey(str("mine again"), *str("Mine"));
+  ASSERT_TRUE(defaults->synchronize());
+  auto expected = dict({{str("Mine"), str("mine again")}, {str("Shared"), str("theirs")}, {str("Theirs"), num(1)}});
+  EXPECT_TRUE(isEqual(fileContents(applicationFile()), expected)) << readFile(applicationFile());
+  // Keys this process did not change are read again as they now stand.
+  EXPECT_TRUE(isEqual(defaults->objectForKey(*str("Shared")), str("theirs")));
+  EXPECT_TRUE(isEqual(defaults->objectForKey(*str("Theirs")), num(1)));
+}
+
+TEST_F(UserDefaultsTest, AFileThatIsNotAPropertyListIsNeverOverwritten) {
+  const std::string garbage = "<plist><dict><key>Unfinished</key>";
+  folder_.write("config/org.example.Tests.plist", garbage);
+  auto defaults = UserDefaults::standardUserDefaults();
+  EXPECT_FALSE(defaults->objectForKey(*str("Unfinished")));
+  defaults->setObjectForKey(str("in memory"), *str("Value"));
+  EXPECT_FALSE(defaults->synchronize());
+  EXPECT_EQ(readFile(applicationFile()), garbage);
+  EXPECT_TRUE(isEqual(defaults->objectForKey(*str("Value")), str("in memory")));
+  ASSERT_FALSE(platformMessages.empty());
+  EXPECT_NE(platformMessages.back().find("org.example.Tests.plist is not a property-list dictionary"),
+            std::string::npos)
+      << platformMessages.back();
+
+  // Once the file is repaired, the kept change is written.
+  folder_.write("config/org.example.Tests.plist", "<plist><dict><key>Fixed</key><true/></dict></plist>");
+  EXPECT_TRUE(defaults->synchronize());
+  EXPECT_TRUE(isEqual(fileContents(applicationFile()),
+                      dict({{str("Fixed"), num(true)}, {str("Value"), str("in memory")}})));
+}
+
+TEST_F(UserDefaultsTest, VolatileDomainsAreKeptApartFromTheSearchList) {
+  UserDefaults::setArguments({"-Launch", "YES"});
+  auto defaults = UserDefaults::standardUserDefaults();
+  EXPECT_EQ(describeUTF8(defaults->volatileDomainNames()), describeUTF8(arr({str("NSArgumentDomain"),
+                                                                              str("NSRegistrationDomain")})));
+  EXPECT_TRUE(isEqual(defaults->volatileDomainForName(*str(UserDefaults::ArgumentDomain)),
+                      dict({{str("Launch"), str("YES")}})));
+  EXPECT_TRUE(defaults->boolForKey(*str("Launch")));
+
+  // The domain is copied: a dictionary of the caller's own, even one that no
+  // reference owns, stays the caller's.
+  MutableDictionary custom;
+  custom.setObject(str("volatile"), str("Key"));
+  defaults->setVolatileDomain(custom, *str("Custom"));
+  custom.removeAllObjects();
+  EXPECT_TRUE(isEqual(defaults->volatileDomainForName(*str("Custom")), dict({{str("Key"), str("volatile")}})));
+  EXPECT_FALSE(defaults->objectForKey(*str("Key")));
+
+  // Replacing the argument domain is how launch arguments are set in-process.
+  defaults->setVolatileDomain(*dict({{str("Other"), str("1")}}), *str(UserDefaults::ArgumentDomain));
+  EXPECT_FALSE(defaults->objectForKey(*str("Launch")));
+  EXPECT_TRUE(defaults->boolForKey(*str("Other")));
+  defaults->removeVolatileDomainForName(*str(UserDefaults::ArgumentDomain));
+  EXPECT_FALSE(defaults->volatileDomainForName(*str(UserDefaults::ArgumentDomain)));
+  EXPECT_FALSE(defaults->objectForKey(*str("Other")));
+  EXPECT_FALSE(defaults->volatileDomainForName(*str("Never")));
+}
+
+TEST_F(UserDefaultsTest, PersistentDomainsAreFilesOfTheConfigurationFolder) {
+  auto defaults = UserDefaults::standardUserDefaults();
+  EXPECT_FALSE(defaults->persistentDomainForName(*str("org.example.Other")));
+  defaults->setPersistentDomain(*dict({{str("K"), str("v")}}), *str("org.example.Other"));
+  EXPECT_TRUE(isEqual(defaults->persistentDomainForName(*str("org.example.Other")), dict({{str("K"), str("v")}})));
+  EXPECT_FALSE(defaults->objectForKey(*str("K")));
+
+  // Writing the global domain makes its values visible to the search list.
+  defaults->setPersistentDomain(*dict({{str("G"), str("global")}}), *str(UserDefaults::GlobalDomain));
+  EXPECT_TRUE(isEqual(defaults->objectForKey(*str("G")), str("global")));
+  ASSERT_TRUE(defaults->synchronize());
+  EXPECT_TRUE(isEqual(fileContents(config() / "org.example.Other.plist"), dict({{str("K"), str("v")}})));
+  EXPECT_TRUE(isEqual(fileContents(config() / "NSGlobalDomain.plist"), dict({{str("G"), str("global")}})));
+
+  // Replacing a domain drops the file's other keys.
+  defaults->setPersistentDomain(*dict({{str("New"), str("n")}}), *str("org.example.Other"));
+  defaults->removePersistentDomainForName(*str(UserDefaults::GlobalDomain));
+  ASSERT_TRUE(defaults->synchronize());
+  EXPECT_TRUE(isEqual(fileContents(config() / "org.example.Other.plist"), dict({{str("New"), str("n")}})));
+  EXPECT_TRUE(isEqual(fileContents(config() / "NSGlobalDomain.plist"), dict({})));
+  EXPECT_FALSE(defaults->objectForKey(*str("G")));
+
+  for (const char* bad : {"", "a/b"}) {
+    Exception raised = testing::raisedBy([&] { defaults->persistentDomainForName(*str(bad)); });
+    EXPECT_EQ(raised.name(), "InvalidArgumentException") << bad;
+  }
+  EXPECT_EQ(testing::raisedBy([&] {
+              defaults->setPersistentDomain(*dict({{str("x"), Null::null()}}), *str("org.example.Other"));
+            }).name(),
+            "InvalidArgumentException");
+}
+
+TEST_F(UserDefaultsTest, TheApplicationDomainIsNamedByTheMainBundleElseTheExecutable) {
+  EXPECT_EQ(UserDefaults::applicationDomainName()->utf8(), "org.example.Tests");
+  folder_.folder("Anonymous.app/Contents");
+  Bundle::setMainBundle(Bundle::bundleWithPath(folder_.string() + "/Anonymous.app"));
+  EXPECT_EQ(UserDefaults::applicationDomainName()->utf8(),
+            fs::path(detail::processExecutablePath()).filename().string());
+
+  EXPECT_FALSE(UserDefaults::initWithSuiteName(str(UserDefaults::GlobalDomain)));
+  EXPECT_EQ(testing::raisedBy([] { UserDefaults::initWithSuiteName(str("../escape")); }).name(),
+            "InvalidArgumentException");
+}
+
+TEST_F(UserDefaultsTest, FilesGoThroughTheFileSystemSeam) {
+  TemporaryFolder root("defaults-root");
+  ScopedFileSystem rooted(std::make_shared<RootedFileSystem>(root.string()));
+  ScopedEnvironment environment(FixedEnvironment({{"HOME", "/home/user"}}));
+  auto defaults = UserDefaults::initWithSuiteName(nullptr);
+  defaults->setObjectForKey(str("rooted"), *str("Where"));
+  ASSERT_TRUE(defaults->synchronize());
+  EXPECT_TRUE(isEqual(fileContents(root.path() / "home/user/.config/org.example.Tests.plist"),
+                      dict({{str("Where"), str("rooted")}})));
+}
+
+TEST_F(UserDefaultsTest, WithoutAConfigurationFolderValuesLiveInMemory) {
+  ScopedEnvironment homeless(FixedEnvironment{});
+  auto defaults = UserDefaults::initWithSuiteName(nullptr);
+  defaults->setObjectForKey(str("memory"), *str("Key"));
+  EXPECT_TRUE(defaults->synchronize());
+  EXPECT_TRUE(isEqual(defaults->objectForKey(*str("Key")), str("memory")));
+  EXPECT_TRUE(defaults->synchronize());
+  EXPECT_TRUE(isEqual(defaults->objectForKey(*str("Key")), str("memory")));
+}
+
+TEST_F(UserDefaultsTest, ManyThreadsReadAndWriteOneObject) {
+  auto defaults = UserDefaults::standardUserDefaults();
+  constexpr int Threads = 4;
+  constexpr int Keys = 50;
+  std::vector<std::thread> threads;
+  for (int t = 0; t < Threads; ++t) {
+    threads.emplace_back([&, t] {
+      for (int i = 0; i < Keys; ++i) {
+        auto key = str("k" + std::to_string(t) + "-" + std::to_string(i));
+        defaults->setInteger(i, *key);
+        EXPECT_EQ(defaults->integerForKey(*key), i);
+        if (i % 10 == 0) defaults->synchronize();
+        defaults->dictionaryRepresentation();
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  ASSERT_TRUE(defaults->synchronize());
+  auto written = cast<Dictionary>(fileContents(applicationFile()));
+  ASSERT_TRUE(written);
+  EXPECT_EQ(written->count(), std::size_t(Threads * Keys));
+  EXPECT_TRUE(isEqual(written->objectForKey("k3-49"), num(49)));
+}
+
+}  // namespace
+}  // namespace tq
