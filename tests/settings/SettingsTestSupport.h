@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -148,9 +149,13 @@ class SettingsTest : public ::testing::Test {
   Ref<Dictionary> fileContents(const std::string& file = "Defaults.plist") const {
     return cast<Dictionary>(PropertyList::readFile(folder.file(file)));
   }
-  /// Writes the file as another process would.
+  /// Writes the file as another process would: a temporary file renamed
+  /// over it, without this process's own atomic writer (which the change
+  /// stream recognises as ours and leaves out).
   void writeFile(const Ref<Dictionary>& contents, const std::string& file = "Defaults.plist") const {
-    ASSERT_TRUE(FileSystem::system()->writeFileAtomically(folder.file(file), PropertyList::writeXML(contents.get())));
+    const std::string temporary = folder.file("." + file + ".other");
+    std::ofstream(temporary, std::ios::binary | std::ios::trunc) << PropertyList::writeXML(contents.get());
+    std::filesystem::rename(temporary, folder.file(file));
   }
   /// Moves the wall clock past the 5-second cache.
   void expireCache() { clock->advance(std::chrono::seconds(6)); }
