@@ -96,7 +96,8 @@ bool decodeOne(const std::uint8_t* s, std::int64_t& i, std::int64_t n, char16_t*
 constexpr std::uint32_t Undefined = 0xFFFFFFFF;
 constexpr StringEncoding TableCharsets[] = {WindowsCP1252StringEncoding, ISOLatin9StringEncoding,
                                             ISOLatin2StringEncoding,     WindowsCP1250StringEncoding,
-                                            WindowsCP1251StringEncoding, KOI8RStringEncoding};
+                                            WindowsCP1251StringEncoding, WindowsCP1253StringEncoding,
+                                            WindowsCP1254StringEncoding, KOI8RStringEncoding};
 constexpr std::size_t TableCount = sizeof(TableCharsets) / sizeof(TableCharsets[0]);
 
 using ByteTable = std::array<std::uint32_t, 256>;
