@@ -15,8 +15,8 @@ std::size_t widenASCIIAVX2(const std::uint8_t* s, std::size_t n, char16_t* o) {
     // block that holds other bytes is then written already.
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(o + i), _mm256_cvtepu8_epi16(_mm256_castsi256_si128(x)));
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(o + i + 16), _mm256_cvtepu8_epi16(_mm256_extracti128_si256(x, 1)));
-    const unsigned high = static_cast<unsigned>(_mm256_movemask_epi8(x));
-    if (high != 0) return i + static_cast<std::size_t>(__builtin_ctz(high));
+    const unsigned nonASCII = static_cast<unsigned>(_mm256_movemask_epi8(x));
+    if (nonASCII != 0) return i + static_cast<std::size_t>(__builtin_ctz(nonASCII));
     i += 32;
   }
   return i;

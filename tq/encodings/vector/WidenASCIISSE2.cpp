@@ -16,8 +16,8 @@ std::size_t widenASCIISSE2(const std::uint8_t* s, std::size_t n, char16_t* o) {
     // and when it is not, the units of its ASCII prefix are already written.
     _mm_storeu_si128(reinterpret_cast<__m128i*>(o + i), _mm_unpacklo_epi8(x, zero));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(o + i + 8), _mm_unpackhi_epi8(x, zero));
-    const unsigned high = static_cast<unsigned>(_mm_movemask_epi8(x));
-    if (high != 0) return i + static_cast<std::size_t>(__builtin_ctz(high));
+    const unsigned nonASCII = static_cast<unsigned>(_mm_movemask_epi8(x));
+    if (nonASCII != 0) return i + static_cast<std::size_t>(__builtin_ctz(nonASCII));
     i += 16;
   }
   return i;
