@@ -94,6 +94,24 @@ TEST(QuotedPrintableDecoderTest, BytesTheCharsetCannotReadGiveNilWithoutAnError)
   EXPECT_EQ(utf8Of(decodeQP("=FF", 0, &error, ISOLatin1StringEncoding)), "\u00ff");
 }
 
+// Large outputs go to memory faulted in ahead of the writes; what the
+// string held before, of whatever capacity, must leave no trace.
+TEST(QuotedPrintableDecoderTest, LargeOutputsReplaceWhatTheStringHeld) {
+  using FKQuotedPrintable::decodeQuotedPrintable;
+  std::string input, expected;
+  for (int line = 0; input.size() < 600000; ++line) {
+    input += "line " + std::to_string(line) + " caf=C3=A9 =3D=\r\n\r\n";
+    expected += "line " + std::to_string(line) + " caf\xC3\xA9 =\r\n";
+  }
+  for (std::string out : {std::string(), std::string(100, 'x'), std::string(2000000, 'y')}) {
+    ASSERT_TRUE(decodeQuotedPrintable(input, 0, out));
+    EXPECT_EQ(out, expected);
+  }
+  const Ref<String> text = decodeQP(input);
+  ASSERT_TRUE(text);
+  EXPECT_EQ(text->utf8(), expected);
+}
+
 // Long texts are turned into text a block of input at a time. Whatever falls
 // on a block's edge (an escape, a soft break, a character whose bytes are
 // escaped or raw) must decode exactly as the whole does, through the charset

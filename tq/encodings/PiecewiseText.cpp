@@ -2,54 +2,24 @@
 
 #include "tq/encodings/internal/PiecewiseText.h"
 
-#include <sys/mman.h>
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <atomic>
-#include <cerrno>
 #include <mutex>
 
+#include "tq/encodings/internal/Prefault.h"
 #include "tq/encodings/internal/VectorDispatch.h"
 
 namespace tq::detail {
 
 namespace {
 
-// The kernel's "fault these pages in now" request (Linux 5.14); older kernels
-// answer EINVAL and the pages are faulted one by one on first write instead.
-#ifndef MADV_POPULATE_WRITE
-#define MADV_POPULATE_WRITE 23
-#endif
-
-// Texts below this are built in memory the allocator has usually touched
-// before: asking the kernel would cost more than it saves.
-constexpr std::size_t PrefaultFromBytes = 256 * 1024;
 // How far ahead of the writes the text's memory is faulted in: far enough that
 // the requests are few, near enough that a text shorter than its bound (the
 // escapes shrink it) leaves little of its reserve mapped for nothing.
 constexpr std::size_t PrefaultStepBytes = 1024 * 1024;
-
-std::atomic<bool> kernelPrefaults{true};
-
-// Faults in the pages of [begin, end) with one request instead of one trap per
-// page: on the virtual machines mail clients run on, a trap costs about 11 µs
-// and a 4 KiB page under 3 µs this way, and the UTF-16 text of a large part
-// spans tens of thousands of pages. Only whole pages inside the range are
-// asked for; a failure only means the writes fault them in as usual.
-void prefault(const void* begin, const void* end) {
-  if (!kernelPrefaults.load(std::memory_order_relaxed)) return;
-  static const std::uintptr_t pageSize = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
-  const std::uintptr_t first = (reinterpret_cast<std::uintptr_t>(begin) + pageSize - 1) & ~(pageSize - 1);
-  const std::uintptr_t last = reinterpret_cast<std::uintptr_t>(end) & ~(pageSize - 1);
-  if (last <= first) return;
-  if (madvise(reinterpret_cast<void*>(first), last - first, MADV_POPULATE_WRITE) != 0 && errno == EINVAL) {
-    kernelPrefaults.store(false, std::memory_order_relaxed);
-  }
-}
 
 // Widens the leading ASCII bytes of s[0, n) to o; answers how many.
 std::size_t widenLeadingASCII(const std::uint8_t* s, std::size_t n, char16_t* o) {

@@ -6,6 +6,7 @@
 
 #include "tq/encodings/TransferEncodings.h"
 #include "tq/encodings/internal/PiecewiseText.h"
+#include "tq/encodings/internal/Prefault.h"
 #include "tq/encodings/internal/VectorDispatch.h"
 #include "tq/platform/collection/Dictionary.h"
 
@@ -140,7 +141,13 @@ std::size_t blockEnd(std::string_view input, std::size_t from) {
 
 bool decodeQuotedPrintable(std::string_view input, std::uint64_t options, std::string& out) {
   // Decoding never lengthens the text, so the output is sized once and
-  // written through a pointer.
+  // written through a pointer. New memory for a large output is faulted in
+  // with one request before the string fills it with zeros (see Prefault).
+  if (out.capacity() < input.size()) {
+    out.clear();  // nothing of it is kept, so nothing need be copied
+    out.reserve(input.size());
+    if (input.size() >= detail::PrefaultFromBytes) detail::prefault(out.data(), out.data() + input.size());
+  }
   out.resize(input.size());
   char* const end = decodeInto(input, (options & QuotedPrintableDecodeUnderscoreAsSpace) != 0, out.data());
   if (!end) {
