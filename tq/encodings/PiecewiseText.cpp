@@ -43,7 +43,7 @@ std::size_t utf8Length(std::uint8_t lead) {
   return lead < 0xF5 ? 4 : 0;
 }
 
-// Decodes the character at s[*i] (n bytes in all) the way the whole-text
+// Decodes the character at s[i] (n bytes in all) the way the whole-text
 // decoder does, so that overlong forms, surrogates and values past U+10FFFF
 // fail here exactly as there; false for those.
 bool decodeOne(const std::uint8_t* s, std::int64_t& i, std::int64_t n, char16_t*& o) {
@@ -72,8 +72,9 @@ constexpr std::size_t TableCount = sizeof(TableCharsets) / sizeof(TableCharsets[
 
 using ByteTable = std::array<std::uint32_t, 256>;
 
-// Nil unless every byte reads as one unit or not at all: only then is a text
-// the concatenation of its bytes' readings.
+// Nil unless every byte reads as one unit or not at all, ASCII as itself: only
+// then is a text the concatenation of its bytes' readings, and can its ASCII
+// runs be widened without the table.
 const ByteTable* tableFor(StringEncoding encoding) {
   static std::array<std::once_flag, TableCount> once;
   static std::array<ByteTable, TableCount> tables;
@@ -88,7 +89,7 @@ const ByteTable* tableFor(StringEncoding encoding) {
       const char c = static_cast<char>(byte);
       if (!Charset::decode(std::string_view(&c, 1), encoding, unit)) {
         tables[index][byte] = Undefined;
-      } else if (unit.size() == 1) {
+      } else if (unit.size() == 1 && (byte >= 0x80 || unit[0] == byte)) {
         tables[index][byte] = unit[0];
       } else {
         usable[index] = false;
@@ -218,6 +219,14 @@ void PiecewiseText::prefaultFor(std::size_t units) {
 
 Ref<String> PiecewiseText::finish() {
   if (failed_ || kind_ == Kind::Whole || pendingSize_ != 0) return nullptr;
+  // The reserve is the most the bytes could need, and escapes or multi-byte
+  // characters can leave most of it unused. A large text's unused reserve is
+  // address space no write touched, but a small one's is heap memory that
+  // the text would hold for its life: that is given back, at the cost of a
+  // copy that small texts make cheaply.
+  if (units_.capacity() * sizeof(char16_t) < PrefaultFromBytes && units_.capacity() > 2 * units_.size()) {
+    units_.shrink_to_fit();
+  }
   return make<String>(std::move(units_));
 }
 
