@@ -72,7 +72,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   // whole to the charset service, in a multi-byte and a table charset.
   if (size == 0) return 0;
   std::string repeated;
-  while (repeated.size() < 40000) repeated.append(input);
+  while (repeated.size() < 20000) repeated.append(input);
   std::string bytes;
   const bool repeatedOK = tq::FKQuotedPrintable::decodeQuotedPrintable(repeated, 0, bytes);
   for (tq::StringEncoding encoding : {tq::UTF8StringEncoding, tq::WindowsCP1253StringEncoding}) {
