@@ -122,7 +122,8 @@ char* decodeInto(std::string_view input, bool underscoreIsSpace, char* o) {
 
 // The text is decoded a block of input at a time into a buffer that stays in
 // cache, and each block's bytes are turned into UTF-16 at once: the bytes of
-// a large part are then never held whole, and the text is written once.
+// a large part are then never held whole, and no buffer of its whole size is
+// filled with zeros before it is written.
 constexpr std::size_t TextBlockSize = 16 * 1024;
 
 // Where the block that starts at `from` ends: TextBlockSize on, moved back to
