@@ -1,7 +1,8 @@
 // Decodes arbitrary bytes as quoted-printable, plain and in Q mode, and
 // checks the decoder against the properties every decode has: the output is
 // never longer than the input, an error comes with code 11, and without "_"
-// the two modes agree; and both modes match a byte-by-byte decoder.
+// the two modes agree; and both modes match a byte-by-byte decoder. The text
+// of a long input must be the charset's reading of its decoded bytes.
 
 #include <cstdint>
 #include <string>
@@ -65,5 +66,26 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   auto text = tq::FKQuotedPrintable::decodedQuotedPrintableStringWithEncoding(tq::Data(input),
                                                                               tq::ISOLatin1StringEncoding, 0, &error);
   check(plainOK ? (text && !error && text->length() == plain.size()) : (!text && error && error->code() == 11));
+
+  // Long texts are turned into text a block at a time: repeated past the
+  // first blocks' edges, the input must read as its decoded bytes do, given
+  // whole to the charset service, in a multi-byte and a table charset.
+  if (size == 0) return 0;
+  std::string repeated;
+  while (repeated.size() < 20000) repeated.append(input);
+  std::string bytes;
+  const bool repeatedOK = tq::FKQuotedPrintable::decodeQuotedPrintable(repeated, 0, bytes);
+  for (tq::StringEncoding encoding : {tq::UTF8StringEncoding, tq::WindowsCP1253StringEncoding}) {
+    tq::Ref<tq::Error> repeatedError;
+    auto piecewise = tq::FKQuotedPrintable::decodedQuotedPrintableStringWithEncoding(tq::Data(repeated), encoding, 0,
+                                                                                     &repeatedError);
+    if (!repeatedOK) {
+      check(!piecewise && repeatedError && repeatedError->code() == 11);
+      continue;
+    }
+    auto whole = tq::Charset::stringWithBytes(bytes, encoding);
+    check(!repeatedError && (whole == nullptr) == (piecewise == nullptr));
+    if (whole) check(whole->isEqualToString(*piecewise));
+  }
   return 0;
 }

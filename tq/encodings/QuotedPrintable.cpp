@@ -5,6 +5,8 @@
 #include <string>
 
 #include "tq/encodings/TransferEncodings.h"
+#include "tq/encodings/internal/PiecewiseText.h"
+#include "tq/encodings/internal/Prefault.h"
 #include "tq/encodings/internal/VectorDispatch.h"
 #include "tq/platform/collection/Dictionary.h"
 
@@ -99,14 +101,9 @@ inline bool decodeSpecialNearEnd(const char*& p, const char* end, char*& o, bool
 // The portable loop's part of the bulk: none, the loop below takes it all.
 bool decodeBulkPortable(const char*&, const char*, char*&, bool) { return true; }
 
-}  // namespace
-
-bool decodeQuotedPrintable(std::string_view input, std::uint64_t options, std::string& out) {
-  // Decoding never lengthens the text, so the output is sized once and
-  // written through a pointer.
-  out.resize(input.size());
-  char* o = out.data();
-  const bool underscoreIsSpace = (options & QuotedPrintableDecodeUnderscoreAsSpace) != 0;
+// Decodes the whole of `input` to o, which has room for input.size() bytes;
+// answers the end of what it wrote, or null at a malformed escape.
+char* decodeInto(std::string_view input, bool underscoreIsSpace, char* o) {
   const char* p = input.data();
   const char* const end = p + input.size();
   static const EncodingLoops::QuotedPrintableDecode decodeBulk = EncodingLoops::widest<EncodingLoops::QuotedPrintableDecode>(
@@ -120,22 +117,76 @@ bool decodeQuotedPrintable(std::string_view input, std::uint64_t options, std::s
     o += plain;
     if (p < end) ok = decodeSpecialNearEnd(p, end, o, underscoreIsSpace);
   }
-  if (!ok) {
+  return ok ? o : nullptr;
+}
+
+// The text is decoded a block of input at a time into a buffer that stays in
+// cache, and each block's bytes are turned into UTF-16 at once: the bytes of
+// a large part are then never held whole, and no buffer of its whole size is
+// filled with zeros before it is written.
+constexpr std::size_t TextBlockSize = 16 * 1024;
+
+// Where the block that starts at `from` ends: TextBlockSize on, moved back to
+// just before an "=" that would have its escape cut. Every "=" of a
+// well-formed text begins an escape, so the blocks decode to exactly the bytes
+// of the whole; in a malformed one the first bad escape still fails.
+std::size_t blockEnd(std::string_view input, std::size_t from) {
+  if (input.size() - from <= TextBlockSize) return input.size();
+  std::size_t cut = from + TextBlockSize;
+  if (input[cut - 1] == '=') return cut - 1;
+  if (input[cut - 2] == '=') return cut - 2;
+  return cut;
+}
+
+}  // namespace
+
+bool decodeQuotedPrintable(std::string_view input, std::uint64_t options, std::string& out) {
+  // Decoding never lengthens the text, so the output is sized once and
+  // written through a pointer. New memory for a large output is faulted in
+  // with one request before the string fills it with zeros (see Prefault).
+  if (out.capacity() < input.size()) {
+    out.clear();  // nothing of it is kept, so nothing need be copied
+    out.reserve(input.size());
+    if (input.size() >= detail::PrefaultFromBytes) detail::prefault(out.data(), out.data() + input.size());
+  }
+  out.resize(input.size());
+  char* const end = decodeInto(input, (options & QuotedPrintableDecodeUnderscoreAsSpace) != 0, out.data());
+  if (!end) {
     out.clear();
     return false;
   }
-  out.resize(static_cast<std::size_t>(o - out.data()));
+  out.resize(static_cast<std::size_t>(end - out.data()));
   return true;
 }
 
 Ref<String> decodedQuotedPrintableStringWithEncoding(const Data& data, StringEncoding encoding, std::uint64_t options,
                                                      Ref<Error>* error) {
-  std::string bytes;
-  if (!decodeQuotedPrintable(data.view(), options, bytes)) {
-    setError(error, malformedError());
-    return nullptr;
+  const std::string_view input = data.view();
+  detail::PiecewiseText text(encoding, input.size());
+  if (!text.readsPieces()) {
+    std::string bytes;
+    if (!decodeQuotedPrintable(input, options, bytes)) {
+      setError(error, malformedError());
+      return nullptr;
+    }
+    return Charset::stringWithBytes(bytes, encoding);
   }
-  return Charset::stringWithBytes(bytes, encoding);
+  const bool underscoreIsSpace = (options & QuotedPrintableDecodeUnderscoreAsSpace) != 0;
+  char bytes[TextBlockSize];
+  bool readable = true;
+  for (std::size_t from = 0; from < input.size();) {
+    const std::size_t to = blockEnd(input, from);
+    const char* const end = decodeInto(input.substr(from, to - from), underscoreIsSpace, bytes);
+    if (!end) {
+      setError(error, malformedError());
+      return nullptr;
+    }
+    // Bytes the charset cannot read give nil, but only once the rest is known
+    // to hold no malformed escape, which gives the error instead.
+    if (readable) readable = text.append(std::string_view(bytes, static_cast<std::size_t>(end - bytes)));
+    from = to;
+  }
+  return readable ? text.finish() : nullptr;
 }
 
 }  // namespace tq::FKQuotedPrintable

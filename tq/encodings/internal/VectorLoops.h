@@ -38,6 +38,16 @@ using QuotedPrintableDecode = bool (*)(const char*& p, const char* end, char*& o
 bool quotedPrintableDecodeAVX2(const char*& p, const char* end, char*& o, bool underscoreIsSpace);
 bool quotedPrintableDecodeAVX512(const char*& p, const char* end, char*& o, bool underscoreIsSpace);
 
+// Widening ASCII bytes to UTF-16 units, a block at a time: widens s[0, n)
+// into o while the bytes are below 0x80 and answers how many it widened,
+// stopping at the first byte that is not ASCII or when less than a block is
+// left (the caller widens the rest). May write units past the count it
+// answers, but never past o + n.
+using WidenASCII = std::size_t (*)(const std::uint8_t* s, std::size_t n, char16_t* o);
+std::size_t widenASCIISSE2(const std::uint8_t* s, std::size_t n, char16_t* o);
+std::size_t widenASCIIAVX2(const std::uint8_t* s, std::size_t n, char16_t* o);
+std::size_t widenASCIIAVX512(const std::uint8_t* s, std::size_t n, char16_t* o);
+
 // The quoted-printable body encoder: the state a body's line carries from one
 // piece to the next, and the whole encoder of a piece, as
 // QuotedPrintableBodyEncoder::encode describes it.
