@@ -25,7 +25,9 @@ using namespace tqkit;
 
 namespace {
 
-void writeOut(const std::string& text) {
+// The interactive screen talks to the terminal itself (raw mode, the
+// alternate screen, its size): it runs only when both ends are terminals.
+void writeToTerminal(const std::string& text) {
   std::fwrite(text.data(), 1, text.size(), stdout);
   std::fflush(stdout);
 }
@@ -41,10 +43,10 @@ class Screen {
     raw.c_cc[VMIN] = 0;
     raw.c_cc[VTIME] = 0;
     ::tcsetattr(STDIN_FILENO, TCSANOW, &raw);
-    writeOut("\x1b[?1049h");  // the alternate screen, so the shell's text comes back
+    writeToTerminal("\x1b[?1049h");  // the alternate screen, so the shell's text comes back
   }
   ~Screen() {
-    writeOut("\x1b[?1049l");
+    writeToTerminal("\x1b[?1049l");
     ::tcsetattr(STDIN_FILENO, TCSANOW, &saved_);
   }
 
@@ -78,7 +80,7 @@ class Screen {
       out += clip(shown, cols);
       if (i + 1 < lines.size()) out += "\r\n";
     }
-    writeOut(out);
+    writeToTerminal(out);
   }
 
  private:
@@ -166,9 +168,12 @@ int interactive(const tq::Ref<tq::TQConsoleWindowController>& controller, tq::Li
   }
 }
 
-int follow(const tq::Ref<tq::TQConsoleWindowController>& controller, tq::LineFollower& follower,
-           const LogText& logText) {
-  controller->setDisplayAppended([](const std::string& text) { writeOut(text); });
+int follow(Arguments& arguments, const tq::Ref<tq::TQConsoleWindowController>& controller,
+           tq::LineFollower& follower, const LogText& logText) {
+  controller->setDisplayAppended([&arguments](const std::string& text) {
+    writeOut(arguments, text);
+    std::fflush(arguments.streams().out);  // a follower is read as it goes
+  });
   // Polled on the main run loop, which this command runs as its host.
   auto timer =
       tq::DispatchSource::makeTimer(0.1, tq::DispatchQueue::main(), [&] { passOn(*controller, follower, logText); });
@@ -215,8 +220,8 @@ int console(Arguments& arguments) {
 
   if (!plain && ::isatty(STDIN_FILENO) && ::isatty(STDOUT_FILENO))
     return interactive(controller, follower, logText, filter);
-  writeOut(controller->displayText());
-  if (following) return follow(controller, follower, logText);
+  writeOut(arguments, controller->displayText());
+  if (following) return follow(arguments, controller, follower, logText);
   return Success;
 }
 

@@ -57,8 +57,20 @@ int logMessages(Arguments& arguments) {
     }
   };
   if (fromStdin) {
+    // Line by line as the input arrives, so that a long feed is logged as it
+    // goes; a last line without its line break is logged too.
     std::string line;
-    while (std::getline(std::cin, line)) write(line);
+    forEachBlock(arguments, {"-"}, [&](std::string_view block) {
+      for (char c : block) {
+        if (c != '\n') {
+          line += c;
+          continue;
+        }
+        write(line);
+        line.clear();
+      }
+    });
+    if (!line.empty()) write(line);
   } else {
     for (const auto& message : messages) write(message);
   }
