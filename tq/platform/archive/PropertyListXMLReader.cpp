@@ -4,6 +4,7 @@
 
 #include <expat.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -16,7 +17,9 @@
 #include "tq/platform/collection/Dictionary.h"
 #include "tq/platform/value/Number.h"
 #include "tq/platform/archive/PropertyList.h"
+#include "tq/platform/archive/internal/KeyCache.h"
 #include "tq/platform/archive/internal/PropertyListInternal.h"
+#include "tq/platform/archive/internal/TextConversion.h"
 #include "tq/platform/value/String.h"
 
 namespace tq::plist_detail {
@@ -35,14 +38,25 @@ constexpr TagName TagNames[] = {
     {"data", Tag::Data},     {"true", Tag::True},       {"false", Tag::False},
 };
 
+// Called for every element: the first letters leave one candidate, which is
+// then compared whole.
 bool lookupTag(const char* name, Tag* tag) {
-  for (const auto& entry : TagNames) {
-    if (std::strcmp(entry.name, name) == 0) {
-      *tag = entry.tag;
-      return true;
-    }
+  Tag candidate;
+  switch (name[0]) {
+    case 'k': candidate = Tag::Key; break;
+    case 's': candidate = Tag::String; break;
+    case 'i': candidate = Tag::Integer; break;
+    case 'r': candidate = Tag::Real; break;
+    case 't': candidate = Tag::True; break;
+    case 'f': candidate = Tag::False; break;
+    case 'a': candidate = Tag::Array; break;
+    case 'p': candidate = Tag::Plist; break;
+    case 'd': candidate = name[1] == 'i' ? Tag::Dict : name[1] && name[2] && name[3] == 'e' ? Tag::Date : Tag::Data; break;
+    default: return false;
   }
-  return false;
+  if (std::strcmp(TagNames[int(candidate)].name, name) != 0) return false;
+  *tag = candidate;
+  return true;
 }
 
 bool isContainer(Tag tag) { return tag == Tag::Plist || tag == Tag::Dict || tag == Tag::Array; }
@@ -58,6 +72,22 @@ bool isContainer(Tag tag) { return tag == Tag::Plist || tag == Tag::Dict || tag 
 // in an ASCII-compatible encoding, is parsed as it stands, so that nothing can
 // be misread.
 bool isCarriedControl(unsigned char byte) { return byte < 0x20 && byte != '\t' && byte != '\n'; }
+
+// Whether any byte is one to carry. Every document is scanned, so the test
+// runs over blocks without a branch per byte, which compilers vectorise.
+bool holdsCarriedControl(std::string_view bytes) {
+  constexpr std::size_t Block = 256;
+  const auto* data = reinterpret_cast<const unsigned char*>(bytes.data());
+  for (std::size_t start = 0; start < bytes.size(); start += Block) {
+    const std::size_t end = std::min(bytes.size(), start + Block);
+    unsigned char found = 0;
+    for (std::size_t at = start; at < end; ++at) {
+      found |= (data[at] < 0x20) & (data[at] != '\t') & (data[at] != '\n');
+    }
+    if (found) return true;
+  }
+  return false;
+}
 
 constexpr unsigned char CarrierLead = 0xEF, CarrierMiddle = 0xB7, CarrierFirst = 0x90, CarrierLast = 0xAF;
 
@@ -100,9 +130,7 @@ bool mayCarry(std::string_view bytes) {
 // The document with the controls of string and key texts replaced by
 // carriers; empty when there is nothing to replace or it must not be done.
 std::string withCarriedControls(std::string_view bytes) {
-  bool any = false;
-  for (char c : bytes) any = any || isCarriedControl(static_cast<unsigned char>(c));
-  if (!any || !mayCarry(bytes)) return {};
+  if (!holdsCarriedControl(bytes) || !mayCarry(bytes)) return {};
   std::string carried;
   carried.reserve(bytes.size() + 64);
   bool inText = false;
@@ -165,7 +193,8 @@ struct Frame {
 
 class XMLReader {
  public:
-  XMLReader(bool mutableContainers) : mutable_(mutableContainers) {}
+  XMLReader(std::size_t documentLength, bool mutableContainers)
+      : mutable_(mutableContainers), keys_(documentLength) {}
   Id parse(std::string_view bytes, Ref<Error>* error);
 
  private:
@@ -193,6 +222,7 @@ class XMLReader {
 
   XML_Parser parser_ = nullptr;
   bool mutable_;
+  KeyCache keys_;
   // Open elements, innermost last. Frames past depth_ are kept for reuse, so
   // that their buffers are allocated once per nesting level, not per element.
   std::vector<Frame> stack_;
@@ -263,9 +293,11 @@ void XMLReader::characters(std::string_view text) {
 Id XMLReader::leafValue(Frame& frame) {
   switch (frame.tag) {
     case Tag::Key:
+      if (carried_) restoreControls(frame.text);
+      return keys_.key(frame.text);
     case Tag::String:
       if (carried_) restoreControls(frame.text);
-      return make<String>(frame.text);
+      return make<String>(utf16FromUTF8(frame.text));
     case Tag::Integer: {
       Id number = parseInteger(frame.text);
       if (!number) fail("invalid or out-of-range integer " + quote(frame.text));
@@ -405,7 +437,7 @@ Id XMLReader::parse(std::string_view bytes, Ref<Error>* error) {
 }  // namespace
 
 Id readXML(std::string_view bytes, bool mutableContainers, Ref<Error>* error) {
-  XMLReader reader(mutableContainers);
+  XMLReader reader(bytes.size(), mutableContainers);
   return reader.parse(bytes, error);
 }
 
