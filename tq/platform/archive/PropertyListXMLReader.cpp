@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <string>
 #include <string_view>
@@ -60,6 +61,11 @@ bool lookupTag(const char* name, Tag* tag) {
 }
 
 bool isContainer(Tag tag) { return tag == Tag::Plist || tag == Tag::Dict || tag == Tag::Array; }
+// Elements whose character data is their value.
+bool isTextual(Tag tag) {
+  return tag == Tag::Key || tag == Tag::String || tag == Tag::Integer || tag == Tag::Real || tag == Tag::Date ||
+         tag == Tag::Data;
+}
 
 // The writer puts every character of a string into the file as it stands,
 // C0 controls and carriage returns included, as property-list files always
@@ -202,8 +208,15 @@ class XMLReader {
     static_cast<XMLReader*>(self)->start(name);
   }
   static void XMLCALL onEnd(void* self, const XML_Char* name) { static_cast<XMLReader*>(self)->end(); }
-  static void XMLCALL onText(void* self, const XML_Char* text, int length) {
-    static_cast<XMLReader*>(self)->characters(std::string_view(text, std::size_t(length)));
+  // Character data has one of two meanings, decided by the element it is in,
+  // so the handler is switched as elements open and close rather than
+  // deciding on every piece: inside a leaf it is the value, anywhere else it
+  // may only be white space.
+  static void XMLCALL onValueText(void* self, const XML_Char* text, int length) {
+    static_cast<XMLReader*>(self)->valueText_->append(text, std::size_t(length));
+  }
+  static void XMLCALL onOtherText(void* self, const XML_Char* text, int length) {
+    static_cast<XMLReader*>(self)->otherText(std::string_view(text, std::size_t(length)));
   }
   static void XMLCALL onEntity(void* self, const XML_Char*, int, const XML_Char*, int, const XML_Char*, const XML_Char*,
                                const XML_Char*, const XML_Char*) {
@@ -214,7 +227,7 @@ class XMLReader {
 
   void start(const char* name);
   void end();
-  void characters(std::string_view text);
+  void otherText(std::string_view text);
   Id leafValue(Frame& frame);
   Id containerValue(Frame& frame);
   void attach(Id value);
@@ -229,6 +242,7 @@ class XMLReader {
   std::size_t depth_ = 0;
   bool empty() const { return depth_ == 0; }
   Frame& top() { return stack_[depth_ - 1]; }
+  std::string* valueText_ = nullptr;  // where onValueText puts the text of the open leaf
   Id root_;
   bool carried_ = false;  // controls travel as carriers (see withCarriedControls)
   bool failed_ = false;
@@ -276,18 +290,15 @@ void XMLReader::start(const char* name) {
   frame.elements.clear();
   frame.entries.clear();
   frame.pendingKey = nullptr;
+  if (isTextual(tag)) {
+    valueText_ = &frame.text;
+    XML_SetCharacterDataHandler(parser_, onValueText);
+  }
 }
 
-void XMLReader::characters(std::string_view text) {
+void XMLReader::otherText(std::string_view text) {
   if (failed_ || empty()) return;
-  Frame& frame = top();
-  bool textual = frame.tag == Tag::Key || frame.tag == Tag::String || frame.tag == Tag::Integer ||
-                 frame.tag == Tag::Real || frame.tag == Tag::Date || frame.tag == Tag::Data;
-  if (textual) {
-    frame.text.append(text);
-  } else if (!isBlank(text)) {
-    fail("unexpected text " + quote(text) + " in <" + frame.name + ">");
-  }
+  if (!isBlank(text)) fail("unexpected text " + quote(text) + " in <" + top().name + ">");
 }
 
 Id XMLReader::leafValue(Frame& frame) {
@@ -338,8 +349,12 @@ Id XMLReader::leafValue(Frame& frame) {
 
 Id XMLReader::containerValue(Frame& frame) {
   if (frame.tag == Tag::Array) {
-    if (mutable_) return make<MutableArray>(std::move(frame.elements));
-    return make<Array>(std::move(frame.elements));
+    // Moved into storage of the exact size; the frame keeps its capacity for
+    // the next array at this depth.
+    Array::Storage elements(std::make_move_iterator(frame.elements.begin()),
+                            std::make_move_iterator(frame.elements.end()));
+    if (mutable_) return make<MutableArray>(std::move(elements));
+    return make<Array>(std::move(elements));
   }
   if (frame.pendingKey) {
     fail("dictionary key " + quote(cast<String>(frame.pendingKey)->utf8()) + " has no value");
@@ -379,6 +394,7 @@ void XMLReader::end() {
   if (failed_ || empty()) return;
   Frame& frame = top();
   --depth_;  // the parent is now on top; `frame` stays valid until the next start
+  XML_SetCharacterDataHandler(parser_, onOtherText);
   if (frame.tag == Tag::Plist) {
     if (frame.elements.empty()) return fail("<plist> holds no value");
     return attach(std::move(frame.elements.front()));
@@ -395,7 +411,7 @@ Id XMLReader::parse(std::string_view bytes, Ref<Error>* error) {
   }
   XML_SetUserData(parser_, this);
   XML_SetElementHandler(parser_, onStart, onEnd);
-  XML_SetCharacterDataHandler(parser_, onText);
+  XML_SetCharacterDataHandler(parser_, onOtherText);
   XML_SetEntityDeclHandler(parser_, onEntity);
 
   std::string carried = withCarriedControls(bytes);
