@@ -18,8 +18,8 @@
 #include "tq/platform/collection/Dictionary.h"
 #include "tq/platform/value/Number.h"
 #include "tq/platform/archive/PropertyList.h"
-#include "tq/platform/archive/internal/KeyCache.h"
 #include "tq/platform/archive/internal/PropertyListInternal.h"
+#include "tq/platform/archive/internal/StringCache.h"
 #include "tq/platform/archive/internal/TextConversion.h"
 #include "tq/platform/value/String.h"
 
@@ -200,7 +200,7 @@ struct Frame {
 class XMLReader {
  public:
   XMLReader(std::size_t documentLength, bool mutableContainers)
-      : mutable_(mutableContainers), keys_(documentLength) {}
+      : mutable_(mutableContainers), keys_(MaxKeyLength, documentLength), values_(MaxValueLength, documentLength) {}
   Id parse(std::string_view bytes, Ref<Error>* error);
 
  private:
@@ -235,7 +235,11 @@ class XMLReader {
 
   XML_Parser parser_ = nullptr;
   bool mutable_;
-  KeyCache keys_;
+  // Keys, and short values, are made once per document (see StringCache); the
+  // two are kept apart so that values do not push keys out.
+  static constexpr std::size_t MaxKeyLength = 64, MaxValueLength = 16;
+  StringCache keys_;
+  StringCache values_;
   // Open elements, innermost last. Frames past depth_ are kept for reuse, so
   // that their buffers are allocated once per nesting level, not per element.
   std::vector<Frame> stack_;
@@ -305,10 +309,10 @@ Id XMLReader::leafValue(Frame& frame) {
   switch (frame.tag) {
     case Tag::Key:
       if (carried_) restoreControls(frame.text);
-      return keys_.key(frame.text);
+      return keys_.string(frame.text);
     case Tag::String:
       if (carried_) restoreControls(frame.text);
-      return make<String>(utf16FromUTF8(frame.text));
+      return values_.string(frame.text);
     case Tag::Integer: {
       Id number = parseInteger(frame.text);
       if (!number) fail("invalid or out-of-range integer " + quote(frame.text));

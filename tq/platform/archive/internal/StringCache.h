@@ -1,10 +1,10 @@
 #pragma once
-// The dictionary keys of one document, made once each. A defaults file
-// repeats the same few keys in every record of its lists (every rule has a
-// "name", every account an "address"), and a key made once is converted to
-// UTF-16, allocated and hashed once however often it appears. Strings are
-// immutable, so the dictionaries can share them. Not part of the public
-// interface.
+// Strings of one document made once each. A defaults file repeats the same
+// few keys in every record of its lists (every rule has a "name", every
+// account an "address") and many short values ("INBOX", "move"); a string
+// made once is converted to UTF-16, allocated and hashed once however often
+// it appears. Strings are immutable, so the containers can share them. Not
+// part of the public interface.
 
 #include <cstdint>
 #include <cstring>
@@ -17,20 +17,22 @@
 
 namespace tq::plist_detail {
 
-class KeyCache {
+class StringCache {
  public:
-  /// A cache sized for a document of `documentLength` bytes: direct-mapped,
-  /// so that a miss costs no more than making the key would, and bounded,
-  /// so that a document of distinct keys costs no memory beyond its slots.
-  explicit KeyCache(std::size_t documentLength) {
+  /// A cache of strings up to `maxLength` bytes, sized for a document of
+  /// `documentLength` bytes: direct-mapped, so that a miss costs little more
+  /// than making the string would, and bounded, so that a document of
+  /// distinct strings costs no memory beyond its slots. Longer strings are
+  /// rarely repeated; they are made each time.
+  StringCache(std::size_t maxLength, std::size_t documentLength) : maxLength_(maxLength) {
     std::size_t count = MinSlots;
     while (count < MaxSlots && count * 256 < documentLength) count *= 2;
     slots_.resize(count);
   }
 
-  /// The string for a key's UTF-8 bytes.
-  Ref<String> key(std::string_view utf8) {
-    if (utf8.size() > MaxCachedLength) return make<String>(utf16FromUTF8(utf8));
+  /// The string for the UTF-8 bytes.
+  Ref<String> string(std::string_view utf8) {
+    if (utf8.size() > maxLength_) return make<String>(utf16FromUTF8(utf8));
     Slot& slot = slots_[hashOf(utf8) & (slots_.size() - 1)];
     if (!slot.string || slot.bytes != utf8) {
       slot.bytes.assign(utf8);
@@ -41,8 +43,6 @@ class KeyCache {
 
  private:
   static constexpr std::size_t MinSlots = 16, MaxSlots = 512;
-  // Longer keys are rarely repeated; they are made each time.
-  static constexpr std::size_t MaxCachedLength = 64;
 
   struct Slot {
     std::string bytes;
@@ -67,6 +67,7 @@ class KeyCache {
     return std::size_t(hash ^ (hash >> 29) ^ (hash >> 47));
   }
 
+  std::size_t maxLength_;
   std::vector<Slot> slots_;
 };
 
