@@ -69,7 +69,9 @@ class DefaultsGenerator {
     root->setObject(list(200, [this](int i) { return rule(i); }), str("TQMailKitRules"));
     root->setObject(list(12, [this](int i) { return account(i); }), str("TQMailKitAccounts"));
     root->setObject(list(40, [this](int i) { return signature(i); }), str("TQMailKitSignatures"));
-    for (int i = 0; i < 5; ++i) root->setObject(blob(2000 + 1000 * i), str("TQMailKitArchivedState" + std::to_string(i)));
+    for (int i = 0; i < 5; ++i) {
+      root->setObject(blob(2000 + 1000 * i), str("TQMailKitArchivedState" + std::to_string(i)));
+    }
     return root;
   }
 
@@ -145,7 +147,8 @@ class DefaultsGenerator {
         {str("useTLS"), num(true)},
         {str("quota"), num(std::uint64_t(1) << 34)},
         {str("lastSync"), date()},
-        {str("folders"), arr({str("INBOX"), str("Sent"), str("Drafts"), str("\xD0\x90\xD1\x80\xD1\x85\xD0\xB8\xD0\xB2")})},
+        {str("folders"),
+         arr({str("INBOX"), str("Sent"), str("Drafts"), str("\xD0\x90\xD1\x80\xD1\x85\xD0\xB8\xD0\xB2")})},
     });
   }
 

@@ -29,7 +29,9 @@ constexpr char Base64Alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrs
 constexpr std::array<signed char, 256> Base64Values = [] {
   std::array<signed char, 256> values{};
   for (auto& value : values) value = -1;
-  for (int digit = 0; digit < 64; ++digit) values[static_cast<unsigned char>(Base64Alphabet[digit])] = static_cast<signed char>(digit);
+  for (int digit = 0; digit < 64; ++digit) {
+    values[static_cast<unsigned char>(Base64Alphabet[digit])] = static_cast<signed char>(digit);
+  }
   return values;
 }();
 

@@ -52,7 +52,9 @@ bool lookupTag(const char* name, Tag* tag) {
     case 'f': candidate = Tag::False; break;
     case 'a': candidate = Tag::Array; break;
     case 'p': candidate = Tag::Plist; break;
-    case 'd': candidate = name[1] == 'i' ? Tag::Dict : name[1] && name[2] && name[3] == 'e' ? Tag::Date : Tag::Data; break;
+    case 'd':  // dict, date, data
+      candidate = name[1] == 'i' ? Tag::Dict : name[1] && name[2] && name[3] == 'e' ? Tag::Date : Tag::Data;
+      break;
     default: return false;
   }
   if (std::strcmp(TagNames[int(candidate)].name, name) != 0) return false;
