@@ -2,11 +2,11 @@
 // integers. All locale-independent: a settings file written under one locale
 // must read back under any other.
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <clocale>
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 #include <limits>
 
@@ -24,14 +24,17 @@ namespace {
 
 constexpr char Base64Alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-int base64Value(char c) {
-  if (c >= 'A' && c <= 'Z') return c - 'A';
-  if (c >= 'a' && c <= 'z') return c - 'a' + 26;
-  if (c >= '0' && c <= '9') return c - '0' + 52;
-  if (c == '+') return 62;
-  if (c == '/') return 63;
-  return -1;
-}
+// The value of each byte as a Base64 digit; -1 for anything else.
+constexpr std::array<signed char, 256> Base64Values = [] {
+  std::array<signed char, 256> values{};
+  for (auto& value : values) value = -1;
+  for (int digit = 0; digit < 64; ++digit) {
+    values[static_cast<unsigned char>(Base64Alphabet[digit])] = static_cast<signed char>(digit);
+  }
+  return values;
+}();
+
+int base64Value(char c) { return Base64Values[static_cast<unsigned char>(c)]; }
 
 bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f' || c == '\v'; }
 
@@ -105,34 +108,62 @@ Ref<Error> makeError(std::int64_t code, const std::string& description) {
 
 std::string typeName(const Object* object) { return object ? object->className() : "nil"; }
 
-std::string base64Encode(const std::uint8_t* bytes, std::size_t length) {
-  std::string out;
-  out.reserve((length + 2) / 3 * 4);
+char* base64Encode(const std::uint8_t* bytes, std::size_t length, char* out) {
   std::size_t i = 0;
   for (; i + 3 <= length; i += 3) {
     std::uint32_t v = std::uint32_t(bytes[i]) << 16 | std::uint32_t(bytes[i + 1]) << 8 | bytes[i + 2];
-    out += Base64Alphabet[v >> 18];
-    out += Base64Alphabet[(v >> 12) & 63];
-    out += Base64Alphabet[(v >> 6) & 63];
-    out += Base64Alphabet[v & 63];
+    out[0] = Base64Alphabet[v >> 18];
+    out[1] = Base64Alphabet[(v >> 12) & 63];
+    out[2] = Base64Alphabet[(v >> 6) & 63];
+    out[3] = Base64Alphabet[v & 63];
+    out += 4;
   }
   if (std::size_t rest = length - i) {
     std::uint32_t v = std::uint32_t(bytes[i]) << 16 | (rest == 2 ? std::uint32_t(bytes[i + 1]) << 8 : 0);
-    out += Base64Alphabet[v >> 18];
-    out += Base64Alphabet[(v >> 12) & 63];
-    out += rest == 2 ? Base64Alphabet[(v >> 6) & 63] : '=';
-    out += '=';
+    out[0] = Base64Alphabet[v >> 18];
+    out[1] = Base64Alphabet[(v >> 12) & 63];
+    out[2] = rest == 2 ? Base64Alphabet[(v >> 6) & 63] : '=';
+    out[3] = '=';
+    out += 4;
   }
   return out;
 }
 
+std::string base64Encode(const std::uint8_t* bytes, std::size_t length) {
+  std::string out((length + 2) / 3 * 4, '\0');
+  base64Encode(bytes, length, out.data());
+  return out;
+}
+
 std::optional<std::vector<std::uint8_t>> base64Decode(std::string_view text) {
-  std::vector<std::uint8_t> out;
-  out.reserve(text.size() / 4 * 3);
+  // Room for every byte the text can hold; trimmed at the end.
+  std::vector<std::uint8_t> out(text.size() / 4 * 3 + 3);
+  std::size_t written = 0;
   std::uint32_t accumulator = 0;
   int pending = 0;  // sextets in the accumulator
   int padding = 0;  // '=' seen
-  for (char c : text) {
+  const std::size_t length = text.size();
+  for (std::size_t at = 0; at < length;) {
+    // Between groups, four alphabet characters in a row (nearly all of a
+    // line) make three bytes at once; anything else goes one character at a
+    // time below.
+    if (pending == 0 && padding == 0) {
+      while (at + 4 <= length) {
+        const int a = Base64Values[static_cast<unsigned char>(text[at])],
+                  b = Base64Values[static_cast<unsigned char>(text[at + 1])],
+                  c = Base64Values[static_cast<unsigned char>(text[at + 2])],
+                  d = Base64Values[static_cast<unsigned char>(text[at + 3])];
+        if ((a | b | c | d) < 0) break;
+        const std::uint32_t group = std::uint32_t(a) << 18 | std::uint32_t(b) << 12 | std::uint32_t(c) << 6 | d;
+        out[written] = std::uint8_t(group >> 16);
+        out[written + 1] = std::uint8_t(group >> 8);
+        out[written + 2] = std::uint8_t(group);
+        written += 3;
+        at += 4;
+      }
+      if (at == length) break;
+    }
+    const char c = text[at++];
     if (isSpace(c)) continue;
     if (c == '=') {
       if (++padding > 2) return std::nullopt;
@@ -142,9 +173,10 @@ std::optional<std::vector<std::uint8_t>> base64Decode(std::string_view text) {
     if (v < 0 || padding) return std::nullopt;  // foreign character, or data after padding
     accumulator = accumulator << 6 | std::uint32_t(v);
     if (++pending == 4) {
-      out.push_back(std::uint8_t(accumulator >> 16));
-      out.push_back(std::uint8_t(accumulator >> 8));
-      out.push_back(std::uint8_t(accumulator));
+      out[written] = std::uint8_t(accumulator >> 16);
+      out[written + 1] = std::uint8_t(accumulator >> 8);
+      out[written + 2] = std::uint8_t(accumulator);
+      written += 3;
       accumulator = 0;
       pending = 0;
     }
@@ -153,15 +185,16 @@ std::optional<std::vector<std::uint8_t>> base64Decode(std::string_view text) {
   // the group when present.
   if (pending == 1) return std::nullopt;
   if (padding && pending + padding != 4) return std::nullopt;
-  if (pending == 2) out.push_back(std::uint8_t(accumulator >> 4));
+  if (pending == 2) out[written++] = std::uint8_t(accumulator >> 4);
   if (pending == 3) {
-    out.push_back(std::uint8_t(accumulator >> 10));
-    out.push_back(std::uint8_t(accumulator >> 2));
+    out[written++] = std::uint8_t(accumulator >> 10);
+    out[written++] = std::uint8_t(accumulator >> 2);
   }
+  out.resize(written);
   return out;
 }
 
-std::string formatDate(double secondsSinceReferenceDate) {
+char* formatDate(double secondsSinceReferenceDate, char* out) {
   double unix = std::floor(secondsSinceReferenceDate + TimeIntervalSince1970);
   // Beyond about ±290 million years the calendar arithmetic would overflow;
   // such dates are clamped, as no reader could use them anyway.
@@ -176,11 +209,30 @@ std::string formatDate(double secondsSinceReferenceDate) {
   std::int64_t year;
   unsigned month, day;
   civilFromDays(days, &year, &month, &day);
-  char buffer[64];
-  std::snprintf(buffer, sizeof buffer, "%s%04lld-%02u-%02uT%02u:%02u:%02uZ", year < 0 ? "-" : "",
-                static_cast<long long>(year < 0 ? -year : year), month, day, unsigned(rest / 3600),
-                unsigned(rest / 60 % 60), unsigned(rest % 60));
-  return buffer;
+  // The year has at least four digits and a sign only when negative.
+  if (year < 0) *out++ = '-';
+  char digits[24];
+  const char* end = std::to_chars(digits, digits + sizeof digits, std::uint64_t(year < 0 ? -year : year)).ptr;
+  for (std::ptrdiff_t width = end - digits; width < 4; ++width) *out++ = '0';
+  out = std::copy(static_cast<const char*>(digits), end, out);
+  auto twoDigits = [&out](unsigned value, char after) {
+    out[0] = char('0' + value / 10);
+    out[1] = char('0' + value % 10);
+    out[2] = after;
+    out += 3;
+  };
+  *out++ = '-';
+  twoDigits(month, '-');
+  twoDigits(day, 'T');
+  twoDigits(unsigned(rest / 3600), ':');
+  twoDigits(unsigned(rest / 60 % 60), ':');
+  twoDigits(unsigned(rest % 60), 'Z');
+  return out;
+}
+
+std::string formatDate(double secondsSinceReferenceDate) {
+  char buffer[MaxDateLength];
+  return std::string(buffer, formatDate(secondsSinceReferenceDate, buffer));
 }
 
 std::optional<double> parseDate(std::string_view text) {
@@ -206,18 +258,22 @@ std::optional<double> parseDate(std::string_view text) {
   return unix - TimeIntervalSince1970;
 }
 
-std::string formatReal(double value) {
-  if (std::isnan(value)) return "nan";
-  if (std::isinf(value)) return value > 0 ? "+infinity" : "-infinity";
+char* formatReal(double value, char* out) {
+  auto copy = [out](std::string_view text) { return std::copy(text.begin(), text.end(), out); };
+  if (std::isnan(value)) return copy("nan");
+  if (std::isinf(value)) return copy(value > 0 ? "+infinity" : "-infinity");
   // Zero keeps a decimal point, so that it still reads as a real to the eye,
   // and its sign, so that nothing is lost on the way back; everything else
   // has seventeen significant digits, the form property-list files have
   // always carried (0.1 is written as 0.10000000000000001). The conversion
   // never looks at the C locale.
-  if (value == 0) return std::signbit(value) ? "-0.0" : "0.0";
-  std::array<char, 64> buffer;
-  auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::general, 17);
-  return std::string(buffer.data(), result.ptr);
+  if (value == 0) return copy(std::signbit(value) ? "-0.0" : "0.0");
+  return std::to_chars(out, out + MaxRealLength, value, std::chars_format::general, 17).ptr;
+}
+
+std::string formatReal(double value) {
+  char buffer[MaxRealLength];
+  return std::string(buffer, formatReal(value, buffer));
 }
 
 std::optional<double> parseReal(std::string_view text) {

@@ -4,8 +4,10 @@
 
 #include <expat.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <string>
 #include <string_view>
@@ -17,6 +19,8 @@
 #include "tq/platform/value/Number.h"
 #include "tq/platform/archive/PropertyList.h"
 #include "tq/platform/archive/internal/PropertyListInternal.h"
+#include "tq/platform/archive/internal/StringCache.h"
+#include "tq/platform/archive/internal/TextConversion.h"
 #include "tq/platform/value/String.h"
 
 namespace tq::plist_detail {
@@ -35,17 +39,35 @@ constexpr TagName TagNames[] = {
     {"data", Tag::Data},     {"true", Tag::True},       {"false", Tag::False},
 };
 
+// Called for every element: the first letters leave one candidate, which is
+// then compared whole.
 bool lookupTag(const char* name, Tag* tag) {
-  for (const auto& entry : TagNames) {
-    if (std::strcmp(entry.name, name) == 0) {
-      *tag = entry.tag;
-      return true;
-    }
+  Tag candidate;
+  switch (name[0]) {
+    case 'k': candidate = Tag::Key; break;
+    case 's': candidate = Tag::String; break;
+    case 'i': candidate = Tag::Integer; break;
+    case 'r': candidate = Tag::Real; break;
+    case 't': candidate = Tag::True; break;
+    case 'f': candidate = Tag::False; break;
+    case 'a': candidate = Tag::Array; break;
+    case 'p': candidate = Tag::Plist; break;
+    case 'd':  // dict, date, data
+      candidate = name[1] == 'i' ? Tag::Dict : name[1] && name[2] && name[3] == 'e' ? Tag::Date : Tag::Data;
+      break;
+    default: return false;
   }
-  return false;
+  if (std::strcmp(TagNames[int(candidate)].name, name) != 0) return false;
+  *tag = candidate;
+  return true;
 }
 
 bool isContainer(Tag tag) { return tag == Tag::Plist || tag == Tag::Dict || tag == Tag::Array; }
+// Elements whose character data is their value.
+bool isTextual(Tag tag) {
+  return tag == Tag::Key || tag == Tag::String || tag == Tag::Integer || tag == Tag::Real || tag == Tag::Date ||
+         tag == Tag::Data;
+}
 
 // The writer puts every character of a string into the file as it stands,
 // C0 controls and carriage returns included, as property-list files always
@@ -58,6 +80,22 @@ bool isContainer(Tag tag) { return tag == Tag::Plist || tag == Tag::Dict || tag 
 // in an ASCII-compatible encoding, is parsed as it stands, so that nothing can
 // be misread.
 bool isCarriedControl(unsigned char byte) { return byte < 0x20 && byte != '\t' && byte != '\n'; }
+
+// Whether any byte is one to carry. Every document is scanned, so the test
+// runs over blocks without a branch per byte, which compilers vectorise.
+bool holdsCarriedControl(std::string_view bytes) {
+  constexpr std::size_t Block = 256;
+  const auto* data = reinterpret_cast<const unsigned char*>(bytes.data());
+  for (std::size_t start = 0; start < bytes.size(); start += Block) {
+    const std::size_t end = std::min(bytes.size(), start + Block);
+    unsigned char found = 0;
+    for (std::size_t at = start; at < end; ++at) {
+      found |= (data[at] < 0x20) & (data[at] != '\t') & (data[at] != '\n');
+    }
+    if (found) return true;
+  }
+  return false;
+}
 
 constexpr unsigned char CarrierLead = 0xEF, CarrierMiddle = 0xB7, CarrierFirst = 0x90, CarrierLast = 0xAF;
 
@@ -100,9 +138,7 @@ bool mayCarry(std::string_view bytes) {
 // The document with the controls of string and key texts replaced by
 // carriers; empty when there is nothing to replace or it must not be done.
 std::string withCarriedControls(std::string_view bytes) {
-  bool any = false;
-  for (char c : bytes) any = any || isCarriedControl(static_cast<unsigned char>(c));
-  if (!any || !mayCarry(bytes)) return {};
+  if (!holdsCarriedControl(bytes) || !mayCarry(bytes)) return {};
   std::string carried;
   carried.reserve(bytes.size() + 64);
   bool inText = false;
@@ -165,7 +201,8 @@ struct Frame {
 
 class XMLReader {
  public:
-  XMLReader(bool mutableContainers) : mutable_(mutableContainers) {}
+  XMLReader(std::size_t documentLength, bool mutableContainers)
+      : mutable_(mutableContainers), keys_(MaxKeyLength, documentLength), values_(MaxValueLength, documentLength) {}
   Id parse(std::string_view bytes, Ref<Error>* error);
 
  private:
@@ -173,8 +210,15 @@ class XMLReader {
     static_cast<XMLReader*>(self)->start(name);
   }
   static void XMLCALL onEnd(void* self, const XML_Char* name) { static_cast<XMLReader*>(self)->end(); }
-  static void XMLCALL onText(void* self, const XML_Char* text, int length) {
-    static_cast<XMLReader*>(self)->characters(std::string_view(text, std::size_t(length)));
+  // Character data has one of two meanings, decided by the element it is in,
+  // so the handler is switched as elements open and close rather than
+  // deciding on every piece: inside a leaf it is the value, anywhere else it
+  // may only be white space.
+  static void XMLCALL onValueText(void* self, const XML_Char* text, int length) {
+    static_cast<XMLReader*>(self)->valueText_->append(text, std::size_t(length));
+  }
+  static void XMLCALL onOtherText(void* self, const XML_Char* text, int length) {
+    static_cast<XMLReader*>(self)->otherText(std::string_view(text, std::size_t(length)));
   }
   static void XMLCALL onEntity(void* self, const XML_Char*, int, const XML_Char*, int, const XML_Char*, const XML_Char*,
                                const XML_Char*, const XML_Char*) {
@@ -185,7 +229,7 @@ class XMLReader {
 
   void start(const char* name);
   void end();
-  void characters(std::string_view text);
+  void otherText(std::string_view text);
   Id leafValue(Frame& frame);
   Id containerValue(Frame& frame);
   void attach(Id value);
@@ -193,12 +237,18 @@ class XMLReader {
 
   XML_Parser parser_ = nullptr;
   bool mutable_;
+  // Keys, and short values, are made once per document (see StringCache); the
+  // two are kept apart so that values do not push keys out.
+  static constexpr std::size_t MaxKeyLength = 64, MaxValueLength = 16;
+  StringCache keys_;
+  StringCache values_;
   // Open elements, innermost last. Frames past depth_ are kept for reuse, so
   // that their buffers are allocated once per nesting level, not per element.
   std::vector<Frame> stack_;
   std::size_t depth_ = 0;
   bool empty() const { return depth_ == 0; }
   Frame& top() { return stack_[depth_ - 1]; }
+  std::string* valueText_ = nullptr;  // where onValueText puts the text of the open leaf
   Id root_;
   bool carried_ = false;  // controls travel as carriers (see withCarriedControls)
   bool failed_ = false;
@@ -246,26 +296,25 @@ void XMLReader::start(const char* name) {
   frame.elements.clear();
   frame.entries.clear();
   frame.pendingKey = nullptr;
+  if (isTextual(tag)) {
+    valueText_ = &frame.text;
+    XML_SetCharacterDataHandler(parser_, onValueText);
+  }
 }
 
-void XMLReader::characters(std::string_view text) {
+void XMLReader::otherText(std::string_view text) {
   if (failed_ || empty()) return;
-  Frame& frame = top();
-  bool textual = frame.tag == Tag::Key || frame.tag == Tag::String || frame.tag == Tag::Integer ||
-                 frame.tag == Tag::Real || frame.tag == Tag::Date || frame.tag == Tag::Data;
-  if (textual) {
-    frame.text.append(text);
-  } else if (!isBlank(text)) {
-    fail("unexpected text " + quote(text) + " in <" + frame.name + ">");
-  }
+  if (!isBlank(text)) fail("unexpected text " + quote(text) + " in <" + top().name + ">");
 }
 
 Id XMLReader::leafValue(Frame& frame) {
   switch (frame.tag) {
     case Tag::Key:
+      if (carried_) restoreControls(frame.text);
+      return keys_.string(frame.text);
     case Tag::String:
       if (carried_) restoreControls(frame.text);
-      return make<String>(frame.text);
+      return values_.string(frame.text);
     case Tag::Integer: {
       Id number = parseInteger(frame.text);
       if (!number) fail("invalid or out-of-range integer " + quote(frame.text));
@@ -306,8 +355,12 @@ Id XMLReader::leafValue(Frame& frame) {
 
 Id XMLReader::containerValue(Frame& frame) {
   if (frame.tag == Tag::Array) {
-    if (mutable_) return make<MutableArray>(std::move(frame.elements));
-    return make<Array>(std::move(frame.elements));
+    // Moved into storage of the exact size; the frame keeps its capacity for
+    // the next array at this depth.
+    Array::Storage elements(std::make_move_iterator(frame.elements.begin()),
+                            std::make_move_iterator(frame.elements.end()));
+    if (mutable_) return make<MutableArray>(std::move(elements));
+    return make<Array>(std::move(elements));
   }
   if (frame.pendingKey) {
     fail("dictionary key " + quote(cast<String>(frame.pendingKey)->utf8()) + " has no value");
@@ -347,6 +400,7 @@ void XMLReader::end() {
   if (failed_ || empty()) return;
   Frame& frame = top();
   --depth_;  // the parent is now on top; `frame` stays valid until the next start
+  XML_SetCharacterDataHandler(parser_, onOtherText);
   if (frame.tag == Tag::Plist) {
     if (frame.elements.empty()) return fail("<plist> holds no value");
     return attach(std::move(frame.elements.front()));
@@ -363,7 +417,7 @@ Id XMLReader::parse(std::string_view bytes, Ref<Error>* error) {
   }
   XML_SetUserData(parser_, this);
   XML_SetElementHandler(parser_, onStart, onEnd);
-  XML_SetCharacterDataHandler(parser_, onText);
+  XML_SetCharacterDataHandler(parser_, onOtherText);
   XML_SetEntityDeclHandler(parser_, onEntity);
 
   std::string carried = withCarriedControls(bytes);
@@ -405,7 +459,7 @@ Id XMLReader::parse(std::string_view bytes, Ref<Error>* error) {
 }  // namespace
 
 Id readXML(std::string_view bytes, bool mutableContainers, Ref<Error>* error) {
-  XMLReader reader(mutableContainers);
+  XMLReader reader(bytes.size(), mutableContainers);
   return reader.parse(bytes, error);
 }
 

@@ -29,6 +29,9 @@ std::string typeName(const Object* object);
 
 // Base64 with the standard alphabet and padding.
 std::string base64Encode(const std::uint8_t* bytes, std::size_t length);
+/// The same into `out`, which has room for (length + 2) / 3 * 4 bytes;
+/// answers the end of what was written.
+char* base64Encode(const std::uint8_t* bytes, std::size_t length, char* out);
 /// Skips white space; nil on any other character outside the alphabet, on
 /// misplaced padding or on a length that cannot come from an encoder.
 std::optional<std::vector<std::uint8_t>> base64Decode(std::string_view text);
@@ -36,6 +39,10 @@ std::optional<std::vector<std::uint8_t>> base64Decode(std::string_view text);
 /// "yyyy-MM-ddTHH:mm:ssZ" in UTC, whole seconds (fractions are dropped
 /// toward the earlier second).
 std::string formatDate(double secondsSinceReferenceDate);
+/// The same into `out`, which has room for MaxDateLength bytes; answers the
+/// end of what was written.
+inline constexpr std::size_t MaxDateLength = 32;
+char* formatDate(double secondsSinceReferenceDate, char* out);
 /// Parses the form above; nil when malformed or out of range.
 std::optional<double> parseDate(std::string_view text);
 
@@ -43,6 +50,10 @@ std::optional<double> parseDate(std::string_view text);
 /// ("%.17g" in the C locale), zeros as "0.0" and "-0.0", "+infinity",
 /// "-infinity", "nan".
 std::string formatReal(double value);
+/// The same into `out`, which has room for MaxRealLength bytes; answers the
+/// end of what was written.
+inline constexpr std::size_t MaxRealLength = 32;
+char* formatReal(double value, char* out);
 /// Accepts what formatReal writes plus "inf"/"infinity" in any case, with an
 /// optional sign, and surrounding white space. Locale-independent.
 std::optional<double> parseReal(std::string_view text);
