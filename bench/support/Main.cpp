@@ -5,6 +5,9 @@
 
 int main(int argc, char** argv) {
   const tq::bench::Program program = tq::bench::program();
+  if (program.arguments) {
+    if (auto status = program.arguments(argc, argv)) return *status;
+  }
   if (program.setUp) program.setUp();
   benchmark::Initialize(&argc, argv);
   // A mistyped flag would otherwise be ignored, and a long run wasted.

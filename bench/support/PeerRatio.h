@@ -61,6 +61,11 @@ class PeerRatioReporter : public benchmark::ConsoleReporter {
 /// What a benchmark program needs around its run; each program defines
 /// `program()` once.
 struct Program {
+  /// Called first, with the command line: takes the program's own flags out
+  /// of it (leaving Google Benchmark's) and answers an exit status when the
+  /// program should end there (a usage error, or a run as one of its own
+  /// child processes), or nothing to go on with the cases.
+  std::function<std::optional<int>(int& argc, char** argv)> arguments;
   /// Before the first case (a peer's global set-up).
   std::function<void()> setUp;
   /// Printed after the table: the comparison with the peer.

@@ -76,6 +76,36 @@ TEST_F(TQDefaultsFileManagerTest, WritesFromOtherThreadsWaitAsOneBatchForTheMain
   EXPECT_TRUE(keys->containsObject(str("first")));
 }
 
+// A read within the cache finds one value without copying the contents; it
+// must still answer what a lookup by key path in the laid-over contents
+// answers: a pending value replaces a whole top-level entry, and a pending
+// dotted key is an entry of its own until the flush merges it.
+TEST_F(TQDefaultsFileManagerTest, ReadsByKeyPathSeePendingValuesAsTopLevelEntries) {
+  writeFile(dict({{str("colours"), dict({{str("accent"), str("blue")}})},
+                  {str("gone"), str("stored")},
+                  {str("defaultVersions"), dict({})}}));
+  auto store = makeStore();
+  ASSERT_TRUE(store->defaultForKey("gone"));
+  std::thread writer([&] {
+    store->removeDefaultForKey("gone");
+    store->setDictionary(dict({{str("accent"), str("green")}}), "palette");
+    store->setString(str("red"), "colours.accent");
+  });
+  writer.join();
+  ASSERT_EQ(store->_manager_()->_pendingChanges_()->count(), 3u) << "still pending";
+  EXPECT_EQ(store->defaultForKey("gone"), nullptr) << "a pending removal hides the stored value";
+  EXPECT_TRUE(store->stringForKey("palette.accent") && store->stringForKey("palette.accent")->isEqualToString("green"))
+      << "a path runs on into a pending dictionary";
+  EXPECT_TRUE(store->stringForKey("colours.accent") && store->stringForKey("colours.accent")->isEqualToString("blue"))
+      << "a pending dotted key is not yet an entry of the stored dictionary";
+  EXPECT_EQ(store->defaultForKey("colours.missing"), nullptr);
+
+  RunLoop::main().drain();
+  EXPECT_TRUE(store->stringForKey("colours.accent") && store->stringForKey("colours.accent")->isEqualToString("red"))
+      << "the flush merged it into the stored dictionary";
+  EXPECT_EQ(store->defaultForKey("gone"), nullptr);
+}
+
 TEST_F(TQDefaultsFileManagerTest, AWriteOnTheMainThreadIsFlushedAtOnceAndMergedIntoTheLatestFile) {
   auto store = makeStore();
   writeFile(dict({{str("fromOther"), str("kept")}, {str("defaultVersions"), dict({})}}));

@@ -81,7 +81,8 @@ _TQDefaultsFileManager::~_TQDefaultsFileManager() = default;
 
 std::uint64_t _TQDefaultsFileManager::cachedReadCount() { return detail::cachedReadCounter().load(); }
 
-double _TQDefaultsFileManager::now() { return Date::date()->timeIntervalSinceReferenceDate(); }
+// Read on every cached read: the time alone, without making a date object.
+double _TQDefaultsFileManager::now() { return Date::now(); }
 
 Ref<_TQDefaultsFileManager> _TQDefaultsFileManager::defaultsFileManagerForDefaults(TQFoundationDefaults& store) {
   Ref<String> path = store.pathToDefaults();

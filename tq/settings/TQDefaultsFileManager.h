@@ -64,6 +64,10 @@ class _TQDefaultsFileManager : public Object {
   /// file when more than 5 seconds have passed, telling `store` of what the
   /// read changed.
   Ref<Dictionary> defaultsDictionaryForDefaultManager(TQFoundationDefaults& store);
+  /// The value at `keyPath` in what `defaultsDictionaryForDefaultManager`
+  /// answers, with the same cache and re-read; within the cache, found
+  /// without copying the whole dictionary (a store's every read comes here).
+  Id defaultForKeyPath(const String& keyPath, TQFoundationDefaults& store);
   /// The key's value in a snapshot of the standard user defaults (renewed,
   /// with the file, after 5 seconds).
   Id standardUserDefaultForKey(const String& key, TQFoundationDefaults& store);

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "tq/platform/archive/PropertyList.h"
+#include "tq/platform/collection/Sorting.h"
 #include "tq/platform/defaults/UserDefaults.h"
 #include "tq/platform/object/PlatformLog.h"
 #include "tq/platform/system/FileCoordinator.h"
@@ -93,6 +94,33 @@ Ref<Dictionary> _TQDefaultsFileManager::defaultsDictionaryForDefaultManager(TQFo
   }
   if (changes) announceChanges(*changes, &store);
   return contents;
+}
+
+// The overlay of pending changes differs from the stored contents only in
+// top-level entries, so a path's first step is taken in the pending changes
+// (a null marker hides the stored entry) or else in the contents, and the
+// rest of the path in what that step found: the value a lookup in a laid-over
+// copy would find, without making the copy.
+Id _TQDefaultsFileManager::defaultForKeyPath(const String& keyPath, TQFoundationDefaults& store) {
+  {
+    std::lock_guard<std::recursive_mutex> guard(lock_);
+    if (now() - lastDiskRead_ <= kCacheSeconds) {
+      ++detail::cachedReadCounter();
+      const std::u16string& units = keyPath.utf16();
+      const std::size_t dot = units.find(u'.');
+      Ref<String> firstStep = dot == std::u16string::npos ? nullptr : String::fromUTF16(units.substr(0, dot));
+      const String& first = firstStep ? *firstStep : keyPath;
+      Id found;
+      if (Id pending = pendingChanges_ ? pendingChanges_->objectForKey(&first) : nullptr) {
+        if (!cast<Null>(pending)) found = pending;
+      } else if (defaults_) {
+        found = defaults_->objectForKey(&first);
+      }
+      if (!firstStep || !found) return found;
+      return valueForKeyPath(found, *String::fromUTF16(units.substr(dot + 1)));
+    }
+  }
+  return valueForKeyPath(defaultsDictionaryForDefaultManager(store), keyPath);
 }
 
 Id _TQDefaultsFileManager::standardUserDefaultForKey(const String& key, TQFoundationDefaults& store) {

@@ -106,8 +106,7 @@ Ref<MutableDictionary> TQFoundationDefaults::_registeredDefaults() const {
 
 // ---- Reading ----
 
-Id TQFoundationDefaults::lookUpVolatile(const String& key) const {
-  auto manager = _manager_();
+Id TQFoundationDefaults::lookUpVolatile(const String& key, _TQDefaultsFileManager* manager) const {
   if (!manager) return nullptr;
   std::lock_guard<std::recursive_mutex> guard(manager->lock());
   auto values = manager->_volatileDefaults_();
@@ -115,7 +114,9 @@ Id TQFoundationDefaults::lookUpVolatile(const String& key) const {
 }
 
 Id TQFoundationDefaults::lookUpArgumentDomain(const String& key, const Ref<String>& componentKey) const {
-  auto arguments = UserDefaults::standardUserDefaults()->volatileDomainForName(*str(UserDefaults::ArgumentDomain));
+  // The domain's name is made once: making it cost a third of a read.
+  static const Ref<String> argumentDomain = str(UserDefaults::ArgumentDomain);
+  auto arguments = UserDefaults::standardUserDefaults()->volatileDomainForName(*argumentDomain);
   if (!arguments) return nullptr;
   if (Id value = arguments->objectForKey(&key)) return value;
   return componentKey ? arguments->objectForKey(componentKey) : nullptr;
@@ -129,11 +130,12 @@ Id TQFoundationDefaults::lookUpRegistered(const String& key, const Ref<String>& 
 }
 
 Id TQFoundationDefaults::defaultForKey(const String& key) {
-  if (Id value = lookUpVolatile(key)) return value;
+  auto manager = _manager_();
+  if (Id value = lookUpVolatile(key, manager.get())) return value;
   auto componentKey = _componentKeyForKey(key);
   if (Id value = lookUpArgumentDomain(key, componentKey)) return value;
-  if (auto manager = _manager_(); manager && componentKey) {
-    if (Id value = tq::valueForKeyPath(manager->defaultsDictionaryForDefaultManager(*this), *componentKey)) return value;
+  if (manager && componentKey) {
+    if (Id value = manager->defaultForKeyPath(*componentKey, *this)) return value;
   }
   return lookUpRegistered(key, componentKey);
 }
@@ -187,7 +189,7 @@ Ref<Dictionary> TQFoundationDefaults::defaultsForKeys(const Array& keys) {
   for (const auto& object : keys.storage()) {
     auto key = cast<String>(object);
     if (!key) continue;
-    Id value = lookUpVolatile(*key);
+    Id value = lookUpVolatile(*key, _manager_().get());
     if (!value) value = lookUpArgumentDomain(*key, nullptr);
     if (!value && launch) value = launch->objectForKey(key);
     if (value) {

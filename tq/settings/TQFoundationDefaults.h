@@ -246,7 +246,7 @@ class TQFoundationDefaults : public Object,
   void init();
 
  private:
-  Id lookUpVolatile(const String& key) const;
+  Id lookUpVolatile(const String& key, _TQDefaultsFileManager* manager) const;
   Id lookUpArgumentDomain(const String& key, const Ref<String>& componentKey) const;
   Id lookUpRegistered(const String& key, const Ref<String>& componentKey) const;
   void updateDefaults(const Ref<Dictionary>& changes);
