@@ -221,7 +221,10 @@ int console(Arguments& arguments) {
   if (!plain && ::isatty(STDIN_FILENO) && ::isatty(STDOUT_FILENO))
     return interactive(controller, follower, logText, filter);
   writeOut(arguments, controller->displayText());
-  if (following) return follow(arguments, controller, follower, logText);
+  if (following) {
+    std::fflush(arguments.streams().out);  // what is there already, before waiting for more
+    return follow(arguments, controller, follower, logText);
+  }
   return Success;
 }
 
