@@ -7,16 +7,12 @@
 // test DefaultsChild.DISABLED_WritesKeys with its orders in the environment.
 
 #include <gtest/gtest.h>
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
 
 #include <cstdlib>
 
+#include "tests/settings/ChildTestProcess.h"
 #include "tests/settings/SettingsTestSupport.h"
 #include "tests/support/Eventually.h"
-
-extern char** environ;
 
 namespace tq {
 namespace {
@@ -26,34 +22,12 @@ using testing::TestStore;
 
 // Starts this program as a writer of `count` keys "<prefix>0".. into `file`.
 pid_t startWriter(const std::string& file, const std::string& prefix, int count) {
-  std::vector<std::string> environment;
-  for (char** entry = environ; *entry; ++entry) environment.emplace_back(*entry);
-  environment.push_back("TQ_CHILD_FILE=" + file);
-  environment.push_back("TQ_CHILD_PREFIX=" + prefix);
-  environment.push_back("TQ_CHILD_COUNT=" + std::to_string(count));
-  std::vector<char*> envp;
-  for (auto& entry : environment) envp.push_back(entry.data());
-  envp.push_back(nullptr);
-  std::string program = "/proc/self/exe";
-  std::string filter = "--gtest_filter=DefaultsChild.DISABLED_WritesKeys";
-  std::string disabled = "--gtest_also_run_disabled_tests";
-  std::string quiet = "--gtest_brief=1";
-  char* argv[] = {program.data(), filter.data(), disabled.data(), quiet.data(), nullptr};
-  // The writer's own test report would only clutter this one's.
-  posix_spawn_file_actions_t actions;
-  ::posix_spawn_file_actions_init(&actions);
-  ::posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-  pid_t pid = -1;
-  int failed = ::posix_spawn(&pid, program.c_str(), &actions, nullptr, argv, envp.data());
-  ::posix_spawn_file_actions_destroy(&actions);
-  return failed ? -1 : pid;
+  return testing::startChildTest("DefaultsChild.DISABLED_WritesKeys", {{"TQ_CHILD_FILE", file},
+                                                                       {"TQ_CHILD_PREFIX", prefix},
+                                                                       {"TQ_CHILD_COUNT", std::to_string(count)}});
 }
 
-bool finishedWell(pid_t pid) {
-  int status = 0;
-  if (::waitpid(pid, &status, 0) != pid) return false;
-  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
+bool finishedWell(pid_t pid) { return testing::waitForChild(pid, 60.0) == 0; }
 
 // What a writer process does: set its keys (key i holds i + 1) one by one on its main thread,
 // each one flushed into the shared file at once.
@@ -62,12 +36,7 @@ TEST(DefaultsChild, DISABLED_WritesKeys) {
   const char* prefix = std::getenv("TQ_CHILD_PREFIX");
   const char* count = std::getenv("TQ_CHILD_COUNT");
   ASSERT_TRUE(file && prefix && count);
-  std::string path = file;
-  testing::StoreSetting setting;
-  setting.path = path;
-  setting.bundle = Bundle::bundleWithPath(*str(path.substr(0, path.find_last_of('/')) + "/Product.bundle"));
-  testing::nextStore() = setting;
-  auto store = TQFoundationDefaults::create<TestStore>();
+  auto store = testing::childStoreOnFile(file);
   for (int i = 0; i < std::atoi(count); ++i) store->setInteger(i + 1, *str(prefix + std::to_string(i)));
 }
 

@@ -115,6 +115,20 @@ TEST_F(TQDefaultsFileManagerTest, AWriteOnTheMainThreadIsFlushedAtOnceAndMergedI
   EXPECT_TRUE(contents->objectForKey("fromOther")->isEqual(*str("kept"))) << "merged, not overwritten";
 }
 
+TEST_F(TQDefaultsFileManagerTest, ADottedKeyChangesADictionaryThisProcessStoredAndNotTheCallersOwn) {
+  auto store = makeStore();
+  store->setDictionary(dict({{str("width"), num(100)}}), "window");
+  auto callers = MutableDictionary::dictionaryWithDictionary(*dict({{str("x"), num(1)}}));
+  store->setDictionary(callers, "origin");
+  store->setInteger(200, "window.width");
+  store->setInteger(5, "origin.x");
+  auto contents = fileContents();
+  ASSERT_NE(contents, nullptr);
+  EXPECT_TRUE(contents->objectForKey("window")->isEqual(*dict({{str("width"), num(200)}})));
+  EXPECT_TRUE(contents->objectForKey("origin")->isEqual(*dict({{str("x"), num(5)}})));
+  EXPECT_TRUE(callers->isEqual(*dict({{str("x"), num(1)}}))) << "the caller's dictionary was changed";
+}
+
 TEST_F(TQDefaultsFileManagerTest, AnotherProcesssChangeIsAnnouncedButItsRemovalsAreNot) {
   auto store = makeStore();
   store->setInteger(1, "gone");

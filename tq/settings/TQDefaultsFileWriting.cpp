@@ -40,6 +40,25 @@ Id storableValue(Id value) {
   return value;
 }
 
+// The contents as the file reads back: every dictionary and array a new
+// mutable one. Kept as the caller's objects, a dictionary this process stored
+// would stay immutable in memory (a later dotted key into it would be
+// dropped here, though applied by every process that read the file) or stay
+// the caller's own (and be changed under the caller's feet).
+Id withMutableContainers(const Id& value) {
+  if (auto dictionary = cast<Dictionary>(value)) {
+    auto copy = MutableDictionary::dictionary();
+    for (const auto& [key, object] : dictionary->entries()) copy->setObject(withMutableContainers(object), key);
+    return copy;
+  }
+  if (auto list = cast<Array>(value)) {
+    auto copy = MutableArray::array();
+    for (const auto& object : list->storage()) copy->addObject(withMutableContainers(object));
+    return copy;
+  }
+  return value;
+}
+
 bool differs(const Id& stored, const Id& incoming) { return !stored || !incoming || !stored->isEqual(*incoming); }
 
 // A dotted key changes one entry of the dictionary stored under its first
@@ -164,7 +183,7 @@ bool _TQDefaultsFileManager::_writeDefaults(const Dictionary& contents, const st
     return false;
   }
   std::lock_guard<std::recursive_mutex> guard(lock_);
-  defaults_ = MutableDictionary::dictionaryWithDictionary(contents);
+  defaults_ = cast<MutableDictionary>(withMutableContainers(contents.self()));
   lastDiskRead_ = now();
   detail::cachedReadCounter() = 0;
   return true;
