@@ -6,7 +6,13 @@
 
 #include "tests/settings/SettingsTestSupport.h"
 #include "tq/platform/collection/KeyValueObserving.h"
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <optional>
+
 #include "tq/platform/defaults/UserDefaults.h"
+#include "tq/platform/system/FileCoordinator.h"
 #include "tq/platform/object/Assert.h"
 #include "tq/platform/value/Color.h"
 
@@ -192,6 +198,44 @@ TEST_F(TQFoundationDefaultsTest, AnOlderStoredVersionIsUpgradedFromThatVersion) 
   auto store = makeStore();
   EXPECT_EQ(store->upgradedFrom, (std::vector<std::int64_t>{20190101}));
   EXPECT_TRUE(fileContents()->objectForKey("defaultVersions")->isEqual(*dict({{str("com.example.product"), str("20200911")}})));
+}
+
+// A file system that notes, at each read of the defaults file, whether some
+// open file description holds the file's lock exclusively.
+class LockWitness : public FileSystem {
+ public:
+  explicit LockWitness(std::string file) : file_(std::move(file)) {}
+  std::optional<std::string> readFile(const std::string& path, std::error_code* error) const override {
+    if (path == file_) exclusiveAtRead.push_back(heldExclusively());
+    return FileSystem::readFile(path, error);
+  }
+  mutable std::vector<bool> exclusiveAtRead;
+
+ private:
+  bool heldExclusively() const {
+    int fd = ::open(FileCoordinator::lockFilePath(file_).c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return false;
+    struct flock probe {};
+    probe.l_type = F_RDLCK;  // only an exclusive hold stands in a reader's way
+    probe.l_whence = SEEK_SET;
+    bool exclusive = ::fcntl(fd, F_OFD_GETLK, &probe) == 0 && probe.l_type != F_UNLCK;
+    ::close(fd);
+    return exclusive;
+  }
+  std::string file_;
+};
+
+TEST_F(TQFoundationDefaultsTest, SetUpReadsAndWritesTheFileUnderOneExclusiveHold) {
+  writeFile(dict({{str("fromOther"), num(1)}}));
+  auto witness = std::make_shared<LockWitness>(folder.file("Defaults.plist"));
+  {
+    ScopedFileSystem watched(witness);
+    makeStore();  // an older file: the set-up upgrades and writes it back
+  }
+  ASSERT_FALSE(witness->exclusiveAtRead.empty());
+  EXPECT_TRUE(witness->exclusiveAtRead.front())
+      << "another process could write between the set-up's read and its write";
+  EXPECT_TRUE(fileContents()->objectForKey("fromOther")->isEqual(*num(1)));
 }
 
 TEST_F(TQFoundationDefaultsTest, StoresOfOneFileShareOneManager) {

@@ -2,6 +2,7 @@
 // stored version brought up to date once per process start, or the values
 // repaired.
 
+#include "tq/platform/system/FileCoordinator.h"
 #include "tq/platform/value/Number.h"
 #include "tq/settings/TQDefaultsFileManager.h"
 #include "tq/settings/TQFoundationDefaults.h"
@@ -44,19 +45,33 @@ void TQFoundationDefaults::init() {
     }
   }
   if (!manager) return;
-  std::lock_guard<std::recursive_mutex> guard(manager->lock());
-  mergeStoredValues(*initial, *initialComponentKeys);
-  auto versionKey = defaultsVersionKey();
-  std::int64_t version = storedVersion(*initial, versionKey);
-  if (version < currentDefaultsVersion()) {
-    upgradeDefaults(*initial, version);
-    recordVersion(*initial, versionKey, currentDefaultsVersion());
-    manager->_writeDefaultsToFile(*initial);
-  } else if (repairDefaults(*initial) || initialComponentKeys->count() > 0) {
-    manager->_writeDefaultsToFile(*initial);
-  } else {
-    manager->set_defaults_(initial);
-  }
+  auto setUp = [&] {
+    std::lock_guard<std::recursive_mutex> guard(manager->lock());
+    mergeStoredValues(*initial, *initialComponentKeys);
+    auto versionKey = defaultsVersionKey();
+    std::int64_t version = storedVersion(*initial, versionKey);
+    if (version < currentDefaultsVersion()) {
+      upgradeDefaults(*initial, version);
+      recordVersion(*initial, versionKey, currentDefaultsVersion());
+      manager->_writeDefaultsToFile(*initial);
+    } else if (repairDefaults(*initial) || initialComponentKeys->count() > 0) {
+      manager->_writeDefaultsToFile(*initial);
+    } else {
+      manager->set_defaults_(initial);
+    }
+  };
+  // The set-up writes back the whole file it read: another process's flush
+  // between the two would be lost. So it holds the file's exclusive lock
+  // throughout, reads the file afresh under it, and takes the lock before
+  // the manager's own, in the order every flush takes them. The read and
+  // the write inside run at once under the held lock. Without the lock (the
+  // folder cannot hold one) it goes on, and the read and the write report
+  // their own failures.
+  bool ran = FileCoordinator::coordinateReadingThenWriting(manager->defaultsPathURL()->utf8(), [&](const std::string&) {
+    manager->refresh();
+    setUp();
+  });
+  if (!ran) setUp();
 }
 
 // Stored values win over initial ones; an initial key already stored is no
