@@ -15,6 +15,9 @@ class CurrentService {
   explicit CurrentService(std::shared_ptr<const Service> real) : real_(std::move(real)) {}
 
   std::shared_ptr<const Service> get() const {
+    // The common case, nothing installed, takes no lock: services are read on
+    // hot paths (a settings read consults the clock).
+    if (!substituted_.load(std::memory_order_acquire)) return real_;
     std::lock_guard lock(mutex_);
     return installed_ ? installed_ : real_;
   }
@@ -25,6 +28,7 @@ class CurrentService {
     std::lock_guard lock(mutex_);
     auto previous = installed_ ? installed_ : real_;
     installed_ = service == real_ ? nullptr : std::move(service);
+    substituted_.store(installed_ != nullptr, std::memory_order_release);
     generation_.fetch_add(1, std::memory_order_release);
     return previous;
   }
@@ -37,6 +41,7 @@ class CurrentService {
   mutable std::mutex mutex_;
   const std::shared_ptr<const Service> real_;
   std::shared_ptr<const Service> installed_;
+  std::atomic<bool> substituted_{false};
   std::atomic<unsigned long> generation_{0};
 };
 
