@@ -307,6 +307,35 @@ TEST_F(UserDefaultsTest, VolatileDomainsAreKeptApartFromTheSearchList) {
   EXPECT_FALSE(defaults->volatileDomainForName(*str("Never")));
 }
 
+// Readers that keep a volatile domain trust it while the count stands still,
+// so every change that can alter what the standard object answers must move
+// it, and a plain read must not.
+TEST_F(UserDefaultsTest, EveryVolatileDomainChangeMovesTheCountAndReadsDoNot) {
+  auto defaults = UserDefaults::standardUserDefaults();
+  auto count = UserDefaults::volatileDomainsGeneration();
+  auto moved = [&] {
+    auto now = UserDefaults::volatileDomainsGeneration();
+    bool changed = now != count;
+    count = now;
+    return changed;
+  };
+  defaults->volatileDomainForName(*str(UserDefaults::ArgumentDomain));
+  defaults->objectForKey(*str("Key"));
+  EXPECT_FALSE(moved()) << "reads";
+  defaults->setVolatileDomain(*dict({{str("Key"), str("1")}}), *str(UserDefaults::ArgumentDomain));
+  EXPECT_TRUE(moved()) << "setVolatileDomain";
+  defaults->removeVolatileDomainForName(*str(UserDefaults::ArgumentDomain));
+  EXPECT_TRUE(moved()) << "removeVolatileDomainForName";
+  defaults->registerDefaults(*dict({{str("Key"), str("2")}}));
+  EXPECT_TRUE(moved()) << "registerDefaults";
+  UserDefaults::resetStandardUserDefaults();
+  EXPECT_TRUE(moved()) << "resetStandardUserDefaults";
+  UserDefaults::standardUserDefaults();
+  EXPECT_TRUE(moved()) << "a new standard object";
+  UserDefaults::standardUserDefaults();
+  EXPECT_FALSE(moved()) << "the same standard object again";
+}
+
 TEST_F(UserDefaultsTest, PersistentDomainsAreFilesOfTheConfigurationFolder) {
   auto defaults = UserDefaults::standardUserDefaults();
   EXPECT_FALSE(defaults->persistentDomainForName(*str("org.example.Other")));

@@ -36,6 +36,9 @@ Standard& standard() {
   return *instance;
 }
 
+// Starts at 1, so that 0 can stand for "never read" in a reader's copy.
+std::atomic<std::uint64_t> volatileDomainsCount{1};
+
 Ref<String> copied(const String& text) { return String::fromUTF16(text.utf16()); }
 
 void checkDomainName(const String& name, const char* method) {
@@ -80,6 +83,7 @@ Ref<UserDefaults> UserDefaults::standardUserDefaults() {
     // needs nothing that static destruction could have taken away.
     static std::once_flag exitHandler;
     std::call_once(exitHandler, [] { std::atexit(writeStandardAtExit); });
+    volatileDomainsChanged();
   }
   return shared.instance;
 }
@@ -99,6 +103,7 @@ void UserDefaults::resetStandardUserDefaults() {
     std::lock_guard lock(standard().mutex);
     previous = std::move(standard().instance);
   }
+  volatileDomainsChanged();
   // Released outside the lock: the last owner writes what is pending.
 }
 
@@ -175,6 +180,7 @@ void UserDefaults::registerDefaults(const Dictionary& values) {
   }
   registered->addEntriesFromDictionary(values);
   volatileDomains_->setObject(registered->copy(), str(RegistrationDomain));
+  volatileDomainsChanged();
 }
 
 Ref<Dictionary> UserDefaults::volatileDomainForName(const String& name) const {
@@ -188,11 +194,23 @@ void UserDefaults::setVolatileDomain(const Dictionary& domain, const String& nam
   Id copy = MutableDictionary::dictionaryWithDictionary(domain)->copy();
   std::lock_guard lock(mutex_);
   volatileDomains_->setObject(copy, copied(name));
+  volatileDomainsChanged();
 }
 
 void UserDefaults::removeVolatileDomainForName(const String& name) {
   std::lock_guard lock(mutex_);
   volatileDomains_->removeObjectForKey(copied(name));
+  volatileDomainsChanged();
+}
+
+// The count moves after the change is made and before the call that made it
+// returns. A reader loads the count before it reads a domain, so a domain it
+// keeps is never older than the count it keeps with it: a change in between
+// leaves a count that no longer matches, and the next read asks again.
+void UserDefaults::volatileDomainsChanged() { volatileDomainsCount.fetch_add(1, std::memory_order_acq_rel); }
+
+std::uint64_t UserDefaults::volatileDomainsGeneration() {
+  return volatileDomainsCount.load(std::memory_order_acquire);
 }
 
 Ref<Array> UserDefaults::volatileDomainNames() const {

@@ -19,8 +19,10 @@
 // application domain's name) when it is made, so that writes that happen
 // later still go where the object's values came from.
 //
-// Thread-safe: every operation holds the object's one lock.
+// Thread-safe: every operation holds the object's one lock; the count of
+// volatile domain changes is read without one.
 
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -118,6 +120,13 @@ class UserDefaults : public Object {
   void setVolatileDomain(const Dictionary& domain, const String& name);
   void removeVolatileDomainForName(const String& name);
   Ref<Array> volatileDomainNames() const;
+  /// Counts the changes after which `volatileDomainForName` on the standard
+  /// object may answer differently: a volatile domain set, removed or
+  /// registered into (on any object), and the standard object made or reset.
+  /// A domain read while the count was N may be used again, without asking,
+  /// as long as the count is still N: hot readers keep the argument domain
+  /// that way instead of taking two locks per read.
+  static std::uint64_t volatileDomainsGeneration();
 
   /// A persistent domain (the application domain, the global domain or any
   /// other named file under $XDG_CONFIG_HOME); nil when it holds nothing.
@@ -149,6 +158,7 @@ class UserDefaults : public Object {
   /// The exit handler of the standard object: writes what is pending.
   static void writeStandardAtExit();
   void changed();
+  static void volatileDomainsChanged();
   bool writeChanges();
 
   mutable std::mutex mutex_;
