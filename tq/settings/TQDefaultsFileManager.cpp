@@ -236,9 +236,20 @@ Ref<Dictionary> _TQDefaultsFileManager::_volatileDefaults_() const {
   return volatileDefaults_;
 }
 
+// Volatile values are rare, and every read would otherwise take the lock to
+// find none. The flag is set under the lock after the values, and a reader
+// that sees it clear treats the read as one that came before the setting
+// call returned, which it is.
 void _TQDefaultsFileManager::set_volatileDefaults_(Ref<Dictionary> values) {
   std::lock_guard<std::recursive_mutex> guard(lock_);
   volatileDefaults_ = std::move(values);
+  hasVolatileDefaults_.store(volatileDefaults_ != nullptr, std::memory_order_release);
+}
+
+Id _TQDefaultsFileManager::volatileDefaultForKey(const String& key) const {
+  if (!hasVolatileDefaults_.load(std::memory_order_acquire)) return nullptr;
+  std::lock_guard<std::recursive_mutex> guard(lock_);
+  return volatileDefaults_ ? volatileDefaults_->objectForKey(&key) : nullptr;
 }
 
 Ref<Dictionary> _TQDefaultsFileManager::defaultsDictionary() const {

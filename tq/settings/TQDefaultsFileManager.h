@@ -94,6 +94,9 @@ class _TQDefaultsFileManager : public Object {
   double _lastDiskRead_() const;
   Ref<Dictionary> _volatileDefaults_() const;
   void set_volatileDefaults_(Ref<Dictionary> values);
+  /// The volatile value for `key`, nil when there is none; takes no lock
+  /// while no volatile values were ever set.
+  Id volatileDefaultForKey(const String& key) const;
   /// The stored contents (without pending changes).
   Ref<Dictionary> defaultsDictionary() const;
   /// The file, with symbolic links resolved.
@@ -135,6 +138,8 @@ class _TQDefaultsFileManager : public Object {
   Ref<Dictionary> cachedStandardUserDefaults_;
   double lastDiskRead_ = 0;
   Ref<Dictionary> volatileDefaults_;
+  /// Whether volatileDefaults_ was ever set; read without the lock.
+  std::atomic<bool> hasVolatileDefaults_{false};
   Ref<MutableDictionary> pendingChanges_;
   bool flushScheduled_ = false;
   std::unique_ptr<FileEventStream> stream_;
