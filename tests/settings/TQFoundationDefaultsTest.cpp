@@ -71,6 +71,32 @@ TEST_F(TQFoundationDefaultsTest, ArgumentDomainIsAskedUnderThePlainKeyThenTheCom
   EXPECT_TRUE(store->boolForKey("wide"));
 }
 
+// Reads keep the argument domain between its changes; each kind of change
+// must reach the next read of a key already read.
+TEST_F(TQFoundationDefaultsTest, AChangedArgumentDomainReachesTheNextReadOfAKeyReadBefore) {
+  UserDefaults::setArguments({"-TQwide", "yes"});
+  UserDefaults::resetStandardUserDefaults();
+  auto store = makeStore("Defaults.plist", prefixed("TQ"));
+  store->setDefault(str("stored"), "wide");
+  EXPECT_TRUE(store->defaultForKey("wide")->isEqual(*str("yes")));
+  EXPECT_TRUE(store->defaultForKey("wide")->isEqual(*str("yes"))) << "a second read, from what was kept";
+
+  auto standard = UserDefaults::standardUserDefaults();
+  const auto argumentDomain = str(UserDefaults::ArgumentDomain);
+  standard->setVolatileDomain(*dict({{str("wide"), str("replaced")}}), *argumentDomain);
+  EXPECT_TRUE(store->defaultForKey("wide")->isEqual(*str("replaced")));
+
+  standard->removeVolatileDomainForName(*argumentDomain);
+  EXPECT_TRUE(store->defaultForKey("wide")->isEqual(*str("stored")));
+
+  standard->setVolatileDomain(*dict({{str("TQwide"), str("again")}}), *argumentDomain);
+  EXPECT_TRUE(store->defaultForKey("wide")->isEqual(*str("again")));
+
+  UserDefaults::setArguments({});
+  UserDefaults::resetStandardUserDefaults();
+  EXPECT_TRUE(store->defaultForKey("wide")->isEqual(*str("stored"))) << "a fresh standard object without arguments";
+}
+
 TEST_F(TQFoundationDefaultsTest, TypedWritersStoreOnlyValuesOfTheirKind) {
   auto store = makeStore();
   store->setString(num(3), "name");

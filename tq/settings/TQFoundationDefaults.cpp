@@ -107,19 +107,32 @@ Ref<MutableDictionary> TQFoundationDefaults::_registeredDefaults() const {
 // ---- Reading ----
 
 Id TQFoundationDefaults::lookUpVolatile(const String& key, _TQDefaultsFileManager* manager) const {
-  if (!manager) return nullptr;
-  std::lock_guard<std::recursive_mutex> guard(manager->lock());
-  auto values = manager->_volatileDefaults_();
-  return values ? values->objectForKey(&key) : nullptr;
+  return manager ? manager->volatileDefaultForKey(key) : nullptr;
 }
 
-Id TQFoundationDefaults::lookUpArgumentDomain(const String& key, const Ref<String>& componentKey) const {
-  // The domain's name is made once: making it cost a third of a read.
-  static const Ref<String> argumentDomain = str(UserDefaults::ArgumentDomain);
-  auto arguments = UserDefaults::standardUserDefaults()->volatileDomainForName(*argumentDomain);
+namespace {
+Id argumentValue(const Dictionary* arguments, const String& key, const Ref<String>& componentKey) {
   if (!arguments) return nullptr;
   if (Id value = arguments->objectForKey(&key)) return value;
   return componentKey ? arguments->objectForKey(componentKey) : nullptr;
+}
+}  // namespace
+
+// Reads the domain from the standard user defaults (two locks) and keeps it
+// with the count it was read at, for the reads that follow.
+Id TQFoundationDefaults::lookUpArgumentDomain(const String& key, const Ref<String>& componentKey) const {
+  // The domain's name is made once: making it cost a third of a read.
+  static const Ref<String> argumentDomain = str(UserDefaults::ArgumentDomain);
+  // Loaded before the domain is read: a change in between leaves the kept
+  // count behind, and the next read asks again.
+  const std::uint64_t generation = UserDefaults::volatileDomainsGeneration();
+  auto arguments = UserDefaults::standardUserDefaults()->volatileDomainForName(*argumentDomain);
+  {
+    std::lock_guard<std::recursive_mutex> guard(lock_);
+    argumentDomain_ = arguments;
+    argumentDomainGeneration_ = generation;
+  }
+  return argumentValue(arguments.get(), key, componentKey);
 }
 
 Id TQFoundationDefaults::lookUpRegistered(const String& key, const Ref<String>& componentKey) const {
@@ -129,8 +142,38 @@ Id TQFoundationDefaults::lookUpRegistered(const String& key, const Ref<String>& 
   return componentKey ? registeredDefaults_->objectForKey(componentKey) : nullptr;
 }
 
+// The layers, first found wins: volatile values, the argument domain, the
+// file, registered values. A read of a key seen before takes the store's lock
+// once for the manager, the key's component key and the argument domain kept
+// since the last change of the volatile domains, and the manager's lock once
+// for the file (volatile values are looked at only once any were set). The
+// argument domain is looked up before the volatile values are, which costs a
+// lookup only when a volatile value wins.
 Id TQFoundationDefaults::defaultForKey(const String& key) {
-  auto manager = _manager_();
+  const std::uint64_t generation = UserDefaults::volatileDomainsGeneration();
+  Ref<_TQDefaultsFileManager> manager;
+  Ref<String> componentKey;
+  Id argument;
+  {
+    std::lock_guard<std::recursive_mutex> guard(lock_);
+    manager = manager_;
+    if (argumentDomainGeneration_ == generation) {
+      componentKey = cast<String>(componentKeyByKey_->objectForKey(&key));
+      if (componentKey) argument = argumentValue(argumentDomain_.get(), key, componentKey);
+    }
+  }
+  if (!componentKey) return defaultForKeyFirstTime(key, manager);
+  if (Id value = lookUpVolatile(key, manager.get())) return value;
+  if (argument) return argument;
+  if (manager) {
+    if (Id value = manager->defaultForKeyPath(*componentKey, *this)) return value;
+  }
+  return lookUpRegistered(key, componentKey);
+}
+
+// A key not mapped yet, or the argument domain changed: each layer asked in
+// turn, which maps the key and keeps the argument domain.
+Id TQFoundationDefaults::defaultForKeyFirstTime(const String& key, const Ref<_TQDefaultsFileManager>& manager) {
   if (Id value = lookUpVolatile(key, manager.get())) return value;
   auto componentKey = _componentKeyForKey(key);
   if (Id value = lookUpArgumentDomain(key, componentKey)) return value;

@@ -249,6 +249,7 @@ class TQFoundationDefaults : public Object,
   Id lookUpVolatile(const String& key, _TQDefaultsFileManager* manager) const;
   Id lookUpArgumentDomain(const String& key, const Ref<String>& componentKey) const;
   Id lookUpRegistered(const String& key, const Ref<String>& componentKey) const;
+  Id defaultForKeyFirstTime(const String& key, const Ref<_TQDefaultsFileManager>& manager);
   void updateDefaults(const Ref<Dictionary>& changes);
   void mergeStoredValues(MutableDictionary& initial, MutableDictionary& newKeys);
 
@@ -258,6 +259,10 @@ class TQFoundationDefaults : public Object,
   Ref<MutableDictionary> componentKeyByKey_;
   Ref<_TQDefaultsFileManager> manager_;
   Ref<MutableDictionary> registeredDefaults_;
+  /// The standard user defaults' argument domain as last read, and the
+  /// volatile domain count it was read at (0: never read).
+  mutable Ref<Dictionary> argumentDomain_;
+  mutable std::uint64_t argumentDomainGeneration_ = 0;
 };
 
 /// The class-wide calls of a store class: each forwards to
