@@ -9,7 +9,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <optional>
+#include <string>
+#include <thread>
+#include <vector>
 
 #include "tq/platform/defaults/UserDefaults.h"
 #include "tq/platform/system/FileCoordinator.h"
@@ -95,6 +99,51 @@ TEST_F(TQFoundationDefaultsTest, AChangedArgumentDomainReachesTheNextReadOfAKeyR
   UserDefaults::setArguments({});
   UserDefaults::resetStandardUserDefaults();
   EXPECT_TRUE(store->defaultForKey("wide")->isEqual(*str("stored"))) << "a fresh standard object without arguments";
+}
+
+// Readers on other threads while the argument domain is replaced over and
+// over: every read answers one of the domains' values (never the stored value
+// behind them, never nil), and once the replacing stops every reader sees the
+// last domain.
+TEST_F(TQFoundationDefaultsTest, ReadsOnManyThreadsFollowAnArgumentDomainReplacedMeanwhile) {
+  UserDefaults::setArguments({"-wide", "first"});
+  UserDefaults::resetStandardUserDefaults();
+  auto store = makeStore("Defaults.plist", prefixed("TQ"));
+  store->setDefault(str("stored"), "wide");
+  auto standard = UserDefaults::standardUserDefaults();
+  const auto argumentDomain = str(UserDefaults::ArgumentDomain);
+  const auto key = str("wide");
+
+  std::atomic<bool> replacing{true};
+  std::atomic<int> wrong{0};
+  std::vector<std::thread> readers;
+  for (int t = 0; t < 3; ++t) {
+    readers.emplace_back([&] {
+      while (replacing.load()) {
+        auto value = cast<String>(store->defaultForKey(*key));
+        if (!value || !(value->isEqualToString("first") || value->isEqualToString("a") ||
+                        value->isEqualToString("b"))) {
+          ++wrong;
+        }
+      }
+    });
+  }
+  for (int i = 0; i < 2000; ++i) {
+    standard->setVolatileDomain(*dict({{str("wide"), str(i % 2 ? "a" : "b")}}), *argumentDomain);
+  }
+  standard->setVolatileDomain(*dict({{str("wide"), str("last")}}), *argumentDomain);
+  replacing = false;
+  for (auto& reader : readers) reader.join();
+  EXPECT_EQ(wrong.load(), 0);
+
+  std::vector<std::string> seen(3);
+  readers.clear();
+  for (int t = 0; t < 3; ++t) {
+    readers.emplace_back([&, t] { seen[t] = store->stringForKey(*key)->utf8(); });
+  }
+  for (auto& reader : readers) reader.join();
+  EXPECT_EQ(seen, std::vector<std::string>(3, "last"));
+  EXPECT_EQ(store->stringForKey(*key)->utf8(), "last");
 }
 
 TEST_F(TQFoundationDefaultsTest, TypedWritersStoreOnlyValuesOfTheirKind) {
