@@ -122,7 +122,7 @@ TEST_F(TQFoundationDefaultsTest, ReadsOnManyThreadsFollowAnArgumentDomainReplace
       while (replacing.load()) {
         auto value = cast<String>(store->defaultForKey(*key));
         if (!value || !(value->isEqualToString("first") || value->isEqualToString("a") ||
-                        value->isEqualToString("b"))) {
+                        value->isEqualToString("b") || value->isEqualToString("last"))) {
           ++wrong;
         }
       }
