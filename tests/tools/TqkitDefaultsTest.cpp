@@ -3,6 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include "tests/support/Eventually.h"
 #include "tests/tools/TqkitTestSupport.h"
 #include "tq/platform/archive/PropertyList.h"
 #include "tq/platform/collection/Dictionary.h"
@@ -78,6 +83,25 @@ TEST_F(TqkitDefaultsTest, WatchPrintsAnotherProcesssChangesAsJSONLines) {
   const std::string printed = read(out);
   EXPECT_EQ(printed.rfind("{\"key\":\"level\",\"value\":", 0), 0u) << printed;
   EXPECT_EQ(std::count(printed.begin(), printed.end(), '\n'), 1) << printed;
+}
+
+TEST_F(TqkitDefaultsTest, WatchShowsAKeyRemovedAlongWithAnAnnouncedChangeAsNull) {
+  const std::string file = path("Removal.plist");
+  PropertyList::writeFile(dict({{str("gone"), num(0)}, {str("kept"), num(1)}}).get(), file, PropertyListFormat::XML);
+  // Another process replaces the file once the watcher has read it: one key
+  // changed, one removed.
+  std::thread other([&] {
+    ASSERT_TRUE(testing::eventually([&] {
+      auto manager = _TQDefaultsFileManager::managerForPath(file);
+      return manager && manager->_lastDiskRead_() != 0;
+    }, 30.0));
+    std::ofstream(file + ".other") << PropertyList::writeXML(dict({{str("kept"), num(2)}}).get());
+    std::filesystem::rename(file + ".other", file);
+  });
+  auto watched = runInProcess({"defaults", "watch", "--count", "2", "--timeout", "30", file});
+  other.join();
+  EXPECT_EQ(watched.status, 0);
+  EXPECT_EQ(watched.out, "{\"key\":\"kept\",\"value\":2}\n{\"key\":\"gone\",\"value\":null}\n");
 }
 
 }  // namespace

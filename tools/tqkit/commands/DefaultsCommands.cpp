@@ -9,8 +9,9 @@
 // string when it is not JSON. watch: one JSON line per key that another
 // process changed, {"key": ..., "value": ...}, as the manager announces
 // them. The manager's change set does not carry removals made elsewhere (its
-// long-standing behaviour, which add-ons see too), so watch does not print
-// them; its "value" is null only for a key gone again by the time it prints.
+// long-standing behaviour, which add-ons see too): watch prints a removal
+// (value null) when it comes with a change the manager announces, found by
+// comparing the keys before and after; a removal alone is not announced.
 
 #include <cstdio>
 #include <cstdlib>
@@ -144,18 +145,26 @@ int watch(Arguments& arguments) {
   auto opened = open(words[0]);
   if (!opened.manager->isWatching()) throw FailureException{"cannot watch the folder of '" + words[0] + "'"};
   opened.manager->defaultsDictionaryForDefaultManager(*opened.store);  // the baseline changes are measured from
+  tq::Ref<tq::Dictionary> seen = opened.manager->defaultsDictionary();
   long printed = 0;
+  auto print = [&](const tq::Id& key, const tq::Id& value) {
+    if (limit >= 0 && printed >= limit) return;
+    auto line = tq::dict({{tq::str("key"), key}, {tq::str("value"), value ? value : tq::Id(tq::Null::null())}});
+    writeOut(arguments, toJSON(line, false) + "\n");
+    std::fflush(arguments.streams().out);
+    ++printed;
+  };
   opened.store->onChanges = [&](const tq::Id& changes) {
     auto changed = tq::cast<tq::Dictionary>(changes);
     if (!changed) return;  // this process's own writes come as a list of keys
-    for (const auto& [key, ignored] : changed->entries()) {
-      if (limit >= 0 && printed >= limit) return;
-      tq::Id value = tq::valueForKeyPath(opened.manager->defaultsDictionary(), *tq::cast<tq::String>(key));
-      auto line = tq::dict({{tq::str("key"), key}, {tq::str("value"), value ? value : tq::Id(tq::Null::null())}});
-      writeOut(arguments, toJSON(line, false) + "\n");
-      std::fflush(arguments.streams().out);
-      ++printed;
+    auto now = opened.manager->defaultsDictionary();
+    for (const auto& [key, ignored] : changed->entries()) print(key, tq::valueForKeyPath(now, *tq::cast<tq::String>(key)));
+    // The announcement carries no removals; the keys gone since the last
+    // one are found by comparing what the manager holds.
+    for (const auto& [key, ignored] : seen->entries()) {
+      if (!now->objectForKey(key)) print(key, nullptr);
     }
+    seen = now;
   };
   auto done = [&] { return limit >= 0 && printed >= limit; };
   if (timeout > 0) {
@@ -201,9 +210,9 @@ const CommandGroup defaultsGroup{
          .summary = "Prints a JSON line for each key another process changes.",
          .run = watch,
          .description = "Each line is {\"key\": KEY, \"value\": VALUE}, as the manager announces a change made "
-                        "by another process (about a second after it, grouped). Removals made elsewhere are not "
-                        "announced, as add-ons do not hear of them either. Runs until interrupted, or until "
-                        "--count changes or --timeout seconds.",
+                        "by another process (about a second after it, grouped); a key removed along with it shows "
+                        "with value null. A removal alone is not announced, as add-ons do not hear of it either. "
+                        "Runs until interrupted, or until --count changes or --timeout seconds.",
          .options = {CountOption, TimeoutOption},
          .examples = {{"tqkit defaults watch --count 1 Defaults.plist", "waits for one change"},
                       {"tqkit defaults watch --timeout 60 Defaults.plist | jq .key", "lists the keys changed in a minute"}}},
