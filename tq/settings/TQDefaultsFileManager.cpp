@@ -5,13 +5,13 @@
 
 #include "tq/settings/TQDefaultsFileManager.h"
 
-#include <filesystem>
 #include <unordered_map>
 
 #include "tq/platform/collection/KeyValueObserving.h"
 #include "tq/platform/dispatch/FileEventStream.h"
 #include "tq/platform/dispatch/RunLoop.h"
 #include "tq/platform/object/PlatformLog.h"
+#include "tq/platform/system/FileCoordinator.h"
 #include "tq/platform/system/FileSystem.h"
 #include "tq/platform/value/Date.h"
 #include "tq/settings/TQFoundationDefaults.h"
@@ -39,16 +39,6 @@ std::string folderOf(const std::string& path) {
   auto slash = path.find_last_of('/');
   if (slash == std::string::npos) return ".";
   return slash == 0 ? "/" : path.substr(0, slash);
-}
-
-// Links are resolved on the real file system only: under a substitute the
-// path names a place inside the substitute's own tree.
-std::string resolvedPath(const std::string& path) {
-  auto fileSystem = FileSystem::current();
-  if (fileSystem->resolve(path) != path) return path;
-  std::error_code error;
-  auto canonical = std::filesystem::weakly_canonical(path, error);
-  return error ? path : canonical.string();
 }
 
 // The stream's batches reach the managers of the files named; an overflow
@@ -87,7 +77,7 @@ double _TQDefaultsFileManager::now() { return Date::now(); }
 Ref<_TQDefaultsFileManager> _TQDefaultsFileManager::defaultsFileManagerForDefaults(TQFoundationDefaults& store) {
   Ref<String> path = store.pathToDefaults();
   if (!path) return nullptr;
-  std::string resolved = resolvedPath(path->utf8());
+  std::string resolved = FileCoordinator::resolvedPath(path->utf8());
   Ref<_TQDefaultsFileManager> manager;
   {
     std::lock_guard<std::mutex> guard(registry().lock);
@@ -124,7 +114,7 @@ void _TQDefaultsFileManager::forgetManagers() {
 
 Ref<_TQDefaultsFileManager> _TQDefaultsFileManager::initWithPathToDefaults(const String& path) {
   auto manager = make<_TQDefaultsFileManager>();
-  manager->path_ = resolvedPath(path.utf8());
+  manager->path_ = FileCoordinator::resolvedPath(path.utf8());
   std::string folder = folderOf(manager->path_);
   auto fileSystem = FileSystem::current();
   if (!fileSystem->status(folder).isDirectory && !fileSystem->createDirectories(folder)) {
