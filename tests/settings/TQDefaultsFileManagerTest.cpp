@@ -229,11 +229,27 @@ TEST_F(TQDefaultsFileManagerTest, CoordinationThatCannotBeHadIsReportedAndNothin
   EXPECT_TRUE(fileContents()->objectForKey("after")->isEqual(*num(2)));
 }
 
-TEST_F(TQDefaultsFileManagerTest, AnOverflowOfTheKernelQueueMakesEveryManagerOfTheFolderReadAgain) {
-  auto source = std::make_shared<ManualFileChangeSource>();
-  ScopedFileChangeSource events(source);
-  auto monotonic = std::make_shared<ManualClock>();
-  ScopedClock<MonotonicClock> streamClock(monotonic);
+// The change stream under the test's control: events handed over by hand,
+// and a clock that moves only when told.
+class ScriptedEventsTest : public SettingsTest {
+ protected:
+  /// Moves time on and drains the main run loop until `heard` holds.
+  bool waitUntil(const std::function<bool()>& heard) {
+    return testing::eventually([&] {
+      monotonic->advance(std::chrono::milliseconds(500));
+      RunLoop::main().drain();
+      return heard();
+    }, 20.0, std::chrono::milliseconds(5));
+  }
+  void inject(std::vector<FileChange> changes) { source->inject(folder.path(), changes); }
+
+  std::shared_ptr<ManualFileChangeSource> source = std::make_shared<ManualFileChangeSource>();
+  ScopedFileChangeSource events{source};
+  std::shared_ptr<ManualClock> monotonic = std::make_shared<ManualClock>();
+  ScopedClock<MonotonicClock> streamClock{monotonic};
+};
+
+TEST_F(ScriptedEventsTest, AnOverflowOfTheKernelQueueMakesEveryManagerOfTheFolderReadAgain) {
   auto store = makeStore();
   auto other = makeStore("Other.plist");
   ASSERT_EQ(source->watchCount(folder.path()), 2u);
@@ -242,33 +258,21 @@ TEST_F(TQDefaultsFileManagerTest, AnOverflowOfTheKernelQueueMakesEveryManagerOfT
 
   writeFile(dict({{str("changed"), num(1)}, {str("defaultVersions"), dict({})}}));
   writeFile(dict({{str("changedToo"), num(2)}, {str("defaultVersions"), dict({})}}), "Other.plist");
-  source->inject(folder.path(), {FileChange{FileChange::Kind::Overflow, "", false}});
-  EXPECT_TRUE(testing::eventually([&] {
-    monotonic->advance(std::chrono::milliseconds(500));
-    RunLoop::main().drain();
-    return !store->notified.empty() && !other->notified.empty();
-  }, 20.0, std::chrono::milliseconds(5)));
+  inject({FileChange{FileChange::Kind::Overflow, "", false}});
+  EXPECT_TRUE(waitUntil([&] { return !store->notified.empty() && !other->notified.empty(); }));
   EXPECT_TRUE(store->notified[0]->isEqual(*dict({{str("changed"), num(1)}})));
   EXPECT_TRUE(other->notified[0]->isEqual(*dict({{str("changedToo"), num(2)}})));
 }
 
-TEST_F(TQDefaultsFileManagerTest, AnEventOnTheFileReachesItsManagerAfterTheLatencyAndOthersAreIgnored) {
-  auto source = std::make_shared<ManualFileChangeSource>();
-  ScopedFileChangeSource events(source);
-  auto monotonic = std::make_shared<ManualClock>();
-  ScopedClock<MonotonicClock> streamClock(monotonic);
+TEST_F(ScriptedEventsTest, AnEventOnTheFileReachesItsManagerAfterTheLatencyAndOthersAreIgnored) {
   auto store = makeStore();
   store->notified.clear();
   writeFile(dict({{str("remote"), num(7)}, {str("defaultVersions"), dict({})}}));
-  source->inject(folder.path(), {FileChange{FileChange::Kind::MovedTo, "unrelated.txt", false},
-                                 FileChange{FileChange::Kind::MovedTo, "Defaults.plist", false}});
+  inject({FileChange{FileChange::Kind::MovedTo, "unrelated.txt", false},
+          FileChange{FileChange::Kind::MovedTo, "Defaults.plist", false}});
   RunLoop::main().drain();
   EXPECT_TRUE(store->notified.empty()) << "nothing before the latency has passed";
-  EXPECT_TRUE(testing::eventually([&] {
-    monotonic->advance(std::chrono::milliseconds(500));
-    RunLoop::main().drain();
-    return !store->notified.empty();
-  }, 20.0, std::chrono::milliseconds(5)));
+  EXPECT_TRUE(waitUntil([&] { return !store->notified.empty(); }));
   EXPECT_TRUE(store->notified[0]->isEqual(*dict({{str("remote"), num(7)}})));
 }
 

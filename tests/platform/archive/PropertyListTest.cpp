@@ -1,6 +1,8 @@
 // XML property lists, the shared round trips of both formats, and files.
 
 #include <gtest/gtest.h>
+
+#include "tests/platform/archive/PropertyListTestSupport.h"
 #include <unistd.h>
 
 #include <clocale>
@@ -21,12 +23,9 @@ using namespace tq;
 
 namespace {
 
-constexpr const char* Header =
-    "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-    "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" \"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
-    "<plist version=\"1.0\">\n";
+using tq::plist_test::plistDocument;
 
-std::string document(const std::string& body) { return std::string(Header) + body + "</plist>\n"; }
+std::string document(const std::string& body) { return plistDocument(body); }
 
 Ref<Data> bytes(std::size_t count) {
   auto data = make<MutableData>();

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/platform/archive/PropertyListTestSupport.h"
+
 #include <cmath>
 #include <string>
 #include <vector>
@@ -21,12 +23,9 @@ using namespace tq;
 
 namespace {
 
-constexpr const char* Header =
-    "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-    "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" \"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
-    "<plist version=\"1.0\">\n";
+using tq::plist_test::plistDocument;
 
-std::string document(const std::string& body) { return std::string(Header) + body + "</plist>\n"; }
+std::string document(const std::string& body) { return plistDocument(body); }
 
 // The writer's escaping, done the obvious way on UTF-8.
 std::string escaped(const std::string& utf8) {
@@ -151,7 +150,7 @@ TEST(XMLPropertyListText, ManyRepeatedAndSimilarKeysReadBackRight) {
 // The scan for control characters looks at blocks; a lone control must be
 // found wherever it falls relative to them.
 TEST(XMLPropertyListText, ALoneControlCharacterIsFoundAtAnyOffset) {
-  const std::string before = std::string(Header) + "<string>";
+  const std::string before = std::string(tq::plist_test::PropertyListHeader) + "<string>";
   for (std::size_t offset = 240; offset <= 520; ++offset) {
     if (offset < before.size()) continue;
     std::string text(offset - before.size(), 'x');
