@@ -27,13 +27,6 @@ bool isTrue(const Id& value) {
 
 std::string describeValue(const Id& value) { return value ? value->description()->utf8() : "(null)"; }
 
-// The value a batch holds for a key: under the key itself (a dotted key is
-// one entry of the batch), else along the key as a path.
-Id newValueForKey(const Dictionary& newValues, const Ref<String>& key) {
-  if (Id value = newValues.objectForKey(key)) return value;
-  return valueForKeyPath(newValues.self(), *key);
-}
-
 // Colours are kept in the file as their text form.
 Id storableValue(Id value) {
   if (auto colour = cast<Color>(value)) return TQFoundation::jsonStringRepresentation(*colour);
@@ -132,9 +125,8 @@ void _TQDefaultsFileManager::flushPendingChanges() {
         for (const auto& key : changed->storage()) _willChangeValueForKey(*cast<String>(key));
         // A batch that did not reach the file stays pending: nothing a
         // caller set is dropped because the disk refused it once.
-        if (_writeDefaults(*contents, path_)) {
-          for (const auto& [key, value] : batch->entries()) pendingChanges_->removeObjectForKey(key);
-        }
+        // The lock is held since the batch was copied: nothing joined it.
+        if (_writeDefaults(*contents, path_)) pendingChanges_->removeAllObjects();
         for (const auto& key : changed->storage()) _didChangeValueForKey(*cast<String>(key));
         changedKeys = changed;
       },
@@ -160,7 +152,9 @@ Ref<Array> _TQDefaultsFileManager::_updateChanges(const Dictionary& changesFromF
     auto key = cast<String>(keys->objectAtIndex(index));
     if (!key) continue;
     changed->removeObject(key);
-    Id value = storableValue(newValueForKey(newValues, key));
+    // A batch holds a dotted key as one entry ("window.width"), so the
+    // value is taken under the key itself, not along it as a path.
+    Id value = storableValue(newValues.objectForKey(key));
     if (mergeIntoContainer(fileDefaults, *key, value, *changed)) continue;
     Id stored = valueForKeyPath(fileDefaults.self(), *key);
     if (!differs(stored, value)) continue;
