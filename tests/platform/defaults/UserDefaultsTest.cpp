@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <functional>
 #include <fstream>
+#include <functional>
 #include <sstream>
 #include <thread>
 
@@ -36,6 +36,7 @@ std::string readFile(const fs::path& path) {
 }
 
 Id fileContents(const fs::path& path) { return PropertyList::read(readFile(path)); }
+bool fileHolds(const fs::path& path, const Id& expected) { return isEqual(fileContents(path), expected); }
 template <class Defaults>
 Id get(const Defaults& defaults, const char* key) {
   return defaults->objectForKey(*str(key));
@@ -71,8 +72,8 @@ class UserDefaultsTest : public ::testing::Test {
   fs::path applicationFile() const { return config() / "org.example.Tests.plist"; }
 
   TemporaryFolder folder_{"defaults"};
-  ScopedEnvironment environment_{FixedEnvironment(
-      {{"HOME", folder_.string() + "/home"}, {"XDG_CONFIG_HOME", folder_.string() + "/config"}})};
+  ScopedEnvironment environment_{
+      FixedEnvironment({{"HOME", folder_.string() + "/home"}, {"XDG_CONFIG_HOME", folder_.string() + "/config"}})};
   PlatformLogHandler previousLog_ = nullptr;
 };
 
@@ -105,8 +106,8 @@ TEST_F(UserDefaultsTest, DomainsAreSearchedArgumentApplicationGlobalRegistration
   EXPECT_TRUE(isEqual(get(defaults, "B"), str("global")));
   defaults->registerDefaults(*dict({{str("D"), str("again")}}));
   EXPECT_TRUE(isEqual(get(defaults, "D"), str("again")));
-  EXPECT_TRUE(isEqual(defaults->volatileDomainForName(*str(UserDefaults::RegistrationDomain))->objectForKey("C"),
-                      registered));
+  EXPECT_TRUE(
+      isEqual(defaults->volatileDomainForName(*str(UserDefaults::RegistrationDomain))->objectForKey("C"), registered));
 }
 
 TEST_F(UserDefaultsTest, TypedReadersConvertNumbersAndStrings) {
@@ -117,7 +118,7 @@ TEST_F(UserDefaultsTest, TypedReadersConvertNumbersAndStrings) {
     std::int64_t integer;
     double real;
     bool boolean;
-    const char* text;  // nullptr: no string
+    const char* text;
   };
   const Case cases[] = {
       {"int", num(42), 42, 42.0, true, "42"},
@@ -172,15 +173,15 @@ TEST_F(UserDefaultsTest, ValuesAreCopiedAndNonPropertyListsOrUnsafeNamesRefused)
   const std::pair<const char*, std::function<void()>> refused[] = {
       {"null value", [&] { set(defaults, "null", Null::null()); }},
       {"null in a domain",
-       [&] { defaults->setPersistentDomain(*dict({{str("x"), Null::null()}}), *str("org.example.Other")); }},
+       [&] {
+         defaults->setPersistentDomain(*dict({{str("x"), Null::null()}}), *str("org.example.Other"));
+       }},
       {"empty domain name", [&] { defaults->persistentDomainForName(*str("")); }},
       {"domain name with a slash", [&] { defaults->persistentDomainForName(*str("a/b")); }},
       {"suite outside the folder", [] { UserDefaults::initWithSuiteName(str("../escape")); }},
   };
-  for (const auto& [what, action] : refused) {
-    Exception raised = testing::raisedBy(action);
-    EXPECT_EQ(raised.name(), "InvalidArgumentException") << what;
-  }
+  for (const auto& [what, action] : refused)
+    EXPECT_EQ(testing::raisedBy(action).name(), "InvalidArgumentException") << what;
   EXPECT_NE(testing::raisedBy(refused[0].second).reason().find("Attempt to insert non-property list object"),
             std::string::npos);
   EXPECT_FALSE(get(defaults, "null"));
@@ -223,7 +224,7 @@ TEST_F(UserDefaultsTest, ChangesAreWrittenSoonAfterwardsAndWhenTheObjectGoes) {
   auto suite = UserDefaults::initWithSuiteName(str("org.example.Group"));
   set(suite, "Last", str("at the end"));
   suite.reset();
-  EXPECT_TRUE(isEqual(fileContents(config() / "org.example.Group.plist"), dict({{str("Last"), str("at the end")}})));
+  EXPECT_TRUE(fileHolds(config() / "org.example.Group.plist", dict({{str("Last"), str("at the end")}})));
 }
 
 // Run by the next test in a process of its own (disabled, so that an ordinary
@@ -246,8 +247,8 @@ TEST_F(UserDefaultsTest, TheStandardObjectWritesItsChangesWhenTheProcessExits) {
   ASSERT_EQ(result.status, 0) << result.output;
   // The child has no main bundle with an identifier: its domain is named
   // after the program.
-  EXPECT_TRUE(isEqual(fileContents(config() / (fs::path(program).filename().string() + ".plist")),
-                      dict({{str("WrittenAtExit"), str("at exit")}})))
+  EXPECT_TRUE(fileHolds(config() / (fs::path(program).filename().string() + ".plist"),
+                        dict({{str("WrittenAtExit"), str("at exit")}})))
       << result.output;
 }
 
@@ -279,15 +280,12 @@ TEST_F(UserDefaultsTest, AFileThatIsNotAPropertyListIsNeverOverwritten) {
   EXPECT_EQ(readFile(applicationFile()), garbage);
   EXPECT_TRUE(isEqual(get(defaults, "Value"), str("in memory")));
   ASSERT_FALSE(platformMessages.empty());
-  EXPECT_NE(platformMessages.back().find("org.example.Tests.plist is not a property-list dictionary"),
-            std::string::npos)
-      << platformMessages.back();
+  EXPECT_NE(platformMessages.back().find("Tests.plist is not a property-list dictionary"), std::string::npos);
 
   // Once the file is repaired, the kept change is written.
   folder_.write("config/org.example.Tests.plist", "<plist><dict><key>Fixed</key><true/></dict></plist>");
   EXPECT_TRUE(defaults->synchronize());
-  EXPECT_TRUE(isEqual(fileContents(applicationFile()),
-                      dict({{str("Fixed"), num(true)}, {str("Value"), str("in memory")}})));
+  EXPECT_TRUE(fileHolds(applicationFile(), dict({{str("Fixed"), num(true)}, {str("Value"), str("in memory")}})));
 }
 
 // Readers that keep a volatile domain trust it while the generation count
@@ -349,15 +347,15 @@ TEST_F(UserDefaultsTest, PersistentDomainsAreFilesOfTheConfigurationFolder) {
   defaults->setPersistentDomain(*dict({{str("G"), str("global")}}), *global);
   EXPECT_TRUE(isEqual(get(defaults, "G"), str("global")));
   ASSERT_TRUE(defaults->synchronize());
-  EXPECT_TRUE(isEqual(fileContents(config() / "org.example.Other.plist"), dict({{str("K"), str("v")}})));
-  EXPECT_TRUE(isEqual(fileContents(config() / "NSGlobalDomain.plist"), dict({{str("G"), str("global")}})));
+  EXPECT_TRUE(fileHolds(config() / "org.example.Other.plist", dict({{str("K"), str("v")}})));
+  EXPECT_TRUE(fileHolds(config() / "NSGlobalDomain.plist", dict({{str("G"), str("global")}})));
 
   // Replacing a domain drops the file's other keys.
   defaults->setPersistentDomain(*dict({{str("New"), str("n")}}), *other);
   defaults->removePersistentDomainForName(*global);
   ASSERT_TRUE(defaults->synchronize());
-  EXPECT_TRUE(isEqual(fileContents(config() / "org.example.Other.plist"), dict({{str("New"), str("n")}})));
-  EXPECT_TRUE(isEqual(fileContents(config() / "NSGlobalDomain.plist"), dict({})));
+  EXPECT_TRUE(fileHolds(config() / "org.example.Other.plist", dict({{str("New"), str("n")}})));
+  EXPECT_TRUE(fileHolds(config() / "NSGlobalDomain.plist", dict({})));
   EXPECT_FALSE(get(defaults, "G"));
 }
 
@@ -378,8 +376,8 @@ TEST_F(UserDefaultsTest, FilesGoThroughTheFileSystemSeamOrWithoutAFolderStayInMe
     auto defaults = UserDefaults::initWithSuiteName(nullptr);
     set(defaults, "Where", str("rooted"));
     ASSERT_TRUE(defaults->synchronize());
-    EXPECT_TRUE(isEqual(fileContents(root.path() / "home/user/.config/org.example.Tests.plist"),
-                        dict({{str("Where"), str("rooted")}})));
+    EXPECT_TRUE(
+        fileHolds(root.path() / "home/user/.config/org.example.Tests.plist", dict({{str("Where"), str("rooted")}})));
   }
   ScopedEnvironment homeless(FixedEnvironment{});
   auto defaults = UserDefaults::initWithSuiteName(nullptr);
@@ -408,9 +406,8 @@ TEST_F(UserDefaultsTest, ManyThreadsReadAndWriteOneObject) {
   for (auto& thread : threads) thread.join();
   ASSERT_TRUE(defaults->synchronize());
   auto written = cast<Dictionary>(fileContents(applicationFile()));
-  ASSERT_TRUE(written);
-  EXPECT_EQ(written->count(), std::size_t(Threads * Keys));
-  EXPECT_TRUE(isEqual(written->objectForKey("k3-49"), num(49)));
+  EXPECT_TRUE(written && written->count() == std::size_t(Threads * Keys) &&
+              isEqual(written->objectForKey("k3-49"), num(49)));
 }
 
 }  // namespace
