@@ -8,6 +8,7 @@
 #include <functional>
 #include <sstream>
 #include <thread>
+#include <tuple>
 
 #include "tests/support/Eventually.h"
 #include "tests/support/RaisedException.h"
@@ -112,14 +113,8 @@ TEST_F(UserDefaultsTest, DomainsAreSearchedArgumentApplicationGlobalRegistration
 
 TEST_F(UserDefaultsTest, TypedReadersConvertNumbersAndStrings) {
   auto defaults = UserDefaults::standardUserDefaults();
-  struct Case {
-    const char* name;
-    Id value;
-    std::int64_t integer;
-    double real;
-    bool boolean;
-    const char* text;
-  };
+  // Name, value, then integer, real, boolean and string readings (nullptr: no string).
+  using Case = std::tuple<const char*, Id, std::int64_t, double, bool, const char*>;
   const Case cases[] = {
       {"int", num(42), 42, 42.0, true, "42"},
       {"real", num(-2.75), -2, -2.75, true, "-2.75"},
@@ -134,15 +129,15 @@ TEST_F(UserDefaultsTest, TypedReadersConvertNumbersAndStrings) {
       {"list", arr({str("a")}), 0, 0.0, false, nullptr},
       {"missing", nullptr, 0, 0.0, false, nullptr},
   };
-  for (const Case& c : cases) {
-    if (c.value) set(defaults, c.name, c.value);
-    auto key = str(c.name);
-    EXPECT_EQ(defaults->integerForKey(*key), c.integer) << c.name;
-    EXPECT_DOUBLE_EQ(defaults->doubleForKey(*key), c.real) << c.name;
-    EXPECT_FLOAT_EQ(defaults->floatForKey(*key), float(c.real)) << c.name;
-    EXPECT_EQ(defaults->boolForKey(*key), c.boolean) << c.name;
+  for (const auto& [name, value, integer, real, boolean, expectedText] : cases) {
+    if (value) set(defaults, name, value);
+    auto key = str(name);
+    EXPECT_EQ(defaults->integerForKey(*key), integer) << name;
+    EXPECT_DOUBLE_EQ(defaults->doubleForKey(*key), real) << name;
+    EXPECT_FLOAT_EQ(defaults->floatForKey(*key), float(real)) << name;
+    EXPECT_EQ(defaults->boolForKey(*key), boolean) << name;
     auto text = defaults->stringForKey(*key);
-    EXPECT_EQ(text ? text->utf8() : "(nil)", c.text ? c.text : "(nil)") << c.name;
+    EXPECT_EQ(text ? text->utf8() : "(nil)", expectedText ? expectedText : "(nil)") << name;
   }
 
   // Collections and data answer only their own kind.
