@@ -45,14 +45,10 @@ TEST(BundleTest, OneObjectPerFolderWhateverThePathSaysAndNilForWhatIsNoFolder) {
   auto bundle = Bundle::bundleWithPath(folder.string() + "/Mailer.app");
   ASSERT_TRUE(bundle);
   EXPECT_EQ(bundle->bundlePath()->utf8(), folder.string() + "/Mailer.app");
-  EXPECT_EQ(Bundle::bundleWithPath(folder.string() + "/Mailer.app/"), bundle);
-  EXPECT_EQ(Bundle::bundleWithPath(folder.string() + "/Mailer.app/Contents/.."), bundle);
-  EXPECT_EQ(Bundle::bundleWithPath(folder.string() + "/Link.app"), bundle);
-  EXPECT_EQ(Bundle::bundleWithPath(*str(folder.string() + "/./Mailer.app")), bundle);
-
-  EXPECT_FALSE(Bundle::bundleWithPath(folder.string() + "/Missing.app"));
-  EXPECT_FALSE(Bundle::bundleWithPath(folder.string() + "/file.txt"));
-  EXPECT_FALSE(Bundle::bundleWithPath(""));
+  for (const char* same : {"/Mailer.app/", "/Mailer.app/Contents/..", "/Link.app", "/./Mailer.app"})
+    EXPECT_EQ(Bundle::bundleWithPath(*str(folder.string() + same)), bundle) << same;
+  for (std::string none : {folder.string() + "/Missing.app", folder.string() + "/file.txt", std::string()})
+    EXPECT_FALSE(Bundle::bundleWithPath(none)) << none;
 }
 
 TEST(BundleTest, InformationDictionaryIsReadFromXMLAndBinaryPropertyLists) {
@@ -66,7 +62,6 @@ TEST(BundleTest, InformationDictionaryIsReadFromXMLAndBinaryPropertyLists) {
   auto xml = Bundle::bundleWithPath(folder.string() + "/Xml.app");
   ASSERT_TRUE(xml);
   EXPECT_EQ(pathOrNil(xml->bundleIdentifier()), "org.example.Mailer");
-  EXPECT_EQ(describeUTF8(xml->objectForInfoDictionaryKey("CFBundleVersion")), "42");
   EXPECT_EQ(describeUTF8(xml->objectForInfoDictionaryKey(*str("CFBundleVersion"))), "42");
   EXPECT_EQ(pathOrNil(xml->developmentLocalization()), "fr");
   EXPECT_FALSE(xml->objectForInfoDictionaryKey("Missing"));
@@ -74,7 +69,6 @@ TEST(BundleTest, InformationDictionaryIsReadFromXMLAndBinaryPropertyLists) {
   auto binary = Bundle::bundleWithPath(folder.string() + "/Binary.app");
   ASSERT_TRUE(binary);
   EXPECT_EQ(pathOrNil(binary->bundleIdentifier()), "org.example.Binary");
-  EXPECT_TRUE(isEqual(binary->objectForInfoDictionaryKey("Count"), num(7)));
   EXPECT_TRUE(isEqual(binary->infoDictionary(), info));
 }
 
@@ -100,8 +94,7 @@ TEST(BundleTest, WithoutAReadableInformationDictionaryTheBundleHasAnEmptyOne) {
   // A missing file is no fault; the two unreadable ones are reported.
   ASSERT_EQ(platformMessages.size(), 2u);
   EXPECT_NE(platformMessages[0].find("Broken.app/Contents/Info.plist is not a property-list dictionary"),
-            std::string::npos)
-      << platformMessages[0];
+            std::string::npos);
 }
 
 TEST(BundleTest, BundlesAreReadThroughTheFileSystemSeam) {
@@ -128,6 +121,15 @@ TEST(BundleTest, BundlesAreReadThroughTheFileSystemSeam) {
 }
 
 TEST(BundleTest, MainBundleIsTheOneTheHostSetElseTheExecutablesBundle) {
+  // The innermost folder above "Contents" holds the executable, else its own folder.
+  for (auto [executable, bundle] : std::initializer_list<std::pair<const char*, const char*>>{
+           {"/opt/Mailer.app/Contents/Linux/mailer", "/opt/Mailer.app"},
+           {"/opt/Mailer.app/Contents/mailer", "/opt/Mailer.app"},
+           {"/A.app/Contents/PlugIns/B.bundle/Contents/Linux/b", "/A.app/Contents/PlugIns/B.bundle"},
+           {"/usr/bin/tqkit", "/usr/bin"},
+           {"/opt/ContentsX/bin/tool", "/opt/ContentsX/bin"}})
+    EXPECT_EQ(detail::mainBundlePathForExecutable(executable), bundle);
+
   const std::string executable = detail::processExecutablePath();
   ASSERT_FALSE(executable.empty());
   auto defaultMain = Bundle::mainBundle();
@@ -144,34 +146,22 @@ TEST(BundleTest, MainBundleIsTheOneTheHostSetElseTheExecutablesBundle) {
   EXPECT_EQ(Bundle::mainBundle(), defaultMain);
 }
 
-TEST(BundleTest, AnExecutableInsideContentsBelongsToTheFolderAboveContents) {
-  EXPECT_EQ(detail::mainBundlePathForExecutable("/opt/Mailer.app/Contents/Linux/mailer"), "/opt/Mailer.app");
-  EXPECT_EQ(detail::mainBundlePathForExecutable("/opt/Mailer.app/Contents/mailer"), "/opt/Mailer.app");
-  // The innermost bundle wins: a helper bundle inside an application.
-  EXPECT_EQ(detail::mainBundlePathForExecutable("/A.app/Contents/PlugIns/B.bundle/Contents/Linux/b"),
-            "/A.app/Contents/PlugIns/B.bundle");
-  EXPECT_EQ(detail::mainBundlePathForExecutable("/usr/bin/tqkit"), "/usr/bin");
-  EXPECT_EQ(detail::mainBundlePathForExecutable("/opt/ContentsX/bin/tool"), "/opt/ContentsX/bin");
-}
-
 TEST(BundleLanguageTest, UserLanguagesComeFromLanguageThenTheMessagesLocale) {
-  auto languages = [](FixedEnvironment environment) {
-    ScopedEnvironment scope(std::move(environment));
-    return utf8Strings(Bundle::preferredLanguages());
+  // LC_ALL before LC_MESSAGES before LANG, empty values unset; the C locale
+  // (or none) asks for untranslated text, and LANGUAGE is then ignored.
+  const std::pair<FixedEnvironment, std::vector<std::string>> cases[] = {
+      {{{"LANG", "de_DE.UTF-8"}}, {"de_DE"}},
+      {{{"LANGUAGE", "fr:de_AT@euro::pt_BR"}, {"LANG", "de_DE.UTF-8"}}, {"fr", "de_AT", "pt_BR", "de_DE"}},
+      {{{"LC_ALL", "sv_SE"}, {"LC_MESSAGES", "nb_NO"}, {"LANG", "da_DK"}}, {"sv_SE"}},
+      {{{"LC_ALL", ""}, {"LC_MESSAGES", "nb_NO"}, {"LANG", "da_DK"}}, {"nb_NO"}},
+      {{{"LANGUAGE", "fr"}, {"LANG", "C.UTF-8"}}, {}},
+      {{{"LANGUAGE", "fr"}}, {}},
+      {{{"LANGUAGE", "de:C:de"}, {"LANG", "de_DE"}}, {"de", "de_DE"}},
   };
-  EXPECT_EQ(languages({{"LANG", "de_DE.UTF-8"}}), (std::vector<std::string>{"de_DE"}));
-  EXPECT_EQ(languages({{"LANGUAGE", "fr:de_AT@euro::pt_BR"}, {"LANG", "de_DE.UTF-8"}}),
-            (std::vector<std::string>{"fr", "de_AT", "pt_BR", "de_DE"}));
-  // LC_ALL before LC_MESSAGES before LANG; empty values count as unset.
-  EXPECT_EQ(languages({{"LC_ALL", "sv_SE"}, {"LC_MESSAGES", "nb_NO"}, {"LANG", "da_DK"}}),
-            (std::vector<std::string>{"sv_SE"}));
-  EXPECT_EQ(languages({{"LC_ALL", ""}, {"LC_MESSAGES", "nb_NO"}, {"LANG", "da_DK"}}),
-            (std::vector<std::string>{"nb_NO"}));
-  // The C locale asks for untranslated text, and LANGUAGE is then ignored, as
-  // gettext does; so is it without any locale.
-  EXPECT_EQ(languages({{"LANGUAGE", "fr"}, {"LANG", "C.UTF-8"}}), std::vector<std::string>{});
-  EXPECT_EQ(languages({{"LANGUAGE", "fr"}}), std::vector<std::string>{});
-  EXPECT_EQ(languages({{"LANGUAGE", "de:C:de"}, {"LANG", "de_DE"}}), (std::vector<std::string>{"de", "de_DE"}));
+  for (const auto& [environment, expected] : cases) {
+    ScopedEnvironment scope(environment);
+    EXPECT_EQ(utf8Strings(Bundle::preferredLanguages()), expected);
+  }
 }
 
 TEST(BundleLanguageTest, LocalizationsAreOrderedByTheUserThenDevelopmentRegionBaseAndEnglish) {
