@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "tests/support/TemporaryFolder.h"
 #include "tq/platform/system/FileSystem.h"
 
 using namespace tq;
@@ -15,14 +16,6 @@ namespace {
 
 class OwnWritesTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    static int counter = 0;
-    folder_ = fs::temp_directory_path() / ("tq-own-" + std::to_string(::getpid()) + "-" + std::to_string(++counter));
-    fs::remove_all(folder_);
-    fs::create_directories(folder_);
-  }
-  void TearDown() override { fs::remove_all(folder_); }
-
   std::string at(const std::string& name) const { return (folder_ / name).string(); }
   void weWrite(const std::string& name) { ASSERT_TRUE(FileSystem::system()->writeFileAtomically(at(name), "ours")); }
   void theyWrite(const std::string& name) {
@@ -30,7 +23,8 @@ class OwnWritesTest : public ::testing::Test {
     fs::rename(at("theirs.tmp"), at(name));
   }
 
-  fs::path folder_;
+  tq::testing::TemporaryFolder temporary_{"own"};
+  const fs::path folder_ = temporary_.path();
 };
 
 TEST_F(OwnWritesTest, TheFileWePutInPlaceIsOursUntilAnotherTakesItsPlace) {
