@@ -28,23 +28,16 @@ class Changes {
       seen_.insert(seen_.end(), changes.begin(), changes.end());
     };
   }
-  std::vector<FileChange> seen() const {
-    std::lock_guard lock(mutex_);
-    return seen_;
-  }
-  bool has(const FileChange& change) const {
-    auto all = seen();
-    return std::find(all.begin(), all.end(), change) != all.end();
-  }
-  bool eventuallyHas(const FileChange& change) const {
-    return eventually([&] { return has(change); }, kPatience);
-  }
-  bool mentions(const std::string& name) const {
-    auto all = seen();
-    return std::any_of(all.begin(), all.end(), [&](const FileChange& change) { return change.name == name; });
-  }
+  bool has(const FileChange& change) const { return any([&](const FileChange& c) { return c == change; }); }
+  bool eventuallyHas(const FileChange& change) const { return eventually([&] { return has(change); }, kPatience); }
+  bool mentions(const std::string& name) const { return any([&](const FileChange& c) { return c.name == name; }); }
 
  private:
+  template <class Test>
+  bool any(Test test) const {
+    std::lock_guard lock(mutex_);
+    return std::any_of(seen_.begin(), seen_.end(), test);
+  }
   mutable std::mutex mutex_;
   std::vector<FileChange> seen_;
 };
