@@ -64,9 +64,8 @@ class FileCoordinatorTest : public ::testing::Test {
 
   // Runs a coordination on a thread of its own; the future holds whether it
   // ran its accessor.
-  static std::future<bool> onAnotherThread(bool (*coordinate)(const std::string&, const FileCoordinator::Accessor&,
-                                                             std::string*),
-                                           std::string path) {
+  using Coordination = bool (*)(const std::string&, const FileCoordinator::Accessor&, std::string*);
+  static std::future<bool> onAnotherThread(Coordination coordinate, std::string path) {
     return std::async(std::launch::async, [coordinate, path] {
       bool ran = false;
       coordinate(path, [&](const std::string&) { ran = true; }, nullptr);
