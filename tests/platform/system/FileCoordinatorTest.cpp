@@ -84,33 +84,25 @@ class FileCoordinatorTest : public ::testing::Test {
   const std::string path_ = (folder_ / "settings.plist").string();
 };
 
-TEST_F(FileCoordinatorTest, AnotherProcessWritingExcludesReadersAndWritersUntilItReleasesOrIsKilled) {
-  pid_t other = otherProcessHolds("write");
-  auto reader = onAnotherThread(&FileCoordinator::coordinateReading, path_);
-  auto writer = onAnotherThread(&FileCoordinator::coordinateReadingThenWriting, path_);
-  EXPECT_TRUE(isStillWaiting(reader));
-  EXPECT_TRUE(isStillWaiting(writer));
-  letOtherProcessGo(other);
-  EXPECT_TRUE(finishes(reader));
-  EXPECT_TRUE(finishes(writer));
-
-  fs::remove(ready());
-  fs::remove(release());
-  other = otherProcessHolds("write");
-  writer = onAnotherThread(&FileCoordinator::coordinateWriting, path_);
-  EXPECT_TRUE(isStillWaiting(writer));
-  ::kill(other, SIGKILL);
-  EXPECT_EQ(tq::testing::waitForHelper(other), -SIGKILL);
-  EXPECT_TRUE(finishes(writer)) << "the kernel lets a killed holder's lock go";
-}
-
-TEST_F(FileCoordinatorTest, AnotherProcessReadingAdmitsReadersButExcludesWriters) {
+TEST_F(FileCoordinatorTest, AnotherProcessReadingAdmitsReadersAndWritingExcludesAllUntilItEndsOrIsKilled) {
   pid_t other = otherProcessHolds("read");
   auto reader = onAnotherThread(&FileCoordinator::coordinateReading, path_);
   EXPECT_TRUE(finishes(reader)) << "a second reader gets in while the other process still reads";
   auto writer = onAnotherThread(&FileCoordinator::coordinateWriting, path_);
   EXPECT_TRUE(isStillWaiting(writer));
   letOtherProcessGo(other);
+  EXPECT_TRUE(finishes(writer));
+
+  fs::remove(ready());
+  fs::remove(release());
+  other = otherProcessHolds("write");
+  reader = onAnotherThread(&FileCoordinator::coordinateReading, path_);
+  writer = onAnotherThread(&FileCoordinator::coordinateReadingThenWriting, path_);
+  EXPECT_TRUE(isStillWaiting(reader));
+  EXPECT_TRUE(isStillWaiting(writer));
+  ::kill(other, SIGKILL);
+  EXPECT_EQ(tq::testing::waitForHelper(other), -SIGKILL);
+  EXPECT_TRUE(finishes(reader)) << "the kernel lets a killed holder's lock go";
   EXPECT_TRUE(finishes(writer));
 }
 
