@@ -126,16 +126,22 @@ TEST_F(DeterministicStreamTest, GroupsABurstUntilTheLatencyHasPassedAndSaysWhenE
   EXPECT_EQ(batches_.size(), 3u);
 }
 
-TEST_F(DeterministicStreamTest, PathsAreNamedAsTheCallerNamedTheFolder) {
+TEST_F(DeterministicStreamTest, PathsAreNamedAsTheCallerNamedTheFolderAndAHandlerMayDestroyItsOwnStream) {
   fs::create_directories(folder_ / "root/conf");
   ScopedFileSystem rooted(std::make_shared<RootedFileSystem>((folder_ / "root").string()));
-  start(0.5, "/conf/");
+  start(0.5, "/conf/", [this](const FileEvents& events) {
+    batches_.push_back(events);
+    stream_.reset();
+  });
   EXPECT_EQ(stream_->folder(), "/conf");
-  EXPECT_EQ(source_->watchCount((folder_ / "root/conf").string()), 1u) << "the kernel is given the rooted folder";
-  source_->inject((folder_ / "root/conf").string(), {{Kind::MovedTo, "a.plist"}});
+  const std::string kernelFolder = (folder_ / "root/conf").string();
+  EXPECT_EQ(source_->watchCount(kernelFolder), 1u) << "the kernel is given the rooted folder";
+  source_->inject(kernelFolder, {{Kind::MovedTo, "a.plist"}});
   afterWaiting(500ms);
   ASSERT_TRUE(deliveredBatches(1));
   EXPECT_EQ(paths(batches_[0]), (std::vector<std::string>{"/conf/a.plist"}));
+  EXPECT_FALSE(stream_);
+  EXPECT_EQ(source_->watchCount(kernelFolder), 0u);
 }
 
 TEST_F(DeterministicStreamTest, LeavesOutOnlyThePathsWhoseFileIsStillOurOwnReplacement) {
@@ -185,18 +191,6 @@ TEST_F(DeterministicStreamTest, AStreamWaitingOutABurstStopsAtOnceAndDeliversNot
   ASSERT_TRUE(tq::testing::eventually([&] { return clock_->sleepers() == 0; }, kPatience));
   RunLoop::main().runFor(0.05);
   EXPECT_TRUE(batches_.empty());
-}
-
-TEST_F(DeterministicStreamTest, AHandlerMayDestroyItsOwnStream) {
-  start(1.0, {}, [this](const FileEvents& events) {
-    batches_.push_back(events);
-    stream_.reset();
-  });
-  changes({{Kind::Modified, "a"}});
-  afterWaiting(1s);
-  ASSERT_TRUE(deliveredBatches(1));
-  EXPECT_FALSE(stream_);
-  EXPECT_EQ(source_->watchCount(folder_.string()), 0u);
 }
 
 // The same against the kernel: inotify, real renames by real processes, the
