@@ -9,6 +9,7 @@
 #include <future>
 
 #include "tests/support/Eventually.h"
+#include "tests/support/TemporaryFolder.h"
 
 using namespace tq;
 using tq::testing::eventually;
@@ -27,37 +28,22 @@ class Changes {
       seen_.insert(seen_.end(), changes.begin(), changes.end());
     };
   }
-  std::vector<FileChange> seen() const {
-    std::lock_guard lock(mutex_);
-    return seen_;
-  }
-  bool has(const FileChange& change) const {
-    auto all = seen();
-    return std::find(all.begin(), all.end(), change) != all.end();
-  }
-  bool eventuallyHas(const FileChange& change) const {
-    return eventually([&] { return has(change); }, kPatience);
-  }
-  bool mentions(const std::string& name) const {
-    auto all = seen();
-    return std::any_of(all.begin(), all.end(), [&](const FileChange& change) { return change.name == name; });
-  }
+  bool has(const FileChange& change) const { return any([&](const FileChange& c) { return c == change; }); }
+  bool eventuallyHas(const FileChange& change) const { return eventually([&] { return has(change); }, kPatience); }
+  bool mentions(const std::string& name) const { return any([&](const FileChange& c) { return c.name == name; }); }
 
  private:
+  template <class Test>
+  bool any(Test test) const {
+    std::lock_guard lock(mutex_);
+    return std::any_of(seen_.begin(), seen_.end(), test);
+  }
   mutable std::mutex mutex_;
   std::vector<FileChange> seen_;
 };
 
 class FileChangeSourceTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    static int counter = 0;
-    folder_ = fs::temp_directory_path() / ("tq-changes-" + std::to_string(::getpid()) + "-" + std::to_string(++counter));
-    fs::remove_all(folder_);
-    fs::create_directories(folder_);
-  }
-  void TearDown() override { fs::remove_all(folder_); }
-
   std::unique_ptr<FileChangeSource::Watch> watch(Changes& changes) {
     std::string error;
     auto watch = FileChangeSource::system()->watchFolder(folder_.string(), changes.callback(), &error);
@@ -66,7 +52,8 @@ class FileChangeSourceTest : public ::testing::Test {
   }
   std::string at(const std::string& name) const { return (folder_ / name).string(); }
 
-  fs::path folder_;
+  tq::testing::TemporaryFolder temporary_{"changes"};
+  const fs::path folder_ = temporary_.path();
 };
 
 TEST_F(FileChangeSourceTest, ReportsEachChangeOfTheFolderEntriesByNameButNotTheContentsOfSubFolders) {
@@ -170,12 +157,9 @@ TEST_F(FileChangeSourceTest, AnOverflowingQueueAndAVanishingFolderAreReported) {
 }
 
 TEST_F(FileChangeSourceTest, AFolderThatCannotBeWatchedIsAClearError) {
-  Changes changes;
-  std::string error;
-  EXPECT_FALSE(FileChangeSource::system()->watchFolder(at("missing"), changes.callback(), &error));
-  EXPECT_EQ(error, "cannot watch '" + at("missing") + "': No such file or directory");
   std::ofstream(at("plain")) << "x";
-  EXPECT_FALSE(FileChangeSource::system()->watchFolder(at("plain"), changes.callback(), &error));
+  std::string error;
+  EXPECT_FALSE(FileChangeSource::system()->watchFolder(at("plain"), [](const std::vector<FileChange>&) {}, &error));
   EXPECT_EQ(error, "cannot watch '" + at("plain") + "': Not a directory");
 }
 

@@ -12,6 +12,7 @@
 
 #include "tests/support/Eventually.h"
 #include "tests/support/HelperProcess.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tq/platform/system/FileSystem.h"
 
 using namespace tq;
@@ -47,18 +48,6 @@ constexpr double kPatience = 20.0;
 
 class FileCoordinatorTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    static int counter = 0;
-    folder_ = fs::temp_directory_path() / ("tq-coordinator-" + std::to_string(::getpid()) + "-" + std::to_string(++counter));
-    fs::remove_all(folder_);
-    fs::create_directories(folder_);
-    path_ = (folder_ / "settings.plist").string();
-  }
-  void TearDown() override {
-    fs::permissions(folder_, fs::perms::owner_all, fs::perm_options::add);
-    fs::remove_all(folder_);
-  }
-
   // Starts another process holding the lock, and waits until it does.
   pid_t otherProcessHolds(const std::string& mode) {
     pid_t pid = tq::testing::spawnHelper("hold-lock", {mode, path_, ready(), release()});
@@ -75,9 +64,8 @@ class FileCoordinatorTest : public ::testing::Test {
 
   // Runs a coordination on a thread of its own; the future holds whether it
   // ran its accessor.
-  static std::future<bool> onAnotherThread(bool (*coordinate)(const std::string&, const FileCoordinator::Accessor&,
-                                                             std::string*),
-                                           std::string path) {
+  using Coordination = bool (*)(const std::string&, const FileCoordinator::Accessor&, std::string*);
+  static std::future<bool> onAnotherThread(Coordination coordinate, std::string path) {
     return std::async(std::launch::async, [coordinate, path] {
       bool ran = false;
       coordinate(path, [&](const std::string&) { ran = true; }, nullptr);
@@ -91,22 +79,12 @@ class FileCoordinatorTest : public ::testing::Test {
     return future.wait_for(std::chrono::duration<double>(kPatience)) == std::future_status::ready && future.get();
   }
 
-  fs::path folder_;
-  std::string path_;
+  tq::testing::TemporaryFolder temporary_{"coordinator"};
+  const fs::path folder_ = temporary_.path();
+  const std::string path_ = (folder_ / "settings.plist").string();
 };
 
-TEST_F(FileCoordinatorTest, AnotherProcessWritingExcludesReadersAndWritersUntilItReleases) {
-  pid_t other = otherProcessHolds("write");
-  auto reader = onAnotherThread(&FileCoordinator::coordinateReading, path_);
-  auto writer = onAnotherThread(&FileCoordinator::coordinateReadingThenWriting, path_);
-  EXPECT_TRUE(isStillWaiting(reader));
-  EXPECT_TRUE(isStillWaiting(writer));
-  letOtherProcessGo(other);
-  EXPECT_TRUE(finishes(reader));
-  EXPECT_TRUE(finishes(writer));
-}
-
-TEST_F(FileCoordinatorTest, AnotherProcessReadingAdmitsReadersButExcludesWriters) {
+TEST_F(FileCoordinatorTest, AnotherProcessReadingAdmitsReadersAndWritingExcludesAllUntilItEndsOrIsKilled) {
   pid_t other = otherProcessHolds("read");
   auto reader = onAnotherThread(&FileCoordinator::coordinateReading, path_);
   EXPECT_TRUE(finishes(reader)) << "a second reader gets in while the other process still reads";
@@ -114,34 +92,21 @@ TEST_F(FileCoordinatorTest, AnotherProcessReadingAdmitsReadersButExcludesWriters
   EXPECT_TRUE(isStillWaiting(writer));
   letOtherProcessGo(other);
   EXPECT_TRUE(finishes(writer));
-}
 
-TEST_F(FileCoordinatorTest, AProcessKilledWhileHoldingTheLockReleasesIt) {
-  pid_t other = otherProcessHolds("write");
-  auto writer = onAnotherThread(&FileCoordinator::coordinateWriting, path_);
+  fs::remove(ready());
+  fs::remove(release());
+  other = otherProcessHolds("write");
+  reader = onAnotherThread(&FileCoordinator::coordinateReading, path_);
+  writer = onAnotherThread(&FileCoordinator::coordinateReadingThenWriting, path_);
+  EXPECT_TRUE(isStillWaiting(reader));
   EXPECT_TRUE(isStillWaiting(writer));
   ::kill(other, SIGKILL);
   EXPECT_EQ(tq::testing::waitForHelper(other), -SIGKILL);
+  EXPECT_TRUE(finishes(reader)) << "the kernel lets a killed holder's lock go";
   EXPECT_TRUE(finishes(writer));
 }
 
-TEST_F(FileCoordinatorTest, TwoThreadsOfOneProcessExcludeEachOther) {
-  std::promise<void> holding, release;
-  auto first = std::async(std::launch::async, [&] {
-    return FileCoordinator::coordinateWriting(path_, [&](const std::string&) {
-      holding.set_value();
-      release.get_future().wait();
-    });
-  });
-  holding.get_future().wait();
-  auto second = onAnotherThread(&FileCoordinator::coordinateReading, path_);
-  EXPECT_TRUE(isStillWaiting(second));
-  release.set_value();
-  EXPECT_TRUE(first.get());
-  EXPECT_TRUE(finishes(second));
-}
-
-TEST_F(FileCoordinatorTest, NestedCoordinationOnOneThreadRunsAtOnceAndAWriteUnderAReadIsRefused) {
+TEST_F(FileCoordinatorTest, NestedCoordinationRunsAtOnceAWriteUnderAReadIsRefusedAndEveryHoldIsLetGo) {
   std::vector<std::string> ran;
   std::string error;
   bool outer = FileCoordinator::coordinateReadingThenWriting(path_, [&](const std::string& path) {
@@ -168,15 +133,10 @@ TEST_F(FileCoordinatorTest, NestedCoordinationOnOneThreadRunsAtOnceAndAWriteUnde
   EXPECT_EQ(ran, (std::vector<std::string>{"refused"}));
   EXPECT_NE(error.find("inside a coordinated read"), std::string::npos) << error;
 
-  auto afterwards = onAnotherThread(&FileCoordinator::coordinateWriting, path_);
-  EXPECT_TRUE(finishes(afterwards)) << "every nested hold was let go";
-}
-
-TEST_F(FileCoordinatorTest, AnAccessorThatThrowsLetsTheLockGo) {
   EXPECT_THROW(FileCoordinator::coordinateWriting(path_, [](const std::string&) { throw std::runtime_error("x"); }),
                std::runtime_error);
-  auto writer = onAnotherThread(&FileCoordinator::coordinateWriting, path_);
-  EXPECT_TRUE(finishes(writer));
+  auto afterwards = onAnotherThread(&FileCoordinator::coordinateWriting, path_);
+  EXPECT_TRUE(finishes(afterwards)) << "every nested hold, and the one whose accessor threw, was let go";
 }
 
 TEST_F(FileCoordinatorTest, WithoutALockTheAccessorNeverRunsAndTheErrorSaysWhy) {
@@ -193,14 +153,12 @@ TEST_F(FileCoordinatorTest, WithoutALockTheAccessorNeverRunsAndTheErrorSaysWhy) 
   EXPECT_FALSE(FileCoordinator::coordinateWriting("/proc/self/settings.plist", accessor, &error));
   EXPECT_NE(error.find("cannot open the lock file"), std::string::npos) << error;
 
-  std::ofstream(folder_ / "plain") << "a file, not a folder";
-  error.clear();
-  EXPECT_FALSE(FileCoordinator::coordinateWriting((folder_ / "plain/settings.plist").string(), accessor, &error));
-  EXPECT_FALSE(error.empty());
   EXPECT_FALSE(ran);
 }
 
-TEST_F(FileCoordinatorTest, ALinkIsCoordinatedWithTheFileItNames) {
+// A hold on one thread keeps out another thread of the process, here one that
+// names the file through a link.
+TEST_F(FileCoordinatorTest, ALinkIsCoordinatedWithTheFileItNamesAndThreadsExcludeEachOther) {
   fs::create_directories(folder_ / "real");
   fs::create_directory_symlink(folder_ / "real", folder_ / "linked-folder");
   fs::create_symlink(folder_ / "linked-folder/settings.plist", folder_ / "link.plist");  // dangling until written
