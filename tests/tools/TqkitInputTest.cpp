@@ -40,6 +40,7 @@ TEST_F(TqkitInput, TextCommandsRefuseBytesThatAreNotUTF8) {
   const std::vector<std::vector<std::string>> commands = {{"html", "escape"},        {"html", "decode"},
                                                           {"utf7", "encode"},        {"mime", "encode-word"},
                                                           {"mime", "decode-header"}, {"mime", "encode-body"},
+                                                          {"mime", "encode-body", "--charset", "iso-8859-1"},
                                                           {"hash", "md5", "--text"}};
   for (const auto& command : commands) {
     const InProcessResult result = runInProcess(command, latin1 + "\n");

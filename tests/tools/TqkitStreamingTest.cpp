@@ -118,13 +118,24 @@ TEST_F(TqkitStreaming, QuotedPrintableGivesTheWholeInputsCodingBothWays) {
 }
 
 TEST_F(TqkitStreaming, EncodeBodyStreamsWhatTheLibraryGivesForTheWholeText) {
-  // Multi-byte characters fall on every block boundary.
+  // Multi-byte characters fall on every block boundary; a UTF-8 body is
+  // encoded from its bytes, one in another charset goes through text.
   std::string body;
   while (body.size() < 3 * tqkit::BlockSize) body += "Gr\xC3\xBC\xC3\x9F" "e \xE2\x82\xAC\xF0\x9F\x98\x80 x\r\n";
-  const auto expected = MimeEncoding::quotedPrintableStringForPlainTextBody(*str(body), UTF8StringEncoding);
-  const InProcessResult result = runInProcess({"mime", "encode-body"}, body);
-  EXPECT_EQ(result.status, 0) << result.err;
-  EXPECT_TRUE(result.out == expected->utf8() + "\n");
+  for (const std::string& text : {body, "caf\xC3\xA9 =x\r\n" + std::string(100, 'x') + "\nend \n",
+                                  std::string("trailing space "), std::string("\xF0\x9F\x98\x80\r\rcr"), std::string()}) {
+    for (const char* charset : {"utf-8", "iso-8859-1"}) {
+      const auto expected = MimeEncoding::quotedPrintableStringForPlainTextBody(
+          *str(text), Charset::encodingForIANAName(std::string_view(charset)));
+      const InProcessResult result = runInProcess({"mime", "encode-body", "--charset", charset}, text);
+      EXPECT_EQ(result.status, 0) << result.err;
+      EXPECT_TRUE(result.out == expected->utf8() + "\n") << charset << ": " << text.substr(0, 40);
+    }
+  }
+  // The header decoder's --sploit reports a NUL smuggled in a word.
+  const InProcessResult header = runInProcess({"mime", "decode-header", "--sploit"}, "=?utf-8?Q?a=00b?= c\n");
+  EXPECT_EQ(header.status, 0);
+  EXPECT_EQ(header.out, "a\\0b c\nsploited: yes\n");
 }
 
 TEST_F(TqkitStreaming, EveryEncodersOutputComesBackThroughItsDecoder) {
