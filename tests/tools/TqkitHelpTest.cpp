@@ -11,10 +11,6 @@ namespace {
 
 using TqkitHelp = TqkitTest;
 
-std::string pathOf(const tqkit::CommandGroup& group, const tqkit::Command& command) {
-  return group.name + (command.name.empty() ? "" : " " + command.name);
-}
-
 std::size_t widestLine(const std::string& text) {
   std::size_t widest = 0, column = 0;
   for (unsigned char c : text) {
@@ -118,6 +114,10 @@ TEST_F(TqkitHelp, HelpIsWrappedToTheColumnsGiven) {
   EXPECT_GT(widestLine(narrow.output), 40u) << narrow.output;
   const CommandResult wide = runCommand("COLUMNS=200 " + binary() + " help mime encode-body");
   EXPECT_GT(widestLine(wide.output), 100u) << wide.output;
+  // The version is the binary's own (it is not one of the commands).
+  const BinaryResult version = runBinary("--version");
+  EXPECT_EQ(version.status, 0);
+  EXPECT_EQ(version.out.rfind("tqkit ", 0), 0u) << version.out;
 }
 
 }  // namespace
