@@ -49,22 +49,18 @@ TEST_F(TqkitConventions, FailuresNameTheCommandWhatFailedAndWhy) {
 }
 
 TEST_F(TqkitConventions, MistypedCommandsGetOneLineWithTheNearestNameAndExitTwo) {
-  InProcessResult result = runInProcess({"bsae64"});
-  EXPECT_EQ(result.status, 2);
-  EXPECT_EQ(result.err, "tqkit: unknown command 'bsae64'; did you mean 'base64'?\n");
-  EXPECT_EQ(result.out, "");
-
-  result = runInProcess({"base64", "decod"});
-  EXPECT_EQ(result.status, 2);
-  EXPECT_EQ(result.err, "tqkit: unknown command 'base64 decod'; did you mean 'base64 decode'?\n");
-
-  result = runInProcess({"hlep"});
-  EXPECT_EQ(result.err, "tqkit: unknown command 'hlep'; did you mean 'help'?\n");
-
-  // Nothing near: no guess, a pointer to the list.
-  result = runInProcess({"frobnicate"});
-  EXPECT_EQ(result.status, 2);
-  EXPECT_EQ(result.err, "tqkit: unknown command 'frobnicate'; see 'tqkit --help'\n");
+  // With nothing near, no guess: a pointer to the list.
+  const std::pair<std::vector<std::string>, std::string> cases[] = {
+      {{"bsae64"}, "unknown command 'bsae64'; did you mean 'base64'?"},
+      {{"base64", "decod"}, "unknown command 'base64 decod'; did you mean 'base64 decode'?"},
+      {{"hlep"}, "unknown command 'hlep'; did you mean 'help'?"},
+      {{"frobnicate"}, "unknown command 'frobnicate'; see 'tqkit --help'"}};
+  for (const auto& [words, message] : cases) {
+    const InProcessResult result = runInProcess(words);
+    EXPECT_EQ(result.status, 2) << words[0];
+    EXPECT_EQ(result.err, "tqkit: " + message + "\n");
+    EXPECT_EQ(result.out, "") << words[0];
+  }
 }
 
 TEST_F(TqkitConventions, UsageErrorsExitTwoWithTheUsageLine) {

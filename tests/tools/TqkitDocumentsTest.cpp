@@ -19,10 +19,6 @@ namespace {
 using TqkitManPage = TqkitTest;
 using TqkitBuiltDocuments = TqkitTest;
 
-std::string pathOf(const tqkit::CommandGroup& group, const tqkit::Command& command) {
-  return group.name + (command.name.empty() ? "" : " " + command.name);
-}
-
 std::vector<std::string> linesOf(const std::string& text) {
   std::vector<std::string> lines;
   std::istringstream in(text);

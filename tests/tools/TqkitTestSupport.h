@@ -76,6 +76,11 @@ class TqkitTest : public ::testing::Test {
   std::filesystem::path folder_;
 };
 
+/// "group command" as typed after "tqkit" (the group alone for a group of one).
+inline std::string pathOf(const tqkit::CommandGroup& group, const tqkit::Command& command) {
+  return group.name + (command.name.empty() ? "" : " " + command.name);
+}
+
 #define TQKIT_REQUIRE_BINARY() \
   if (binary().empty()) GTEST_SKIP() << "tqkit is not built in this tree"
 
