@@ -74,17 +74,14 @@ TEST(PiecewiseTextTest, UTF8AgreesWithTheWholeTextWhereverThePiecesAreCut) {
   }
 }
 
-TEST(PiecewiseTextTest, ACharacterLeftUnfinishedByTheLastPieceGivesNil) {
-  PiecewiseText text(UTF8StringEncoding, 8);
-  ASSERT_TRUE(text.append("ab\xE2\x82"));
-  EXPECT_EQ(text.finish(), nullptr);
-}
-
-TEST(PiecewiseTextTest, AFailedPieceSpoilsTheText) {
-  PiecewiseText text(ASCIIStringEncoding, 8);
-  EXPECT_FALSE(text.append("\xE9"));
-  EXPECT_FALSE(text.append("abc"));
-  EXPECT_EQ(text.finish(), nullptr);
+TEST(PiecewiseTextTest, AnUnfinishedCharacterOrAFailedPieceGivesNil) {
+  PiecewiseText unfinished(UTF8StringEncoding, 8);
+  ASSERT_TRUE(unfinished.append("ab\xE2\x82"));
+  EXPECT_EQ(unfinished.finish(), nullptr);
+  PiecewiseText spoilt(ASCIIStringEncoding, 8);  // a failed piece spoils the rest
+  EXPECT_FALSE(spoilt.append("\xE9"));
+  EXPECT_FALSE(spoilt.append("abc"));
+  EXPECT_EQ(spoilt.finish(), nullptr);
 }
 
 TEST(PiecewiseTextTest, SingleByteCharsetsReadEveryByteAsTheCharsetServiceDoes) {

@@ -39,6 +39,11 @@ TEST(RFC2822Partition, SplitsAtTheFirstBlankLineOfThePreferredConvention) {
   EXPECT_EQ(partition(mixed, 0).header.size(), 50u);
   EXPECT_EQ(partition(mixed, 0).body, "tail");
   EXPECT_EQ(partition(mixed, TQLineEndingLF).header, "X: 123456");
+  // A message ending at the blank line has no body.
+  Parts ending = partition("Subject: x\r\n\r\n", 0);
+  EXPECT_EQ(ending.header, "Subject: x");
+  EXPECT_EQ(ending.body, "<nil>");
+  EXPECT_EQ(bodySubdata(bytes("Subject: x\r\n\r\n")), nullptr);
 }
 
 TEST(RFC2822Partition, WithoutSeparatorTheWholeDataIsTheHeaderUnlessOnlyTheBodyIsAsked) {
@@ -61,13 +66,6 @@ TEST(RFC2822Partition, WithoutSeparatorTheWholeDataIsTheHeaderUnlessOnlyTheBodyI
   EXPECT_EQ(text(bodySubdata(bytes("a\n\nb"))), "b");
 }
 
-TEST(RFC2822Partition, MessageEndingAtTheBlankLineHasNoBody) {
-  Parts p = partition("Subject: x\r\n\r\n", 0);
-  EXPECT_EQ(p.header, "Subject: x");
-  EXPECT_EQ(p.body, "<nil>");
-  EXPECT_EQ(bodySubdata(bytes("Subject: x\r\n\r\n")), nullptr);
-}
-
 TEST(RFC2822Partition, DelimiterOutputIsTheSharedConstant) {
   Ref<Data> delimiter;
   partitionIntoHeaderData(bytes("a\r\n\r\nb"), nullptr, nullptr, 0, &delimiter);
@@ -77,9 +75,6 @@ TEST(RFC2822Partition, DelimiterOutputIsTheSharedConstant) {
   EXPECT_EQ(lineDelimiterwithOptions(bytes("a\rb\nc\r\n"), TQLineEndingLF | TQLineEndingCRLF),
             TQcarriageReturnLineFeed());
   EXPECT_EQ(lineDelimiterwithOptions(bytes("a\rb"), TQLineEndingLF), nullptr);
-  EXPECT_EQ(TQdoubleCarriageReturnLineFeed()->view(), "\r\n\r\n");
-  EXPECT_EQ(TQdoubleLineFeed()->view(), "\n\n");
-  EXPECT_EQ(TQdoubleCarriageReturn()->view(), "\r\r");
 }
 
 // The separator search tests many positions at once; compare it with a plain
@@ -105,9 +100,7 @@ TEST(RFC2822Partition, SeparatorSearchAgreesWithAPlainSearchAtEveryOffset) {
       }
     }
   }
-}
-
-TEST(RFC2822Partition, HeaderRangeIncludesTheBlankLine) {
+  // The header range includes the blank line.
   EXPECT_EQ(rangeOfRFC2822HeaderData(bytes("A: 1\r\n\r\nb")), makeRange(0, 8));
   EXPECT_EQ(rangeOfRFC2822HeaderData(bytes("A: 1\n\nb\r\r")), makeRange(0, 6));
   EXPECT_EQ(rangeOfRFC2822HeaderData(bytes("A: 1\r\rb")), makeRange(0, 6));
@@ -138,10 +131,7 @@ TEST(RFC2822Trim, ByteSetNeverExaminesTheFirstByteFromTheEnd) {
   EXPECT_EQ(trim("    "), "<nil>");
   // Bytes 128-255 are tested as the characters of the same value.
   auto high = CharacterSet::characterSetWithCharactersInString(u"\u00e9");
-  EXPECT_EQ(text(dataByTrimmingBytesInCharacterSet(make<Data>("\xe9"
-                                                              "ab\xe9"),
-                                                   *high)),
-            "ab");
+  EXPECT_EQ(text(dataByTrimmingBytesInCharacterSet(make<Data>("\xe9" "ab\xe9"), *high)), "ab");
 }
 
 TEST(RFC2822Split, KeepsInnerEmptyPiecesButNotATrailingOne) {
@@ -250,14 +240,7 @@ TEST(RFC2822Foundation, HexRepresentationIsLowerCase) {
   EXPECT_EQ(hexRepresentation(Data())->utf8(), "");
 }
 
-}  // namespace
-}  // namespace tq
-
-namespace tq {
-namespace {
-
 TEST(RFC2822Text, CharsetReadersFailInsteadOfReplacing) {
-  using namespace TQFoundation;
   EXPECT_EQ(describeUTF8(asciiEncodedString(Data("plain"))), "plain");
   EXPECT_EQ(asciiEncodedString(Data("caf\xc3\xa9")), nullptr);
   EXPECT_EQ(describeUTF8(utf8EncodedString(Data("caf\xc3\xa9"))), "caf\u00e9");

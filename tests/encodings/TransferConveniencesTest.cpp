@@ -15,9 +15,7 @@ TEST(IMAPLiteralsTest, LiteralsBecomeBase64) {
   EXPECT_EQ(literals(std::string_view("{1}\r\n\xFF{2}\r\n\x00\x01 x", 15)), "{4}\r\n/w=={4}\r\nAAE= x");
   EXPECT_EQ(literals("{0}\r\n."), "{0}\r\n.");
   EXPECT_EQ(literals("no literals here"), "no literals here");
-}
-
-TEST(IMAPLiteralsTest, WhatIsNoLiteralStaysAsItIs) {
+  // What is no literal stays as it is.
   EXPECT_EQ(literals("A {5}\r\nab"), "A {5}\r\nab");  // runs past the end
   EXPECT_EQ(literals("A {99999999999999999999999}\r\nab"), "A {99999999999999999999999}\r\nab");
   EXPECT_EQ(literals("{x}\r\n {} {3}\n abc }"), "{x}\r\n {} {3}\n abc }");
@@ -27,15 +25,12 @@ TEST(IMAPLiteralsTest, WhatIsNoLiteralStaysAsItIs) {
   EXPECT_EQ(literals("\xFF {1}\r\na"), "(nil)");  // the text around literals is ASCII
 }
 
-TEST(HexDigestTest, HexWipesTheBuffer) {
+TEST(HexDigestTest, HexWipesTheBufferAndSHA256) {
   std::uint8_t buffer[] = {0x0A, 0xFF};
   EXPECT_EQ(Base64::toHexString(Data(), buffer, 2)->utf8(), "0aff");
   EXPECT_EQ(buffer[0], 0);
   EXPECT_EQ(buffer[1], 0);
   EXPECT_EQ(Base64::toHexString(Data(), buffer, 0)->utf8(), "");
-}
-
-TEST(HexDigestTest, SHA256) {
   EXPECT_EQ(Base64::SHA256String(Data())->utf8(), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
   EXPECT_EQ(Base64::SHA256String(Data(std::string_view("abc")))->utf8(),
             "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
