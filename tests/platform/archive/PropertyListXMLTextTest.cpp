@@ -30,16 +30,7 @@ std::string document(const std::string& body) { return plistDocument(body); }
 // The writer's escaping, done the obvious way on UTF-8.
 std::string escaped(const std::string& utf8) {
   std::string out;
-  for (char c : utf8) {
-    if (c == '&')
-      out += "&amp;";
-    else if (c == '<')
-      out += "&lt;";
-    else if (c == '>')
-      out += "&gt;";
-    else
-      out += c;
-  }
+  for (char c : utf8) out += c == '&' ? "&amp;" : c == '<' ? "&lt;" : c == '>' ? "&gt;" : std::string(1, c);
   return out;
 }
 
