@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
 #include <mutex>
 #include <set>
 #include <vector>
@@ -29,28 +30,22 @@ ComparisonResult byValue(const Id& a, const Id& b) { return compareSelector(*a, 
 
 TEST(ArrayRanges, FailuresNameTheMethodAndTheBounds) {
   auto list = numbers({1, 2, 3});
-  Exception e = raisedBy([&] { list->objectAtIndex(3); });
-  EXPECT_EQ(e.name(), ExceptionName::Range);
-  EXPECT_EQ(e.reason(), "*** -[Array objectAtIndex:]: index 3 beyond bounds [0 .. 2]");
-  EXPECT_EQ(raisedBy([&] { Array::array()->objectAtIndex(0); }).reason(),
-            "*** -[Array objectAtIndex:]: index 0 beyond bounds for empty array");
-  EXPECT_EQ(raisedBy([&] {
-              list->subarrayWithRange({2, 2});
-            }).reason(),
-            "*** -[Array subarrayWithRange:]: range {2, 2} extends beyond bounds [0 .. 2]");
-  EXPECT_EQ(raisedBy([&] {
-              Array::array()->subarrayWithRange({0, 1});
-            }).reason(),
-            "*** -[Array subarrayWithRange:]: range {0, 1} extends beyond bounds for empty array");
-  EXPECT_EQ(raisedBy([&] {
-              list->objectsAtIndexes(IndexSet({1, 3}));
-            }).reason(),
-            "*** -[Array objectsAtIndexes:]: index 3 in index set beyond bounds [0 .. 2]");
-  EXPECT_EQ(raisedBy([&] {
-              list->indexOfObject(num(1), Range{1, UINT64_MAX});
-            }).name(),
-            ExceptionName::Range)
-      << "a range whose end wraps around is out of bounds";
+  const std::pair<std::function<void()>, std::string> failures[] = {
+      {[&] { list->objectAtIndex(3); }, "*** -[Array objectAtIndex:]: index 3 beyond bounds [0 .. 2]"},
+      {[] { Array::array()->objectAtIndex(0); }, "*** -[Array objectAtIndex:]: index 0 beyond bounds for empty array"},
+      {[&] { list->subarrayWithRange({2, 2}); },
+       "*** -[Array subarrayWithRange:]: range {2, 2} extends beyond bounds [0 .. 2]"},
+      {[] { Array::array()->subarrayWithRange({0, 1}); },
+       "*** -[Array subarrayWithRange:]: range {0, 1} extends beyond bounds for empty array"},
+      {[&] { list->objectsAtIndexes(IndexSet({1, 3})); },
+       "*** -[Array objectsAtIndexes:]: index 3 in index set beyond bounds [0 .. 2]"}};
+  for (const auto& [call, reason] : failures) {
+    Exception e = raisedBy(call);
+    EXPECT_EQ(e.name(), ExceptionName::Range) << reason;
+    EXPECT_EQ(e.reason(), reason);
+  }
+  // A range whose end wraps around is out of bounds.
+  EXPECT_EQ(raisedBy([&] { list->indexOfObject(num(1), Range{1, UINT64_MAX}); }).name(), ExceptionName::Range);
   EXPECT_TRUE(list->subarrayWithRange({1, 2})->isEqualToArray(*numbers({2, 3})));
   EXPECT_TRUE(list->objectsAtIndexes(IndexSet(std::vector<Range>{{0, 1}, {2, 1}}))->isEqualToArray(*numbers({1, 3})));
 }
@@ -211,12 +206,7 @@ TEST(ArrayKeyValues, ValuesLineUpWithTheElementsAndDescriptorsSortByThem) {
   auto byNameDescending =
       people->sortedArrayUsingDescriptors({SortDescriptor::sortDescriptorWithKey(str("name"), false)});
   EXPECT_TRUE(isEqual(byNameDescending->valueForKey(*str("name"))->firstObject(), str("Cy")));
-  try {
-    arr({num(1)})->valueForKey(*str("age"));
-    FAIL();
-  } catch (const Exception& e) {
-    EXPECT_EQ(e.name(), ExceptionName::UnrecognizedMessage);
-  }
+  EXPECT_EQ(raisedBy([] { arr({num(1)})->valueForKey(*str("age")); }).name(), ExceptionName::UnrecognizedMessage);
 }
 
 TEST(MutableArrayEditing, TheArrayItselfAsArgument) {

@@ -6,24 +6,19 @@
 #include <cstdio>
 
 #include "tests/support/RaisedException.h"
+#include "tests/support/RecordedAssertions.h"
 #include "tq/platform/collection/Array.h"
-#include "tq/platform/object/Assert.h"
 #include "tq/platform/collection/Dictionary.h"
 #include "tq/platform/object/Exception.h"
 #include "tq/platform/value/Number.h"
 #include "tq/platform/collection/Set.h"
 #include "tq/platform/value/String.h"
 
-#if defined(TQ_BLOCK_ASSERTIONS) && TQ_BLOCK_ASSERTIONS
-#define TQ_REQUIRE_ASSERTIONS() GTEST_SKIP() << "assertions are compiled out"
-#else
-#define TQ_REQUIRE_ASSERTIONS() (void)0
-#endif
-
 namespace tq {
 namespace {
 
 using testing::raisedBy;
+using ContinuingHandler = testing::RecordedAssertions;
 
 // Renders as the locale and level it was asked for.
 class LevelEcho : public Object {
@@ -44,19 +39,6 @@ std::string address(const Object* object) {
   std::snprintf(buffer, sizeof buffer, "%p", static_cast<const void*>(object));
   return buffer;
 }
-
-// Records failures and lets execution go on, for the test's duration.
-class ContinuingHandler {
- public:
-  ContinuingHandler() {
-    previous_ = setAssertionHandler([this](const AssertionFailure& f) { reports.push_back(f.description); });
-  }
-  ~ContinuingHandler() { setAssertionHandler(previous_); }
-  std::vector<std::string> reports;
-
- private:
-  AssertionHandler previous_;
-};
 
 TEST(CollectionDescriptionLevels, NestedListsAndDictionariesIndentEveryLineOfTheirOwn) {
   auto nested = arr({str("a"), arr({str("b")})});
@@ -104,7 +86,7 @@ TEST(CollectionSelfContainment, DescriptionRaisesInsteadOfOverflowingTheStack) {
     ContinuingHandler handler;
     EXPECT_EQ(describeUTF8(list), "(\n    a,\n    <MutableArray: " + address(list.get()) + ">\n)");
     EXPECT_EQ(describeUTF8(map), "{\n    me = <MutableDictionary: " + address(map.get()) + ">;\n}");
-    EXPECT_EQ(handler.reports.size(), 2u);
+    EXPECT_EQ(handler.failures.size(), 2u);
   }
   // The raised failures left no walk behind: once the cycles are broken the
   // same collections describe normally.
@@ -128,7 +110,7 @@ TEST(CollectionSelfContainment, EqualityOfTwoSelfContainingListsRaisesInsteadOfR
   {
     ContinuingHandler handler;
     EXPECT_FALSE(isEqual(first, second));
-    EXPECT_EQ(handler.reports.size(), 1u);
+    EXPECT_EQ(handler.failures.size(), 1u);
   }
   auto map = make<MutableDictionary>();
   map->setObject(map, str("k"));

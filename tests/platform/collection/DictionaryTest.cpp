@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 
 #include "tq/platform/collection/Array.h"
+#include "tests/support/RaisedException.h"
 #include "tq/platform/object/Exception.h"
 #include "tq/platform/value/Number.h"
 
 using namespace tq;
+using tq::testing::raisedBy;
 
 namespace {
 
@@ -31,13 +33,9 @@ TEST(DictionaryKeys, AMutableKeyIsCopiedOnInsertion) {
 
 TEST(DictionaryKeys, NilKeysAndObjectsAreRefused) {
   auto map = MutableDictionary::dictionary();
-  try {
-    map->setObject(num(1), nullptr);
-    FAIL();
-  } catch (const Exception& e) {
-    EXPECT_EQ(e.name(), ExceptionName::InvalidArgument);
-    EXPECT_EQ(e.reason(), "*** -[MutableDictionary setObject:forKey:]: key cannot be nil");
-  }
+  Exception e = raisedBy([&] { map->setObject(num(1), nullptr); });
+  EXPECT_EQ(e.name(), ExceptionName::InvalidArgument);
+  EXPECT_EQ(e.reason(), "*** -[MutableDictionary setObject:forKey:]: key cannot be nil");
   EXPECT_THROW(map->setObject(nullptr, str("k")), Exception);
   EXPECT_THROW(map->removeObjectForKey(nullptr), Exception);
   map->setObject(num(1), str("k"));

@@ -4,9 +4,11 @@
 
 #include <vector>
 
+#include "tests/support/RaisedException.h"
 #include "tq/platform/object/Exception.h"
 
 using namespace tq;
+using tq::testing::raisedBy;
 
 namespace {
 
@@ -154,12 +156,7 @@ TEST(IndexSetBounds, TheMaximumIndexIsOneBelowNotFound) {
   auto set = MutableIndexSet::indexSet();
   set->addIndex(NotFound - 1);
   EXPECT_EQ(set->lastIndex(), NotFound - 1);
-  try {
-    set->addIndex(NotFound);
-    FAIL();
-  } catch (const Exception& e) {
-    EXPECT_EQ(e.name(), ExceptionName::InvalidArgument);
-  }
+  EXPECT_EQ(raisedBy([&] { set->addIndex(NotFound); }).name(), ExceptionName::InvalidArgument);
   EXPECT_THROW(IndexSet(Range{NotFound - 1, 2}), Exception);
   EXPECT_THROW(IndexSet(Range{5, UINT64_MAX}), Exception);
   EXPECT_NO_THROW(IndexSet(Range{0, NotFound}));

@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 
 #include "tq/platform/collection/Array.h"
+#include "tests/support/RaisedException.h"
 #include "tq/platform/object/Exception.h"
 #include "tq/platform/value/Number.h"
 
 using namespace tq;
+using tq::testing::raisedBy;
 
 TEST(Set, MembersByEqualityKeepTheFirstStoredObjectAndInsertionOrder) {
   auto first = str("b");
@@ -81,14 +83,9 @@ TEST(MutableSet, ManyRemovalsKeepLookupsAndOrderRight) {
 }
 
 TEST(MutableSet, NilIsRefused) {
-  auto s = MutableSet::set();
-  try {
-    s->addObject(nullptr);
-    FAIL();
-  } catch (const Exception& e) {
-    EXPECT_EQ(e.name(), ExceptionName::InvalidArgument);
-    EXPECT_EQ(e.reason(), "*** -[MutableSet addObject:]: object cannot be nil");
-  }
+  Exception e = raisedBy([] { MutableSet::set()->addObject(nullptr); });
+  EXPECT_EQ(e.name(), ExceptionName::InvalidArgument);
+  EXPECT_EQ(e.reason(), "*** -[MutableSet addObject:]: object cannot be nil");
   EXPECT_THROW(set({str("a"), nullptr}), Exception);
 }
 

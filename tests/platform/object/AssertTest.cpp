@@ -4,9 +4,13 @@
 
 #include <thread>
 
+#include "tests/support/RaisedException.h"
+#include "tests/support/RecordedAssertions.h"
 #include "tq/platform/object/Exception.h"
 
 using namespace tq;
+using tq::testing::raisedBy;
+using RecordingHandler = tq::testing::RecordedAssertions;
 
 namespace {
 
@@ -20,30 +24,13 @@ int checkedHalf(int x) {
 
 void fixedPlace() { TQ_ASSERT_AT(false, "TQVersionDetails", 33, "malformed version string 1.2.3.4"); }
 
-// Installs a recording handler for the test's duration.
-class RecordingHandler {
- public:
-  RecordingHandler() {
-    previous_ = setAssertionHandler([this](const AssertionFailure& failure) { failures.push_back(failure); });
-  }
-  ~RecordingHandler() { setAssertionHandler(previous_); }
-  std::vector<AssertionFailure> failures;
-
- private:
-  AssertionHandler previous_;
-};
-
 }  // namespace
 
 TEST(AssertDefault, RaisesInternalInconsistencyWithTheCondition) {
   EXPECT_EQ(checkedHalf(4), 2);
-  try {
-    checkedHalf(0);
-    FAIL() << "the default handler raises";
-  } catch (const Exception& e) {
-    EXPECT_EQ(e.name(), ExceptionName::InternalInconsistency);
-    EXPECT_EQ(e.reason(), "Invalid parameter not satisfying: x > 0");
-  }
+  Exception e = raisedBy([] { checkedHalf(0); });  // the default handler raises
+  EXPECT_EQ(e.name(), ExceptionName::InternalInconsistency);
+  EXPECT_EQ(e.reason(), "Invalid parameter not satisfying: x > 0");
 }
 
 TEST(AssertHandler, ReceivesMethodFileAndLineAndExecutionGoesOn) {
@@ -80,12 +67,8 @@ TEST(AssertHandler, IsPerThreadAndRestoresTheDefault) {
 }
 
 TEST(ExceptionText, WhatJoinsNameAndReason) {
-  try {
-    raiseUnrecognizedMessage(nullptr, "frobnicate:");
-    FAIL();
-  } catch (const Exception& e) {
-    EXPECT_EQ(e.name(), ExceptionName::UnrecognizedMessage);
-    EXPECT_EQ(std::string(e.what()),
-              "UnrecognizedMessageException: -[nil frobnicate:]: unrecognized selector sent to instance 0x0");
-  }
+  Exception e = raisedBy([] { raiseUnrecognizedMessage(nullptr, "frobnicate:"); });
+  EXPECT_EQ(e.name(), ExceptionName::UnrecognizedMessage);
+  EXPECT_EQ(std::string(e.what()),
+            "UnrecognizedMessageException: -[nil frobnicate:]: unrecognized selector sent to instance 0x0");
 }

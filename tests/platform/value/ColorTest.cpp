@@ -59,9 +59,7 @@ TEST(ColorSpaces, ConversionKeepsComponentsBetweenRGBSpacesAndTakesTheLumaToWhit
   EXPECT_EQ(green->colorSpace(), ColorSpace::DeviceWhite);
   EXPECT_NEAR(green->whiteComponent(), 0.7152, kTolerance);
   EXPECT_EQ(green->numberOfComponents(), 2u);
-}
-
-TEST(ColorSpaces, ComponentsAreNotClamped) {
+  // Components are not clamped.
   auto extended = Color::colorWithDeviceRed(300.0 / 255.0, -0.5, 0, 1.5);
   expectRGBA(*extended, 300.0 / 255.0, -0.5, 0, 1.5);
 }
@@ -95,7 +93,7 @@ TEST(ColorHSB, RGBColoursAnswerTheirHexconeValues) {
   expectHSB(*Color::colorWithDeviceRed(0, 0, 0, 1), 0, 0, 0);
 }
 
-TEST(ColorObject, EqualityIsBySpaceAndComponents) {
+TEST(ColorObject, EqualityAndDescriptionAreBySpaceAndComponents) {
   auto a = Color::colorWithDeviceRed(0.1, 0.2, 0.3, 1);
   auto b = Color::colorWithDeviceRed(0.1, 0.2, 0.3, 1);
   EXPECT_TRUE(a->isEqual(*b));
@@ -110,9 +108,7 @@ TEST(ColorObject, EqualityIsBySpaceAndComponents) {
   auto notANumber = Color::colorWithDeviceWhite(std::nan(""), 1);
   EXPECT_TRUE(notANumber->isEqual(*Color::colorWithDeviceWhite(std::nan(""), 1)));
   EXPECT_EQ(a->copy().get(), a.get()) << "colours are immutable";
-}
 
-TEST(ColorObject, DescriptionNamesTheSpaceAndComponents) {
   EXPECT_EQ(describeUTF8(Color::colorWithCalibratedRed(1, 0, 0.5, 1)), "CalibratedRGB 1 0 0.5 1");
   EXPECT_EQ(describeUTF8(Color::colorWithDeviceWhite(0.5, 0.25)), "DeviceWhite 0.5 0.25");
 }

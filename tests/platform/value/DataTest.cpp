@@ -9,9 +9,12 @@
 #include <numeric>
 #include <vector>
 
+#include "tests/support/RaisedException.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tq/platform/object/Exception.h"
 
 using namespace tq;
+using tq::testing::raisedBy;
 
 namespace {
 
@@ -21,33 +24,24 @@ Ref<Data> counting(std::size_t length) {
   return make<Data>(std::move(bytes));
 }
 
-// A fresh folder under the temporary directory, removed afterwards.
 class DataFiles : public ::testing::Test {
  protected:
-  void SetUp() override {
-    std::string pattern = (std::filesystem::temp_directory_path() / "tq-data-XXXXXX").string();
-    ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-    folder_ = pattern;
-  }
-  void TearDown() override { std::filesystem::remove_all(folder_); }
   std::vector<std::string> entries() const {
     std::vector<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator(folder_)) names.push_back(entry.path().filename());
     return names;
   }
-  std::filesystem::path folder_;
+  tq::testing::TemporaryFolder scratch_{"data"};
+  const std::filesystem::path& folder_ = scratch_.path();
 };
 
 }  // namespace
 
-TEST(DataDescription, ShortDataInGroupsOfFourBytes) {
+TEST(DataDescription, GroupsOfFourBytesAndForLongDataTheFirstSixteenAndTheLastEight) {
   EXPECT_EQ(describeUTF8(Data::data()), "{length = 0, bytes = 0x}");
   EXPECT_EQ(describeUTF8(counting(5)), "{length = 5, bytes = 0x00010203 04}");
   EXPECT_EQ(describeUTF8(counting(24)),
             "{length = 24, bytes = 0x00010203 04050607 08090a0b 0c0d0e0f 10111213 14151617}");
-}
-
-TEST(DataDescription, LongDataShowsTheFirstSixteenAndTheLastEightBytes) {
   EXPECT_EQ(describeUTF8(counting(25)),
             "{length = 25, bytes = 0x00010203 04050607 08090a0b 0c0d0e0f ... 11121314 15161718 }");
   EXPECT_EQ(describeUTF8(counting(300)),
@@ -58,13 +52,9 @@ TEST(DataRanges, SubdataAndReplacement) {
   auto data = counting(10);
   EXPECT_EQ(data->subdataWithRange({8, 2})->vector(), (std::vector<std::uint8_t>{8, 9}));
   EXPECT_EQ(data->subdataWithRange({10, 0})->length(), 0u);
-  try {
-    data->subdataWithRange({9, 2});
-    FAIL();
-  } catch (const Exception& e) {
-    EXPECT_EQ(e.name(), ExceptionName::Range);
-    EXPECT_EQ(e.reason(), "-[Data subdataWithRange:]: range {9, 2} exceeds data length 10");
-  }
+  Exception e = raisedBy([&] { data->subdataWithRange({9, 2}); });
+  EXPECT_EQ(e.name(), ExceptionName::Range);
+  EXPECT_EQ(e.reason(), "-[Data subdataWithRange:]: range {9, 2} exceeds data length 10");
   EXPECT_THROW(data->subdataWithRange({1, UINT64_MAX}), Exception);
   auto changeable = cast<MutableData>(data->mutableCopy());
   ASSERT_TRUE(changeable);

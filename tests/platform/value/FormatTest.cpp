@@ -22,9 +22,7 @@ TEST(FormatObjects, DescriptionsAndNil) {
   EXPECT_EQ(formatUTF8("<%@>", live.get()), "<7>");
   EXPECT_EQ(formatUTF8("%@", *live), "7") << "an object by reference";
   EXPECT_EQ(formatUTF8("%-4@|%4@|%.2@", str("ab"), str("cd"), str("xyz")), "ab  |  cd|xy");
-}
-
-TEST(FormatObjects, NonObjectsUnderPercentAtPrintTheirNaturalForm) {
+  // Non-objects under %@ print their natural form.
   EXPECT_EQ(formatUTF8("%@ %@ %@", 12, 2.5, "text"), "12 2.5 text");
 }
 

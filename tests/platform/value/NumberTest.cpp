@@ -7,10 +7,12 @@
 #include <cstdint>
 #include <limits>
 
+#include "tests/support/RaisedException.h"
 #include "tq/platform/object/Exception.h"
 #include "tq/platform/value/String.h"
 
 using namespace tq;
+using tq::testing::raisedBy;
 
 namespace {
 
@@ -89,12 +91,7 @@ TEST(NumberDescription, ShortestForms) {
 TEST(NumberCompare, TheCompareMessage) {
   EXPECT_EQ(num(1)->compare(*num(2.5)), ComparisonResult::Ascending);
   EXPECT_EQ(compareSelector(*num(3u), *num(3.0)), ComparisonResult::Same);
-  try {
-    num(1)->compare(*str("1"));
-    FAIL();
-  } catch (const Exception& e) {
-    EXPECT_EQ(e.name(), ExceptionName::InvalidArgument);
-  }
+  EXPECT_EQ(raisedBy([] { num(1)->compare(*str("1")); }).name(), ExceptionName::InvalidArgument);
   EXPECT_EQ(Number::numberWithBool(true).get(), num(true).get()) << "the booleans are shared";
 }
 
