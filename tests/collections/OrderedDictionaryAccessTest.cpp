@@ -200,12 +200,10 @@ TEST(OrderedDictionaryFirstEntryInCommon, ANonEmptyListKeyWouldLoopForeverAndAss
   EXPECT_EQ(asked, 1) << "one turn of the walk compares the two objects for the list's first element";
 
   // A handler that returns lets the call go on, and it answers nil.
-  std::vector<AssertionFailure> reports;
-  AssertionHandler previous = setAssertionHandler([&](const AssertionFailure& f) { reports.push_back(f); });
+  RecordedAssertions reports;
   EXPECT_EQ(d->firstEntryInCommonWithOrderedDictionary(*other), nullptr);
-  setAssertionHandler(previous);
-  ASSERT_EQ(reports.size(), 1u);
-  EXPECT_NE(reports[0].file.find("TQOrderedDictionarySearching.cpp"), std::string::npos);
+  ASSERT_EQ(reports.failures.size(), 1u);
+  EXPECT_NE(reports.failures[0].file.find("TQOrderedDictionarySearching.cpp"), std::string::npos);
 }
 
 TEST(OrderedDictionaryFirstEntryInCommon, TheKeyListThatHoldsItselfIsSuchAKey) {

@@ -1,11 +1,7 @@
 // Construction, the checked initialiser, copying, archiving and files.
 
-#include <unistd.h>
-
-#include <cstdio>
-#include <filesystem>
-
 #include "OrderedDictionaryTestSupport.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tq/platform/object/Assert.h"
 #include "tq/platform/archive/KeyedArchive.h"
 #include "tq/platform/archive/PropertyList.h"
@@ -16,31 +12,24 @@ namespace {
 // The helpers of OrderedDictionaryTestSupport.h.
 using namespace testing;
 
-TEST(OrderedDictionaryCheckedInitialiser, MismatchedCountsRaiseInternalInconsistency) {
+TEST(OrderedDictionaryCheckedInitialiser, MismatchedCountsAndDuplicateKeysRaiseInternalInconsistency) {
   TQ_REQUIRE_ASSERTIONS();
-  Exception e = raisedBy([] {
-    TQOrderedDictionary::withObjects(arr({num(1), num(2)}), arr({str("a"), str("b"), str("c")}));
-  });
-  EXPECT_EQ(e.name(), ExceptionName::InternalInconsistency);
-  EXPECT_EQ(e.reason(), "The amount of objects does not match the number of keys");
-}
-
-TEST(OrderedDictionaryCheckedInitialiser, DuplicateKeysRaiseInternalInconsistency) {
-  TQ_REQUIRE_ASSERTIONS();
-  Exception e = raisedBy([] {
-    TQOrderedDictionary::withObjects(arr({num(1), num(2), num(3)}), arr({str("a"), str("b"), str("a")}));
-  });
-  EXPECT_EQ(e.name(), ExceptionName::InternalInconsistency);
-  EXPECT_EQ(e.reason(), "There are duplicate keys on initialization");
+  const std::pair<Ref<Array>, std::string> cases[] = {
+      {arr({str("a"), str("b"), str("c")}), "The amount of objects does not match the number of keys"},
+      {arr({str("a"), str("a")}), "There are duplicate keys on initialization"}};
+  for (const auto& [keys, reason] : cases) {
+    Exception e = raisedBy([&] { TQOrderedDictionary::withObjects(arr({num(1), num(2)}), keys); });
+    EXPECT_EQ(e.name(), ExceptionName::InternalInconsistency) << reason;
+    EXPECT_EQ(e.reason(), reason);
+  }
 }
 
 TEST(OrderedDictionaryCheckedInitialiser, ReportsTheFixedFileAndLines) {
   TQ_REQUIRE_ASSERTIONS();
-  std::vector<AssertionFailure> reports;
-  AssertionHandler previous = setAssertionHandler([&](const AssertionFailure& f) { reports.push_back(f); });
   // A handler that returns lets construction go on, as with assertions off.
+  RecordedAssertions recorded;
   auto d = TQOrderedDictionary::withObjects(arr({num(1), num(2)}), arr({str("a"), str("a"), str("b")}));
-  setAssertionHandler(previous);
+  const auto& reports = recorded.failures;
   ASSERT_EQ(reports.size(), 2u);
   EXPECT_EQ(reports[0].file, "TQOrderedDictionary");
   EXPECT_EQ(reports[0].line, 116);
@@ -167,13 +156,8 @@ TEST(OrderedDictionaryArchiving, ListsUnderTheirKeysAndTheClassChainInTheArchive
 
 class OrderedDictionaryFiles : public ::testing::Test {
  protected:
-  void SetUp() override {
-    dir_ = std::filesystem::temp_directory_path() / ("tq-odict-" + std::to_string(::getpid()));
-    std::filesystem::create_directories(dir_);
-  }
-  void TearDown() override { std::filesystem::remove_all(dir_); }
-  std::string path(const char* name) const { return (dir_ / name).string(); }
-  std::filesystem::path dir_;
+  std::string path(const char* name) const { return (folder_.path() / name).string(); }
+  TemporaryFolder folder_{"odict"};
 };
 
 TEST_F(OrderedDictionaryFiles, WrittenFileReadsBackEmpty) {

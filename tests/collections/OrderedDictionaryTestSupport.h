@@ -6,17 +6,11 @@
 #include <string>
 
 #include "tests/support/RaisedException.h"
+#include "tests/support/RecordedAssertions.h"
 #include "tq/collections/TQMutableOrderedDictionary.h"
 #include "tq/platform/object/Exception.h"
 #include "tq/platform/value/Number.h"
 #include "tq/platform/value/String.h"
-
-/// The checked initialiser's assertions vanish in builds with assertions off.
-#if defined(TQ_BLOCK_ASSERTIONS) && TQ_BLOCK_ASSERTIONS
-#define TQ_REQUIRE_ASSERTIONS() GTEST_SKIP() << "assertions are compiled out"
-#else
-#define TQ_REQUIRE_ASSERTIONS() (void)0
-#endif
 
 namespace tq::testing {
 
