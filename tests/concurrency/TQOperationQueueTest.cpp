@@ -10,6 +10,8 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/Eventually.h"
+#include "tests/support/RaisedException.h"
+#include "tests/support/RecordedAssertions.h"
 #include "tq/concurrency/TQOperationQueue.h"
 #include "tq/platform/object/Assert.h"
 #include "tq/platform/dispatch/DispatchSemaphore.h"
@@ -24,6 +26,7 @@ using namespace std::chrono_literals;
 
 using Recorder = testing::Recorder<>;
 using testing::eventually;
+using testing::raisedBy;
 
 TEST(TQOperationQueueTest, FinalBlockQueueWaitsForStartThenRunsEverythingBeforeTheFinalWork) {
   Recorder record;
@@ -34,6 +37,7 @@ TEST(TQOperationQueueTest, FinalBlockQueueWaitsForStartThenRunsEverythingBeforeT
   });
   EXPECT_TRUE(queue->isSuspended());
   ASSERT_NE(queue->uuid(), nullptr);
+  EXPECT_FALSE(queue->uuid()->isEqual(*TQOperationQueue::newWithSetup(nullptr)->uuid())) << "each queue its own";
   queue->addOperationWithBlock([&] {
     std::this_thread::sleep_for(10ms);
     record("one");
@@ -49,16 +53,6 @@ TEST(TQOperationQueueTest, FinalBlockQueueWaitsForStartThenRunsEverythingBeforeT
   EXPECT_EQ(events.back(), "final");
   // Held weakly: gone once the queue has let go of it.
   EXPECT_TRUE(eventually([&] { return queue->finalOperation() == nullptr; }));
-}
-
-TEST(TQOperationQueueTest, FactoriesGiveEachQueueItsOwnIdentity) {
-  auto a = TQOperationQueue::newWithFinalBlock([] {});
-  auto b = TQOperationQueue::newWithFinalBlock([] {});
-  EXPECT_FALSE(a->uuid()->isEqual(*b->uuid()));
-  a->start();
-  b->start();
-  a->waitUntilAllOperationsAreFinished();
-  b->waitUntilAllOperationsAreFinished();
 }
 
 TEST(TQOperationQueueTest, BarrierSeparatesTheOperationsBeforeAndAfterIt) {
@@ -151,13 +145,9 @@ TEST(TQOperationQueueTest, SelfOwningQueueRunsItsSetupThenReleasesItself) {
 }
 
 TEST(TQOperationQueueTest, WithSetupAloneReportsItsEndlessRecursion) {
-  try {
-    TQOperationQueue::withSetup([](const Ref<TQOperationQueue>&) {});
-    FAIL() << "expected an assertion failure";
-  } catch (const Exception& e) {
-    EXPECT_EQ(e.name(), ExceptionName::InternalInconsistency);
-    EXPECT_NE(e.reason().find("without end"), std::string::npos);
-  }
+  Exception e = raisedBy([] { TQOperationQueue::withSetup([](const Ref<TQOperationQueue>&) {}); });
+  EXPECT_EQ(e.name(), ExceptionName::InternalInconsistency);
+  EXPECT_NE(e.reason().find("without end"), std::string::npos);
 }
 
 TEST(TQOperationQueueTest, SignallingOperationFinishesWhenSignalled) {
@@ -219,20 +209,16 @@ TEST(TQOperationQueueTest, AsyncBlockIsDoneFromAnotherThread) {
 TEST(TQOperationQueueTest, MainThreadExecutionFailsUnlessAllowed) {
   ASSERT_TRUE(RunLoop::isMainThread());
   auto forbidden = TQSignallingOperation::newWithBlock([](const Ref<TQSignallingOperation>& op) { op->signal(); });
-  try {
-    forbidden->start();
-    FAIL() << "expected an assertion failure";
-  } catch (const Exception& e) {
-    EXPECT_EQ(e.reason(), "Execution block should not be occuring on main thread");
+  EXPECT_EQ(raisedBy([&] { forbidden->start(); }).reason(), "Execution block should not be occuring on main thread");
+  {
+    testing::RecordedAssertions recorded;
+    auto reported = TQSignallingOperation::newWithBlock([](const Ref<TQSignallingOperation>& op) { op->signal(); });
+    reported->start();
+    ASSERT_EQ(recorded.failures.size(), 1u);
+    EXPECT_EQ(recorded.failures[0].file, "TQSignallingOperation");
+    EXPECT_EQ(recorded.failures[0].line, 35);
+    EXPECT_TRUE(reported->isFinished()) << "with a handler that returns, execution goes on";
   }
-  AssertionFailure seen;
-  auto previous = setAssertionHandler([&](const AssertionFailure& f) { seen = f; });
-  auto reported = TQSignallingOperation::newWithBlock([](const Ref<TQSignallingOperation>& op) { op->signal(); });
-  reported->start();
-  setAssertionHandler(previous);
-  EXPECT_EQ(seen.file, "TQSignallingOperation");
-  EXPECT_EQ(seen.line, 35);
-  EXPECT_TRUE(reported->isFinished()) << "with a handler that returns, execution goes on";
 
   auto allowed = TQSignallingOperation::newWithBlock([](const Ref<TQSignallingOperation>& op) { op->signal(); });
   allowed->setCanBeExecutedOnMain(true);
