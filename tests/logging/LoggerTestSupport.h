@@ -15,6 +15,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/Eventually.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tq/logging/LogConsoleSink.h"
 #include "tq/logging/TQLogger.h"
 #include "tq/platform/system/Clocks.h"
@@ -23,14 +24,8 @@ namespace tq::testing {
 
 namespace fs = std::filesystem;
 
-inline fs::path makeTemporaryFolder(const std::string& tag) {
-  static int counter = 0;
-  fs::path dir =
-      fs::temp_directory_path() / ("tq-" + tag + "-" + std::to_string(::getpid()) + "-" + std::to_string(++counter));
-  fs::remove_all(dir);
-  fs::create_directories(dir);
-  return dir;
-}
+/// A path in a test's temporary folder: `folder / "p.log"`.
+inline fs::path operator/(const TemporaryFolder& folder, const fs::path& name) { return folder.path() / name; }
 
 inline std::string readWholeFile(const fs::path& path) {
   std::ifstream in(path, std::ios::binary);
@@ -63,14 +58,12 @@ class LoggerFixture : public ::testing::Test {
     ::setenv("TZ", "UTC", 1);
     ::tzset();
     previousClock_ = WallClock::setCurrent(std::make_shared<ManualClock>(fixedMomentSince1970));
-    folder_ = makeTemporaryFolder("logger");
     path_ = folder_ / "PluginLogs" / "pluginConsole.log";
     logger_ = TQLogger::initWithLogFileURL(path_.string(), {});
   }
   void TearDown() override {
     logger_.reset();
     WallClock::setCurrent(previousClock_);
-    fs::remove_all(folder_);
   }
   std::string fileText() {
     logger_->flush();
@@ -78,7 +71,7 @@ class LoggerFixture : public ::testing::Test {
   }
 
   std::shared_ptr<const WallClock> previousClock_;
-  fs::path folder_;
+  TemporaryFolder folder_{"logger"};
   fs::path path_;
   Ref<TQLogger> logger_;
   RecordingConsole console_;

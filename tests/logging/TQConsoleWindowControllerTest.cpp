@@ -119,7 +119,7 @@ TEST_F(ConsoleModelTest, AppendedTextContinuesTheNumberingThroughTheFilter) {
 
 TEST(ConsoleModelLoggerTest, FollowsTheLoggersFile) {
   RunLoop::main().drain();
-  auto folder = makeTemporaryFolder("console");
+  TemporaryFolder folder("console");
   auto logger = TQLogger::initWithLogFileURL((folder / "c.log").string(), {});
   logger->setLogToConsole(false);
   logger->logForPlugin("Torvy", "sync", std::nullopt, 0, "f.cpp", nullptr, 0, "first");
@@ -140,7 +140,6 @@ TEST(ConsoleModelLoggerTest, FollowsTheLoggersFile) {
   ASSERT_TRUE(RunLoop::main().runUntil([&] { return appended.find("second") != std::string::npos; }, 5));
   EXPECT_NE(appended.find("     2 : "), std::string::npos) << appended;
   logger->setDelegate({});
-  fs::remove_all(folder);
 }
 
 }  // namespace

@@ -109,7 +109,7 @@ TEST(TQLogEntryPointTest, WithoutALoggerTheMessageGoesToStandardOutput) {
 TEST(TQLogEntryPointTest, WithALoggerTheEntryPointsUseThePluginName) {
   ::setenv("TZ", "UTC", 1);
   ::tzset();
-  auto folder = makeTemporaryFolder("entry");
+  TemporaryFolder folder("entry");
   auto app = Application::shared();
   auto saved = logger(*app);
   auto log = TQLogger::initWithLogFileURL((folder / "p.log").string(), {});
@@ -125,7 +125,6 @@ TEST(TQLogEntryPointTest, WithALoggerTheEntryPointsUseThePluginName) {
   EXPECT_NE(text.find(": [Torvy:dev] fn:4\n\t\tbranched\n"), std::string::npos) << text;
   EXPECT_NE(text.find(": [Torvy 🐞 #9] fn:5\n\t\tbugged\n"), std::string::npos) << text;
   setLogger(*app, saved);
-  fs::remove_all(folder);
 }
 
 TEST(TQLogEntryPointDeathTest, WithoutAnApplicationObjectTheProcessStops) {
@@ -140,7 +139,7 @@ TEST(TQLogEntryPointDeathTest, WithoutAnApplicationObjectTheProcessStops) {
 }
 
 TEST(TQLoggerVersionTest, ReportListsSystemLoggerAndComponents) {
-  auto data = makeTemporaryFolder("data");
+  TemporaryFolder data("data");
   auto bundle = data / "Mail/Bundles/Sample.mailbundle/Contents";
   fs::create_directories(bundle);
   std::ofstream(bundle / "Info.plist")
@@ -162,8 +161,8 @@ TEST(TQLoggerVersionTest, ReportListsSystemLoggerAndComponents) {
   std::string text = readWholeFile(data / "v.log");
   EXPECT_NE(text.find(" : Loaded Mail Version 16.0 (3731)\n\t\t"), std::string::npos) << text;
   EXPECT_NE(text.find(")Logger: TQLogger (version 20191204)\n\t\tInstalled Bundles:\n\t\t\t" +
-                      (fs::canonical(data) / "Mail/Bundles/Binary.mailbundle").string() + " (77.1)\n\t\t\t" +
-                      (fs::canonical(data) / "Mail/Bundles/Sample.mailbundle").string() + " (1234)\n"),
+                      (fs::canonical(data.path()) / "Mail/Bundles/Binary.mailbundle").string() + " (77.1)\n\t\t\t" +
+                      (fs::canonical(data.path()) / "Mail/Bundles/Sample.mailbundle").string() + " (1234)\n"),
             std::string::npos)
       << text;
   EXPECT_NE(text.find("Installed Suite Components:\n\t\t\t"), std::string::npos);
@@ -171,8 +170,6 @@ TEST(TQLoggerVersionTest, ReportListsSystemLoggerAndComponents) {
   EXPECT_EQ(text.find("Ignored"), std::string::npos);
   ASSERT_EQ(console.records().size(), 1u);
   EXPECT_EQ(console.records()[0].subsystem, "SuiteBundle");
-
-  fs::remove_all(data);
 }
 
 TEST(TQLoggerExceptionDeathTest, UncaughtExceptionIsLoggedBeforeThePreviousHandler) {

@@ -38,7 +38,7 @@ long linesPerThread() {
 TEST(TQLoggerStressTest, EightThreadsLoseNothingAndKeepTheirOrder) {
   constexpr int kThreads = 8;
   const long perThread = linesPerThread();
-  auto folder = makeTemporaryFolder("stress");
+  TemporaryFolder folder("stress");
   auto path = folder / "stress.log";
   auto logger = TQLogger::initWithLogFileURL(path.string(), {});
   logger->setLogToConsole(false);
@@ -89,7 +89,6 @@ TEST(TQLoggerStressTest, EightThreadsLoseNothingAndKeepTheirOrder) {
   EXPECT_EQ(malformed, 0);
   EXPECT_EQ(lines, kThreads * perThread);
   for (int t = 0; t < kThreads; ++t) EXPECT_EQ(next[t], perThread) << "thread " << t;
-  fs::remove_all(folder);
 }
 
 }  // namespace

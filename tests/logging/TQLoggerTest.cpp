@@ -201,7 +201,7 @@ TEST(TQLoggerIdentityTest, BundleIdentifierRegistrationKeepsTheFirst) {
 }
 
 TEST(TQLoggerFileTest, SetUpReplacesThePreviousLogAndAFileInPlaceOfTheFolder) {
-  auto folder = makeTemporaryFolder("setup");
+  TemporaryFolder folder("setup");
   auto logs = folder / "PluginLogs";
   {
     std::ofstream blocker(logs);  // a file where the folder should be
@@ -219,7 +219,6 @@ TEST(TQLoggerFileTest, SetUpReplacesThePreviousLogAndAFileInPlaceOfTheFolder) {
   auto second = TQLogger::initWithLogFileURL((logs / "." / "pluginConsole.log").string(), {}, "initial text");
   EXPECT_EQ(second->logPath(), (logs / "pluginConsole.log").string()) << "the path is standardised";
   EXPECT_EQ(second->consoleLog()->utf8(), "") << "every launch starts an empty log; the initial log is ignored";
-  fs::remove_all(folder);
 }
 
 TEST(TQLoggerFileTest, AFileThatCannotBeCreatedIsReportedToThePlatformLog) {
@@ -235,12 +234,11 @@ TEST(TQLoggerFileTest, AFileThatCannotBeCreatedIsReportedToThePlatformLog) {
 }
 
 TEST(TQLoggerFileTest, SymlinkedFolderIsResolved) {
-  auto folder = makeTemporaryFolder("symlink");
+  TemporaryFolder folder("symlink");
   fs::create_directories(folder / "real");
   fs::create_directory_symlink(folder / "real", folder / "link");
   auto logger = TQLogger::initWithLogFileURL((folder / "link" / "x.log").string(), {});
   EXPECT_EQ(logger->logPath(), (fs::canonical(folder / "real") / "x.log").string());
-  fs::remove_all(folder);
 }
 
 TEST(TQLoggerFileTest, WithoutAPathOnlyTheConsoleIsWritten) {

@@ -40,7 +40,7 @@ TEST(TqkitConsoleInteractiveTest, FilterFollowClearAndQuit) {
   fs::path tqkit = tqkitOfThisBuild();
   if (!fs::exists(tqkit)) GTEST_SKIP() << "tqkit is not built in this tree";
   if (std::system("tmux -V >/dev/null 2>&1") != 0) GTEST_SKIP() << "tmux is not installed";
-  auto folder = makeTemporaryFolder("tmux");
+  TemporaryFolder folder("tmux");
   std::string log = (folder / "p.log").string();
   auto logLines = [&](const std::string& lines) {
     ASSERT_EQ(std::system((tqkit.string() + " log --no-console --log " + log + " " + lines).c_str()), 0);
@@ -77,7 +77,6 @@ TEST(TqkitConsoleInteractiveTest, FilterFollowClearAndQuit) {
 
   console.keys("Escape");
   EXPECT_TRUE(eventually([&] { return !console.running(); }, 5.0, 50ms)) << "Esc quits";
-  fs::remove_all(folder);
 }
 
 }  // namespace

@@ -21,16 +21,12 @@ class TqkitLogTest : public ::testing::Test {
   void SetUp() override {
     tqkit_ = tqkitOfThisBuild().string();
     if (!fs::exists(tqkit_)) GTEST_SKIP() << "tqkit is not built in this tree";
-    folder_ = makeTemporaryFolder("tqkit-log");
     log_ = (folder_ / "logs" / "p.log").string();
-  }
-  void TearDown() override {
-    if (!folder_.empty()) fs::remove_all(folder_);
   }
   CommandResult tqkit(const std::string& arguments) { return runCommand(tqkit_ + " " + arguments + " 2>/dev/null"); }
 
   std::string tqkit_;
-  fs::path folder_;
+  TemporaryFolder folder_{"tqkit-log"};
   std::string log_;
 };
 
