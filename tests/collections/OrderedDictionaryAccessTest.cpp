@@ -383,20 +383,15 @@ class LocaleOnly : public Object {
   Ref<String> descriptionWithLocale(const Id& locale) const override { return str("L:" + describeUTF8(locale)); }
 };
 
-TEST(OrderedDictionaryDescription, PlainFormat) {
+TEST(OrderedDictionaryDescription, PlainLocaleAndIndentedForms) {
   auto d = TQOrderedDictionary::withObjects(arr({num(1), num(2)}), arr({str("a"), str("b")}));
   EXPECT_EQ(describeUTF8(d), "{\n\ta = 1;\n\tb = 2\n}");
   EXPECT_EQ(describeUTF8(TQOrderedDictionary::orderedDictionary()), "{\n}");
-}
-
-TEST(OrderedDictionaryDescription, LocaleFormatNestsAtLevelOne) {
+  // The locale form nests at level one.
   auto inner = TQOrderedDictionary::orderedDictionaryWithObject(num(1), str("x"));
-  auto d = TQOrderedDictionary::withObjects(arr({inner, make<LocaleOnly>()}), arr({str("a"), str("b")}));
-  EXPECT_EQ(describeUTF8(d->descriptionWithLocale(str("fr"))), "{\n\ta =     {\t\nx = 1\n\t};\n\tb = L:fr\n}");
-}
-
-TEST(OrderedDictionaryDescription, IndentPutsTabsBeforeTheLineBreak) {
-  auto d = TQOrderedDictionary::withObjects(arr({num(1), num(2)}), arr({str("a"), str("b")}));
+  auto localised = TQOrderedDictionary::withObjects(arr({inner, make<LocaleOnly>()}), arr({str("a"), str("b")}));
+  EXPECT_EQ(describeUTF8(localised->descriptionWithLocale(str("fr"))), "{\n\ta =     {\t\nx = 1\n\t};\n\tb = L:fr\n}");
+  // An indent puts its tabs before the line break.
   EXPECT_EQ(describeUTF8(d->descriptionWithLocale(nullptr, 2)), "    {\t\t\na = 1;\t\t\nb = 2\n\t\t}");
   auto nested = TQOrderedDictionary::orderedDictionaryWithObject(d, str("n"));
   EXPECT_EQ(describeUTF8(nested->descriptionWithLocale(nullptr, 0)), "    {\nn =     {\t\na = 1;\t\nb = 2\n\t}\n}");
