@@ -122,8 +122,9 @@ TEST_F(TqkitStreaming, EncodeBodyStreamsWhatTheLibraryGivesForTheWholeText) {
   // encoded from its bytes, one in another charset goes through text.
   std::string body;
   while (body.size() < 3 * tqkit::BlockSize) body += "Gr\xC3\xBC\xC3\x9F" "e \xE2\x82\xAC\xF0\x9F\x98\x80 x\r\n";
-  for (const std::string& text : {body, "caf\xC3\xA9 =x\r\n" + std::string(100, 'x') + "\nend \n",
-                                  std::string("trailing space "), std::string("\xF0\x9F\x98\x80\r\rcr"), std::string()}) {
+  const std::string bodies[] = {body, "caf\xC3\xA9 =x\r\n" + std::string(100, 'x') + "\nend \n", "trailing space ",
+                                "\xF0\x9F\x98\x80\r\rcr", ""};
+  for (const std::string& text : bodies) {
     for (const char* charset : {"utf-8", "iso-8859-1"}) {
       const auto expected = MimeEncoding::quotedPrintableStringForPlainTextBody(
           *str(text), Charset::encodingForIANAName(std::string_view(charset)));
