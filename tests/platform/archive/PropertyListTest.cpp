@@ -23,9 +23,7 @@ using namespace tq;
 
 namespace {
 
-using tq::plist_test::plistDocument;
-
-std::string document(const std::string& body) { return plistDocument(body); }
+constexpr auto document = tq::plist_test::plistDocument;
 
 Ref<Data> bytes(std::size_t count) {
   auto data = make<MutableData>();

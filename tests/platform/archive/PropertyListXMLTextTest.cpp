@@ -23,9 +23,7 @@ using namespace tq;
 
 namespace {
 
-using tq::plist_test::plistDocument;
-
-std::string document(const std::string& body) { return plistDocument(body); }
+constexpr auto document = tq::plist_test::plistDocument;
 
 // The writer's escaping, done the obvious way on UTF-8.
 std::string escaped(const std::string& utf8) {
