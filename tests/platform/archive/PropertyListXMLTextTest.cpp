@@ -188,6 +188,7 @@ TEST(XMLPropertyListText, Base64IsReadWhateverTheSpacingAndRefusedWhateverTheSpo
     Ref<Error> error;
     EXPECT_FALSE(PropertyList::read(document(std::string("<data>") + text + "</data>\n"), &error)) << text;
     ASSERT_TRUE(error) << text;
+    EXPECT_EQ(error->code(), PropertyListReadCorruptError) << text;
     EXPECT_NE(error->localizedDescription().find("invalid Base64"), std::string::npos) << text;
   }
 }
