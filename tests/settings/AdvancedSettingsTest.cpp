@@ -150,12 +150,9 @@ TEST_F(AdvancedSettingsManagerTest, TypedValuesTakeOnlyTheirOwnKindAndOtherwiseR
     Id text;
   };
   const Row rows[] = {
-      {"7", 7, 7.0, true, str("7")},
-      {"2.5", 2, 2.5, true, str("2.5")},
-      {"true", 1, 1.0, true, str("1")},
-      {"\"12\"", 0, 0.0, false, str("12")},
-      {"\"YES\"", 0, 0.0, false, str("YES")},
-      {"[1]", 0, 0.0, false, arr({num(1)})},
+      {"7", 7, 7.0, true, str("7")},          {"2.5", 2, 2.5, true, str("2.5")},
+      {"true", 1, 1.0, true, str("1")},       {"\"12\"", 0, 0.0, false, str("12")},
+      {"\"YES\"", 0, 0.0, false, str("YES")}, {"[1]", 0, 0.0, false, arr({num(1)})},
   };
   for (const Row& row : rows) {
     auto setting = settingFrom(std::string(R"({"key":"v","type":3,"visible":1,"default":)") + row.json + "}");

@@ -59,8 +59,8 @@ TEST_F(QuillmereTest, SettingALaunchArgumentChangesOnlyThatKey) {
   defaults().removeVolatileDomainForName(*str(UserDefaults::ArgumentDomain));
   EXPECT_FALSE(Quillmere::launchArgumentForKey(defaults(), *str("second")));
   Quillmere::setLaunchArgument(defaults(), num(1), *str("fresh"));
-  EXPECT_TRUE(isEqual(defaults().volatileDomainForName(*str(UserDefaults::ArgumentDomain)),
-                      dict({{str("fresh"), num(1)}})))
+  EXPECT_TRUE(
+      isEqual(defaults().volatileDomainForName(*str(UserDefaults::ArgumentDomain)), dict({{str("fresh"), num(1)}})))
       << "a missing argument domain starts empty";
 }
 
@@ -69,10 +69,9 @@ TEST_F(QuillmereTest, LaunchFlagsReadStringsAsThePlatformStringDoes) {
     Id argument;
     bool expected;
   };
-  const Row rows[] = {{str("YES"), true}, {str("true"), true},  {str("1"), true},   {str("7"), true},
-                      {str(" y"), true},  {str("0"), false},    {str("NO"), false}, {str("no"), false},
-                      {str(""), false},   {num(true), true},    {num(false), false}, {num(1), false},
-                      {arr({}), false}};
+  const Row rows[] = {{str("YES"), true},  {str("true"), true}, {str("1"), true},   {str("7"), true}, {str(" y"), true},
+                      {str("0"), false},   {str("NO"), false},  {str("no"), false}, {str(""), false}, {num(true), true},
+                      {num(false), false}, {num(1), false},     {arr({}), false}};
   for (const Row& row : rows) {
     Quillmere::setLaunchArgument(defaults(), row.argument, *str("flag"));
     EXPECT_EQ(Quillmere::launchFlag(*str("flag")), row.expected) << row.argument->description()->utf8();
@@ -103,10 +102,10 @@ TEST(LaunchArgumentsChild, DISABLED_ReportsItsArguments) {
 TEST(LaunchArgumentsTest, AChildProcessReadsItsCommandLineIntoTheArgumentDomain) {
   testing::TemporaryFolder folder;
   const std::string report = folder.file("report.json");
-  pid_t child = testing::startChildTest("LaunchArgumentsChild.DISABLED_ReportsItsArguments",
-                                        {{"TQ_LAUNCH_REPORT", report}}, -1,
-                                        {"-greeting", "hello there", "-verbose", "YES", "-quiet", "0", "-count", "5",
-                                         "-list", "(a, \"b c\")", "--", "-after", "x"});
+  pid_t child =
+      testing::startChildTest("LaunchArgumentsChild.DISABLED_ReportsItsArguments", {{"TQ_LAUNCH_REPORT", report}}, -1,
+                              {"-greeting", "hello there", "-verbose", "YES", "-quiet", "0", "-count", "5", "-list",
+                               "(a, \"b c\")", "--", "-after", "x"});
   ASSERT_GT(child, 0);
   ASSERT_EQ(testing::waitForChild(child, 60), 0);
   std::ifstream in(report);

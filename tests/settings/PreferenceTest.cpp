@@ -105,10 +105,9 @@ TEST_P(PreferenceAccessTest, BooleansAreReadLeniently) {
     Id stored;
     bool expected;
   };
-  const Row rows[] = {{str("YES"), true},  {str("yes"), true},   {str("True"), true}, {str("1"), true},
-                      {str("no"), false},  {str("2"), false},    {str("y"), false},   {str(""), false},
-                      {num(2), true},      {num(0), false},      {num(true), true},   {arr({}), false},
-                      {dict({}), false}};
+  const Row rows[] = {{str("YES"), true}, {str("yes"), true}, {str("True"), true}, {str("1"), true}, {str("no"), false},
+                      {str("2"), false},  {str("y"), false},  {str(""), false},    {num(2), true},   {num(0), false},
+                      {num(true), true},  {arr({}), false},   {dict({}), false}};
   for (const Row& row : rows) {
     store(row.stored, "flag");
     EXPECT_EQ(boolForPref(defaults(), flag), row.expected) << row.stored->description()->utf8();

@@ -21,7 +21,8 @@ void setDefaultsManager(Application& application, const Id& manager) {
   if (auto userDefaults = cast<UserDefaults>(manager)) {
     kept = std::dynamic_pointer_cast<Object>(Quillmere::defaultsInstance(userDefaults));
   }
-  [[maybe_unused]] const bool managerAnswersTQDefaultsInstance = !kept || std::dynamic_pointer_cast<TQDefaultsInstance>(kept);
+  [[maybe_unused]] const bool managerAnswersTQDefaultsInstance =
+      !kept || std::dynamic_pointer_cast<TQDefaultsInstance>(kept);
   TQ_PARAMETER_ASSERT(managerAnswersTQDefaultsInstance);
   // With assertions compiled out the object is kept, and the reader, which
   // finds no defaults in it, answers the standard user defaults.

@@ -17,9 +17,7 @@ auto readApplicationDefaults(const PreferenceTypeSwift& preference, Reader reade
 
 }  // namespace
 
-std::int64_t ExternalSetting::integerVal() const {
-  return readApplicationDefaults(pref_, integerForPref).value_or(0);
-}
+std::int64_t ExternalSetting::integerVal() const { return readApplicationDefaults(pref_, integerForPref).value_or(0); }
 double ExternalSetting::floatVal() const { return readApplicationDefaults(pref_, floatForPref).value_or(0.0); }
 bool ExternalSetting::boolVal() const { return readApplicationDefaults(pref_, boolForPref).value_or(false); }
 Id ExternalSetting::stringVal() const { return readApplicationDefaults(pref_, stringForPref); }

@@ -27,9 +27,8 @@ std::string utf8Of(const Ref<String>& text) { return text ? text->utf8() : std::
 
 }  // namespace
 
-PreferenceTypeSwift::PreferenceTypeSwift(Case kind, std::string_view key, Id defaultValue,
-                                         std::string_view description, TQSettingVisibility visibility,
-                                         Ref<Dictionary> mappings)
+PreferenceTypeSwift::PreferenceTypeSwift(Case kind, std::string_view key, Id defaultValue, std::string_view description,
+                                         TQSettingVisibility visibility, Ref<Dictionary> mappings)
     : case_(kind),
       key_(str(key)),
       default_(std::move(defaultValue)),
@@ -41,8 +40,8 @@ PreferenceTypeSwift PreferenceTypeSwift::string(std::string_view key, std::strin
                                                 std::string_view description, TQSettingVisibility visibility) {
   return {Case::string, key, str(defaultValue), description, visibility};
 }
-PreferenceTypeSwift PreferenceTypeSwift::boolean(std::string_view key, bool defaultValue,
-                                                 std::string_view description, TQSettingVisibility visibility) {
+PreferenceTypeSwift PreferenceTypeSwift::boolean(std::string_view key, bool defaultValue, std::string_view description,
+                                                 TQSettingVisibility visibility) {
   return {Case::boolean, key, num(defaultValue), description, visibility};
 }
 PreferenceTypeSwift PreferenceTypeSwift::integer(std::string_view key, std::int64_t defaultValue,
@@ -59,8 +58,8 @@ PreferenceTypeSwift PreferenceTypeSwift::choiceString(std::string_view key, std:
                                                       TQSettingVisibility visibility) {
   return {Case::choiceString, key, str(defaultValue), description, visibility, stringLabels(labels)};
 }
-PreferenceTypeSwift PreferenceTypeSwift::float_(std::string_view key, double defaultValue,
-                                                std::string_view description, TQSettingVisibility visibility) {
+PreferenceTypeSwift PreferenceTypeSwift::float_(std::string_view key, double defaultValue, std::string_view description,
+                                                TQSettingVisibility visibility) {
   return {Case::float_, key, num(defaultValue), description, visibility};
 }
 PreferenceTypeSwift PreferenceTypeSwift::color(std::string_view key, Ref<Color> defaultValue,
@@ -99,14 +98,15 @@ std::optional<PreferenceTypeSwift> PreferenceTypeSwift::withSetting(const TQAdva
     case TQSettingType::integer:
       return integer(key, detail::exactIntegerValue(given).value_or(0), about, visibility);
     case TQSettingType::choice: {
-      PreferenceTypeSwift made{Case::choice, key, num(detail::exactIntegerValue(given).value_or(0)), about,
-                               visibility, setting.choiceMappings()};
+      PreferenceTypeSwift made{Case::choice, key,        num(detail::exactIntegerValue(given).value_or(0)),
+                               about,        visibility, setting.choiceMappings()};
       return made;
     }
     case TQSettingType::float_:
       return float_(key, detail::realValue(given).value_or(0.0), about, visibility);
     case TQSettingType::color:
-      return color(key, cast<String>(given) ? TQFoundation::colorFromStringRepresentation(*cast<String>(given)) : nullptr,
+      return color(key,
+                   cast<String>(given) ? TQFoundation::colorFromStringRepresentation(*cast<String>(given)) : nullptr,
                    about, visibility);
     case TQSettingType::array:
       return array(key, cast<Array>(given), about, visibility);
@@ -151,16 +151,26 @@ Ref<Color> PreferenceTypeSwift::defaultColor() const { return case_ == Case::col
 
 TQSettingType PreferenceTypeSwift::type() const {
   switch (case_) {
-    case Case::string: return TQSettingType::string;
-    case Case::boolean: return TQSettingType::boolean;
-    case Case::integer: return TQSettingType::integer;
-    case Case::choice: return TQSettingType::choice;
-    case Case::choiceString: return TQSettingType::choiceString;
-    case Case::float_: return TQSettingType::float_;
-    case Case::color: return TQSettingType::color;
-    case Case::array: return TQSettingType::array;
-    case Case::dict: return TQSettingType::dict;
-    case Case::keyOnly: return TQSettingType::keyOnly;
+    case Case::string:
+      return TQSettingType::string;
+    case Case::boolean:
+      return TQSettingType::boolean;
+    case Case::integer:
+      return TQSettingType::integer;
+    case Case::choice:
+      return TQSettingType::choice;
+    case Case::choiceString:
+      return TQSettingType::choiceString;
+    case Case::float_:
+      return TQSettingType::float_;
+    case Case::color:
+      return TQSettingType::color;
+    case Case::array:
+      return TQSettingType::array;
+    case Case::dict:
+      return TQSettingType::dict;
+    case Case::keyOnly:
+      return TQSettingType::keyOnly;
   }
   return TQSettingType::keyOnly;
 }

@@ -38,8 +38,8 @@ class PreferenceTypeSwift {
                                     std::string_view description = "", TQSettingVisibility visibility = Visible);
   static PreferenceTypeSwift boolean(std::string_view key, bool defaultValue, std::string_view description = "",
                                      TQSettingVisibility visibility = Visible);
-  static PreferenceTypeSwift integer(std::string_view key, std::int64_t defaultValue,
-                                     std::string_view description = "", TQSettingVisibility visibility = Visible);
+  static PreferenceTypeSwift integer(std::string_view key, std::int64_t defaultValue, std::string_view description = "",
+                                     TQSettingVisibility visibility = Visible);
   static PreferenceTypeSwift choice(std::string_view key, std::int64_t defaultValue, const IntegerLabels& labels,
                                     std::string_view description = "", TQSettingVisibility visibility = Visible);
   static PreferenceTypeSwift choiceString(std::string_view key, std::string_view defaultValue,
@@ -51,8 +51,8 @@ class PreferenceTypeSwift {
                                    TQSettingVisibility visibility = Visible);
   static PreferenceTypeSwift array(std::string_view key, Ref<Array> defaultValue, std::string_view description = "",
                                    TQSettingVisibility visibility = Visible);
-  static PreferenceTypeSwift dict(std::string_view key, Ref<Dictionary> defaultValue,
-                                  std::string_view description = "", TQSettingVisibility visibility = Visible);
+  static PreferenceTypeSwift dict(std::string_view key, Ref<Dictionary> defaultValue, std::string_view description = "",
+                                  TQSettingVisibility visibility = Visible);
   /// A key with no typed value, description or visibility (not offered).
   static PreferenceTypeSwift keyOnly(std::string_view key);
 

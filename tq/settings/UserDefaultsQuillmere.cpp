@@ -88,9 +88,7 @@ void UserDefaultsInstance::setFloat(float value, const String& key) { defaults_-
 bool UserDefaultsInstance::boolForKey(const String& key) { return defaults_->boolForKey(key); }
 void UserDefaultsInstance::setBool(bool value, const String& key) { defaults_->setBool(value, key); }
 Ref<Color> UserDefaultsInstance::colorForKey(const String& key) { return Quillmere::colorForKey(*defaults_, key); }
-void UserDefaultsInstance::setColor(const Id& value, const String& key) {
-  Quillmere::setColor(*defaults_, value, key);
-}
+void UserDefaultsInstance::setColor(const Id& value, const String& key) { Quillmere::setColor(*defaults_, value, key); }
 void UserDefaultsInstance::registerDefaults(const Dictionary& values) { defaults_->registerDefaults(values); }
 
 }  // namespace tq

@@ -130,7 +130,8 @@ std::vector<Row> rowsOf(AddOn& addOn) {
 
 std::string kindName(const tq::TQAdvanceSetting& setting) {
   auto type = tq::settingTypeWithRawValue(std::int64_t(setting.type()));
-  return type ? std::string(tq::settingTypeName(*type)) : "invalid (" + std::to_string(std::int64_t(setting.type())) + ")";
+  return type ? std::string(tq::settingTypeName(*type))
+              : "invalid (" + std::to_string(std::int64_t(setting.type())) + ")";
 }
 
 std::string visibilityName(const tq::TQAdvanceSetting& setting) {
@@ -141,7 +142,9 @@ std::string visibilityName(const tq::TQAdvanceSetting& setting) {
 
 tq::Id rowObject(const Row& row) {
   auto object = tq::MutableDictionary::dictionary();
-  auto put = [&](const char* name, const tq::Id& value) { object->setObject(value ? value : tq::Null::null(), tq::str(name)); };
+  auto put = [&](const char* name, const tq::Id& value) {
+    object->setObject(value ? value : tq::Null::null(), tq::str(name));
+  };
   put("key", row.setting->key());
   put("kind", tq::str(kindName(*row.setting)));
   put("type", tq::num(std::int64_t(row.setting->type())));
@@ -156,7 +159,8 @@ tq::Id rowObject(const Row& row) {
 // Cells hold one line each: line breaks and tabs in a description become
 // spaces.
 std::string cell(std::string text) {
-  std::replace_if(text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r' || c == '\t'; }, ' ');
+  std::replace_if(
+      text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r' || c == '\t'; }, ' ');
   return text;
 }
 
@@ -233,7 +237,8 @@ tq::PreferenceTypeSwift preferenceFor(const AddOn& addOn, const std::string& key
   auto setting = tq::cast<tq::TQAdvanceSetting>(addOn.settings->objectForKey(key));
   if (!setting) throw FailureException{"no advanced setting '" + key + "' in '" + addOn.bundleName + "'"};
   auto preference = tq::PreferenceTypeSwift::withSetting(*setting);
-  if (!preference) throw FailureException{"cannot change '" + key + "': its kind " + kindName(*setting) + " is unknown"};
+  if (!preference)
+    throw FailureException{"cannot change '" + key + "': its kind " + kindName(*setting) + " is unknown"};
   return *preference;
 }
 
@@ -278,8 +283,7 @@ int reset(Arguments& arguments) {
 }
 
 const OptionHelp BundleOption{"--bundle PATH", "the add-on's bundle folder (default: the main bundle)"};
-const OptionHelp DefaultsOption{"--defaults FILE",
-                                "the product's shared defaults file instead of the user defaults"};
+const OptionHelp DefaultsOption{"--defaults FILE", "the product's shared defaults file instead of the user defaults"};
 
 const CommandGroup advancedGroup{
     "advanced",
@@ -305,11 +309,10 @@ const CommandGroup advancedGroup{
          .synopsis = "[--bundle PATH] [--defaults FILE] KEY VALUE",
          .summary = "Sets one advanced setting, refusing a value of the wrong kind.",
          .run = set,
-         .description =
-             "VALUE is read by the setting's kind: a boolean is yes, no, true, false, 1 or 0; an integer a "
-             "whole number; a float a number; a colour a colour text (red, #3366cc, rgb(...)); an array or "
-             "dict JSON; a choice one of its values or labels. The value goes to the user defaults of the "
-             "bundle's identifier, or merged into the --defaults file under the product's lock.",
+         .description = "VALUE is read by the setting's kind: a boolean is yes, no, true, false, 1 or 0; an integer a "
+                        "whole number; a float a number; a colour a colour text (red, #3366cc, rgb(...)); an array or "
+                        "dict JSON; a choice one of its values or labels. The value goes to the user defaults of the "
+                        "bundle's identifier, or merged into the --defaults file under the product's lock.",
          .options = {BundleOption, DefaultsOption},
          .examples = {{"tqkit advanced set --bundle My.bundle maxRetries 5", "stores the integer 5"},
                       {"tqkit advanced set --bundle My.bundle layout Wide", "a choice, by its label"}}},

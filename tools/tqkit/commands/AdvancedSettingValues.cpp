@@ -86,9 +86,12 @@ tq::Id collectionFrom(const std::string& text, bool wantArray) {
 
 tq::Id advancedValueFromText(const tq::PreferenceTypeSwift& preference, const std::string& text) {
   switch (preference.kind()) {
-    case Case::string: return tq::str(text);
-    case Case::choiceString: return choiceFrom(preference, text, tq::str(text));
-    case Case::boolean: return tq::num(booleanFrom(text));
+    case Case::string:
+      return tq::str(text);
+    case Case::choiceString:
+      return choiceFrom(preference, text, tq::str(text));
+    case Case::boolean:
+      return tq::num(booleanFrom(text));
     case Case::integer: {
       auto value = wholeNumber(text);
       if (!value) refuse(text, "an integer (a whole number such as 3)");
@@ -98,14 +101,18 @@ tq::Id advancedValueFromText(const tq::PreferenceTypeSwift& preference, const st
       auto value = wholeNumber(text);
       return choiceFrom(preference, text, value ? tq::Id(tq::num(*value)) : nullptr);
     }
-    case Case::float_: return tq::num(realFrom(text));
+    case Case::float_:
+      return tq::num(realFrom(text));
     case Case::color: {
       if (auto colour = tq::TQFoundation::colorFromStringRepresentation(*tq::str(text))) return colour;
       refuse(text, "a colour (a name such as red, #rrggbb, rgb(r, g, b) or the Json form \"r g b a\")");
     }
-    case Case::array: return collectionFrom(text, true);
-    case Case::dict: return collectionFrom(text, false);
-    case Case::keyOnly: break;
+    case Case::array:
+      return collectionFrom(text, true);
+    case Case::dict:
+      return collectionFrom(text, false);
+    case Case::keyOnly:
+      break;
   }
   throw FailureException{"the setting is key-only and takes no value"};
 }
@@ -115,22 +122,31 @@ void writeAdvancedValue(tq::TQDefaultsInstance& defaults, const tq::PreferenceTy
   if (!value) return removeDefault(defaults, preference);
   switch (preference.kind()) {
     case Case::string:
-    case Case::choiceString: return setStringForPref(defaults, tq::cast<tq::String>(value), preference);
-    case Case::boolean: return setBoolForPref(defaults, tq::cast<tq::Number>(value)->boolValue(), preference);
+    case Case::choiceString:
+      return setStringForPref(defaults, tq::cast<tq::String>(value), preference);
+    case Case::boolean:
+      return setBoolForPref(defaults, tq::cast<tq::Number>(value)->boolValue(), preference);
     case Case::integer:
-    case Case::choice: return setIntegerForPref(defaults, tq::cast<tq::Number>(value)->integerValue(), preference);
-    case Case::float_: return setFloatForPref(defaults, tq::cast<tq::Number>(value)->doubleValue(), preference);
-    case Case::color: return setColorForPref(defaults, tq::cast<tq::Color>(value), preference);
-    case Case::array: return setArrayForPref(defaults, tq::cast<tq::Array>(value), preference);
-    case Case::dict: return setDictionaryForPref(defaults, tq::cast<tq::Dictionary>(value), preference);
-    case Case::keyOnly: return setObjectForPref(defaults, value, preference);
+    case Case::choice:
+      return setIntegerForPref(defaults, tq::cast<tq::Number>(value)->integerValue(), preference);
+    case Case::float_:
+      return setFloatForPref(defaults, tq::cast<tq::Number>(value)->doubleValue(), preference);
+    case Case::color:
+      return setColorForPref(defaults, tq::cast<tq::Color>(value), preference);
+    case Case::array:
+      return setArrayForPref(defaults, tq::cast<tq::Array>(value), preference);
+    case Case::dict:
+      return setDictionaryForPref(defaults, tq::cast<tq::Dictionary>(value), preference);
+    case Case::keyOnly:
+      return setObjectForPref(defaults, value, preference);
   }
 }
 
 tq::Id readAdvancedValue(tq::TQDefaultsInstance& defaults, const tq::PreferenceTypeSwift& preference) {
   switch (preference.kind()) {
     case Case::string:
-    case Case::choiceString: return stringForPref(defaults, preference);
+    case Case::choiceString:
+      return stringForPref(defaults, preference);
     case Case::boolean: {
       auto value = boolForPref(defaults, preference);
       return value ? tq::Id(tq::num(*value)) : nullptr;
@@ -144,10 +160,14 @@ tq::Id readAdvancedValue(tq::TQDefaultsInstance& defaults, const tq::PreferenceT
       auto value = floatForPref(defaults, preference);
       return value ? tq::Id(tq::num(*value)) : nullptr;
     }
-    case Case::color: return colorForPref(defaults, preference);
-    case Case::array: return arrayForPref(defaults, preference);
-    case Case::dict: return anyKeyDictionaryForPref(defaults, preference);
-    case Case::keyOnly: return objectForPref(defaults, preference);
+    case Case::color:
+      return colorForPref(defaults, preference);
+    case Case::array:
+      return arrayForPref(defaults, preference);
+    case Case::dict:
+      return anyKeyDictionaryForPref(defaults, preference);
+    case Case::keyOnly:
+      return objectForPref(defaults, preference);
   }
   return nullptr;
 }

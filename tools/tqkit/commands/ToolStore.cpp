@@ -16,14 +16,17 @@ OpenedStore openStore(const std::string& path) {
 
 void createStoreFileIfMissing(const std::string& path, const tq::Ref<tq::Dictionary>& first) {
   std::string error;
-  bool ran = tq::FileCoordinator::coordinateReadingThenWriting(path, [&](const std::string&) {
-    auto bytes = tq::FileSystem::current()->readFile(path);
-    auto contents = bytes ? tq::cast<tq::Dictionary>(tq::PropertyList::read(*bytes)) : nullptr;
-    if (contents && contents->count() > 0) return;
-    if (!tq::FileSystem::current()->writeFileAtomically(path, tq::PropertyList::writeXML(first.get()))) {
-      error = "the file cannot be written";
-    }
-  }, &error);
+  bool ran = tq::FileCoordinator::coordinateReadingThenWriting(
+      path,
+      [&](const std::string&) {
+        auto bytes = tq::FileSystem::current()->readFile(path);
+        auto contents = bytes ? tq::cast<tq::Dictionary>(tq::PropertyList::read(*bytes)) : nullptr;
+        if (contents && contents->count() > 0) return;
+        if (!tq::FileSystem::current()->writeFileAtomically(path, tq::PropertyList::writeXML(first.get()))) {
+          error = "the file cannot be written";
+        }
+      },
+      &error);
   if (!ran || !error.empty()) throw FailureException{"cannot write '" + path + "': " + error};
 }
 
