@@ -34,8 +34,8 @@ class TQAdvanceSetting : public Object {
   virtual std::int64_t integerVal() const = 0;
   virtual double floatVal() const = 0;
   virtual bool boolVal() const = 0;
-  /// A string, or the value itself when it has no string form (kept: callers
-  /// of the original may get an array here).
+  /// A string, or the value itself when it has no string form (kept: a
+  /// caller may get an array here, so it checks what it got).
   virtual Id stringVal() const = 0;
   virtual Ref<Color> colorVal() const = 0;
   virtual Ref<Array> arrayVal() const = 0;
