@@ -33,7 +33,9 @@ inline constexpr int kChildReportDescriptor = 3;
 /// Starts this program running only the disabled test `test`, with
 /// `variables` added to its environment; answers its process id, or -1.
 /// When `reportWriteEnd` is given it becomes the child's descriptor 3.
-inline pid_t startChildTest(const std::string& test, const ChildVariables& variables, int reportWriteEnd = -1) {
+/// `extraArguments` follow the test program's own on its command line.
+inline pid_t startChildTest(const std::string& test, const ChildVariables& variables, int reportWriteEnd = -1,
+                            std::vector<std::string> extraArguments = {}) {
   std::vector<std::string> environment;
   for (char** entry = environ; *entry; ++entry) environment.emplace_back(*entry);
   for (const auto& [name, value] : variables) environment.push_back(name + "=" + value);
@@ -44,7 +46,9 @@ inline pid_t startChildTest(const std::string& test, const ChildVariables& varia
   std::string filter = "--gtest_filter=" + test;
   std::string disabled = "--gtest_also_run_disabled_tests";
   std::string quiet = "--gtest_brief=1";
-  char* argv[] = {program.data(), filter.data(), disabled.data(), quiet.data(), nullptr};
+  std::vector<char*> argv{program.data(), filter.data(), disabled.data(), quiet.data()};
+  for (auto& word : extraArguments) argv.push_back(word.data());
+  argv.push_back(nullptr);
 
   posix_spawn_file_actions_t actions;
   ::posix_spawn_file_actions_init(&actions);
@@ -55,7 +59,7 @@ inline pid_t startChildTest(const std::string& test, const ChildVariables& varia
   int report = reportWriteEnd >= 0 ? ::fcntl(reportWriteEnd, F_DUPFD_CLOEXEC, 10) : -1;
   if (report >= 0) ::posix_spawn_file_actions_adddup2(&actions, report, kChildReportDescriptor);
   pid_t pid = -1;
-  int failed = ::posix_spawn(&pid, program.c_str(), &actions, nullptr, argv, envp.data());
+  int failed = ::posix_spawn(&pid, program.c_str(), &actions, nullptr, argv.data(), envp.data());
   ::posix_spawn_file_actions_destroy(&actions);
   if (report >= 0) ::close(report);
   return failed ? -1 : pid;

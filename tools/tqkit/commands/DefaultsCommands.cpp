@@ -18,12 +18,11 @@
 #include <string>
 
 #include "Command.h"
+#include "ToolStore.h"
 #include "ValueJSON.h"
-#include "tq/platform/archive/PropertyList.h"
 #include "tq/platform/collection/Dictionary.h"
 #include "tq/platform/collection/Sorting.h"
 #include "tq/platform/dispatch/RunLoop.h"
-#include "tq/platform/system/FileCoordinator.h"
 #include "tq/platform/system/FileSystem.h"
 #include "tq/platform/value/Number.h"
 #include "tq/platform/value/String.h"
@@ -34,41 +33,12 @@ using namespace tqkit;
 
 namespace {
 
-// A store that only names the file and hears announcements; it is never set
-// up, so the tool writes no versions or initial values of its own.
-class ToolStore : public tq::TQDefaultsSubclass<ToolStore> {
- public:
-  explicit ToolStore(std::string path) : path_(std::move(path)) {}
-  std::string className() const override { return "ToolStore"; }
-  tq::Ref<tq::String> pathToDefaults() const override { return tq::str(path_); }
-  void notifyOfChanges(const tq::Id& changes) override {
-    if (onChanges) onChanges(changes);
-  }
-  std::function<void(const tq::Id&)> onChanges;
-
- private:
-  std::string path_;
-};
-
-struct Opened {
-  tq::Ref<ToolStore> store;
-  tq::Ref<tq::_TQDefaultsFileManager> manager;
-};
-
-Opened open(const std::string& path) {
-  Opened opened;
-  opened.store = tq::make<ToolStore>(path);
-  opened.manager = tq::_TQDefaultsFileManager::defaultsFileManagerForDefaults(*opened.store);
-  if (!opened.manager) throw FailureException{"cannot open '" + path + "'"};
-  return opened;
-}
-
 int read(Arguments& arguments) {
   auto words = arguments.positionals(1, 2);
   if (!tq::FileSystem::current()->status(words[0]).isRegularFile) {
     throw FailureException{"cannot read '" + words[0] + "': No such file"};
   }
-  auto opened = open(words[0]);
+  auto opened = openStore(words[0]);
   tq::Id value = opened.manager->defaultsDictionaryForDefaultManager(*opened.store);
   if (words.size() == 2) {
     value = tq::valueForKeyPath(value, *tq::str(words[1]));
@@ -82,36 +52,16 @@ int read(Arguments& arguments) {
   return Success;
 }
 
-// The manager merges into what the file holds and refuses a file with no
-// contents at all; a product's store creates its file when it first starts.
-// The tool creates a missing file itself, under the same lock, so that a
-// first write from the command line works too.
-void createIfMissing(const std::string& path, const tq::Ref<tq::Dictionary>& first) {
-  std::string error;
-  bool created = false;
-  bool ran = tq::FileCoordinator::coordinateReadingThenWriting(path, [&](const std::string&) {
-    auto bytes = tq::FileSystem::current()->readFile(path);
-    auto contents = bytes ? tq::cast<tq::Dictionary>(tq::PropertyList::read(*bytes)) : nullptr;
-    if (contents && contents->count() > 0) return;
-    created = tq::FileSystem::current()->writeFileAtomically(path, tq::PropertyList::writeXML(first.get()));
-    if (!created) error = "the file cannot be written";
-  }, &error);
-  if (!ran || !error.empty()) throw FailureException{"cannot write '" + path + "': " + error};
-  (void)created;
-}
-
 void change(Arguments& arguments, const std::string& path, const std::string& key, const tq::Id& value) {
   auto changes = tq::dict({{tq::str(key), value}});
   if (!tq::isKindOf<tq::Null>(value)) {
-    createIfMissing(path, changes);
+    createStoreFileIfMissing(path, changes);
   } else if (!tq::FileSystem::current()->status(path).isRegularFile) {
     throw FailureException{"cannot change '" + path + "': No such file"};
   }
-  auto opened = open(path);
+  auto opened = openStore(path);
   opened.manager->_updateDefaults(changes);  // on the main thread: merged and written at once
-  if (auto pending = opened.manager->_pendingChanges_(); pending && pending->count() > 0) {
-    throw FailureException{"cannot write '" + path + "': the change could not be merged into the file"};
-  }
+  requireWritten(opened, path);
   (void)arguments;
 }
 
@@ -142,7 +92,7 @@ int watch(Arguments& arguments) {
   auto words = arguments.positionals(1, 1);
   const long limit = countText.empty() ? -1 : long(number(countText, "--count"));
   const double timeout = timeoutText.empty() ? -1 : number(timeoutText, "--timeout");
-  auto opened = open(words[0]);
+  auto opened = openStore(words[0]);
   if (!opened.manager->isWatching()) throw FailureException{"cannot watch the folder of '" + words[0] + "'"};
   opened.manager->defaultsDictionaryForDefaultManager(*opened.store);  // the baseline changes are measured from
   tq::Ref<tq::Dictionary> seen = opened.manager->defaultsDictionary();
