@@ -6,5 +6,10 @@
 // fails when a public header of the folder is not reached from here.
 
 #include "tq/collections/IndexSetExtensions.h"
+#include "tq/collections/TQIntegerArray.h"
+#include "tq/collections/TQIntegerArrayTable.h"
+#include "tq/collections/TQIntegerKeyDictionary.h"
+#include "tq/collections/TQIntegerSet.h"
+#include "tq/collections/TQIntegerSetTable.h"
 #include "tq/collections/TQMutableOrderedDictionary.h"
 #include "tq/collections/TQOrderedDictionary.h"
