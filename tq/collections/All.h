@@ -6,6 +6,10 @@
 // fails when a public header of the folder is not reached from here.
 
 #include "tq/collections/IndexSetExtensions.h"
+#include "tq/collections/IntegerPairText.h"
+#include "tq/collections/TQCountedArray.h"
+#include "tq/collections/TQIndexMapTable.h"
+#include "tq/collections/TQIndexSetTable.h"
 #include "tq/collections/TQIntegerArray.h"
 #include "tq/collections/TQIntegerArrayTable.h"
 #include "tq/collections/TQIntegerKeyDictionary.h"
@@ -13,3 +17,4 @@
 #include "tq/collections/TQIntegerSetTable.h"
 #include "tq/collections/TQMutableOrderedDictionary.h"
 #include "tq/collections/TQOrderedDictionary.h"
+#include "tq/collections/TQRangeMap.h"

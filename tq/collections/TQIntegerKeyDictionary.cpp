@@ -37,6 +37,11 @@ Id TQIntegerKeyDictionary::objectForKeyedSubscript(const Id& key) const {
   Hold hold(monitorOf(*this));
   TQ_ASSERT_PLACE(std::dynamic_pointer_cast<Number>(key), AssertionPlaces::IntegerKeyDictionaryKeyNotNumber,
                   "Invalid parameter not satisfying: [key isKindOfClass:[NSNumber class]]");
+  return lookUpUnchecked(key);
+}
+
+Id TQIntegerKeyDictionary::lookUpUnchecked(const Id& key) const {
+  Hold hold(monitorOf(*this));
   return map_->objectForKey(key);
 }
 

@@ -49,6 +49,8 @@ class TQIntegerKeyDictionary : public Object {
   /// The map for subclasses that edit it; callers hold the monitor when they
   /// must.
   MutableDictionary& map() const { return *map_; }
+  /// The subscript's look-up, without its assertion.
+  Id lookUpUnchecked(const Id& key) const;
   /// Copies of the map for the copies of subclasses.
   Ref<MutableDictionary> copiedMap() const;
 
