@@ -6,14 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/RequireAssertions.h"
 #include "tq/platform/collection/IndexSet.h"
 #include "tq/platform/object/Assert.h"
-
-#if defined(TQ_BLOCK_ASSERTIONS) && TQ_BLOCK_ASSERTIONS
-#define TQ_REQUIRE_ASSERTIONS() GTEST_SKIP() << "assertions are compiled out"
-#else
-#define TQ_REQUIRE_ASSERTIONS() (void)0
-#endif
 
 namespace tq::testing {
 

@@ -41,22 +41,22 @@ void TQIntegerSet::adoptContentsOf(const TQIntegerSet& other) {
 Ref<TQIntegerSet> TQIntegerSet::integerSetWithInteger(Integer integer) {
   TQ_ASSERT_PLACE(integer < Maximum, AssertionPlaces::IntegerSetConstructorMaximum,
                   "Invalid parameter not satisfying: index<NSUIntegerMax");
-  auto set = make<TQMutableIntegerSet>();
-  set->addInteger(integer);
-  return initWithIntegerSet(*set);
+  return initWithIntegerSet(*TQMutableIntegerSet::holding(integer));
 }
 
 Ref<TQIntegerSet> TQIntegerSet::initWithInteger(Integer integer) {
   TQ_ASSERT_PLACE(integer < Maximum, AssertionPlaces::IntegerSetInitialiserMaximum,
                   "Invalid parameter not satisfying: anInteger<NSUIntegerMax");
-  auto set = make<TQMutableIntegerSet>();
-  set->addInteger(integer);
-  return initWithIntegerSet(*set);
+  return initWithIntegerSet(*TQMutableIntegerSet::holding(integer));
 }
 
 Ref<TQMutableIntegerSet> TQMutableIntegerSet::initWithInteger(Integer integer) {
   TQ_ASSERT_PLACE(integer < Maximum, AssertionPlaces::MutableIntegerSetInitialiserMaximum,
                   "Invalid parameter not satisfying: index<NSUIntegerMax");
+  return holding(integer);
+}
+
+Ref<TQMutableIntegerSet> TQMutableIntegerSet::holding(Integer integer) {
   auto set = make<TQMutableIntegerSet>();
   set->addInteger(integer);
   return set;

@@ -153,6 +153,9 @@ class TQMutableIntegerSet : public TQIntegerSet {
   void intersectIntegerSet(const TQIntegerSet& other);
 
  private:
+  friend class TQIntegerSet;
+  /// A new set of one integer, unchecked.
+  static Ref<TQMutableIntegerSet> holding(Integer integer);
   MutableIndexSet& editable(std::size_t k) { return static_cast<MutableIndexSet&>(*subsets_[k]); }
 };
 
