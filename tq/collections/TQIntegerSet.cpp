@@ -152,14 +152,14 @@ bool TQIntegerSet::containsIntegers(const TQIntegerSet& other) const {
 
 TQIntegerSet::Integer TQIntegerSet::firstInteger() const {
   for (std::size_t k = 0; k < 3; ++k) {
-    if (subsets_[k]->count()) return subsets_[k]->firstIndex() + offsetOf(k);
+    if (!subsets_[k]->ranges().empty()) return subsets_[k]->firstIndex() + offsetOf(k);
   }
   return 0;
 }
 
 TQIntegerSet::Integer TQIntegerSet::lastInteger() const {
   for (std::size_t k = 3; k-- > 0;) {
-    if (subsets_[k]->count()) return subsets_[k]->lastIndex() + offsetOf(k);
+    if (!subsets_[k]->ranges().empty()) return subsets_[k]->lastIndex() + offsetOf(k);
   }
   return 0;
 }
@@ -176,11 +176,11 @@ TQIntegerSet::Integer neighbour(const TQIntegerSet& set, TQIntegerSet::Integer i
   if (found != NotFound) return found + offsetOf(k);
   if (downward) {
     for (std::size_t j = k; j-- > 0;) {
-      if (set.subset(j).count()) return set.subset(j).lastIndex() + offsetOf(j);
+      if (!set.subset(j).ranges().empty()) return set.subset(j).lastIndex() + offsetOf(j);
     }
   } else {
     for (std::size_t j = k + 1; j < 3; ++j) {
-      if (set.subset(j).count()) return set.subset(j).firstIndex() + offsetOf(j);
+      if (!set.subset(j).ranges().empty()) return set.subset(j).firstIndex() + offsetOf(j);
     }
   }
   return 0;

@@ -107,8 +107,12 @@ class TQIntegerSet : public Object {
   Ref<TQIntegerSet> integerSetByRemovingIntegersInString(const String& text) const;
 
   /// The subset and index of an integer.
-  static std::size_t subsetOf(Integer integer) { return std::size_t(integer / SubsetSpan); }
-  static Index indexOf(Integer integer) { return integer % SubsetSpan; }
+  /// n / S and n % S, by comparison: a 64-bit division would cost more than
+  /// the look-up it serves.
+  static std::size_t subsetOf(Integer integer) {
+    return integer < SubsetSpan ? 0 : integer < 2 * SubsetSpan ? 1 : 2;
+  }
+  static Index indexOf(Integer integer) { return integer - subsetOf(integer) * SubsetSpan; }
   /// Subset k's index sets as they stand (no copy).
   const IndexSet& subset(std::size_t k) const { return *subsets_[k]; }
 
