@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+#include <set>
 #include <vector>
 
 #include "tests/support/RaisedException.h"
@@ -186,4 +188,33 @@ TEST(MutableIndexSetEditing, TheSetItselfAsArgument) {
   EXPECT_EQ(runsOf(*set), (std::vector<Range>{{2, 3}, {8, 2}, {20, 1}}));
   set->removeIndexes(*set);
   EXPECT_EQ(set->count(), 0u);
+}
+
+// Additions out of order are buffered and merged at the next read; every
+// kind of read must see them, whatever mixes of runs they make.
+TEST(MutableIndexSetBuffering, RandomAdditionsMatchASortedModelAtEveryRead) {
+  std::mt19937_64 random(5);
+  for (int round = 0; round < 20; ++round) {
+    MutableIndexSet set;
+    std::set<Index> model;
+    for (int i = 0; i < 3000; ++i) {
+      Index at = random() % 5000, length = 1 + random() % 3;
+      set.addIndexesInRange({at, length});
+      for (Index k = at; k < at + length; ++k) model.insert(k);
+      if (random() % 200 == 0) {
+        Index probe = random() % 5000;
+        ASSERT_EQ(set.containsIndex(probe), model.count(probe) != 0);
+        auto next = model.upper_bound(probe);
+        ASSERT_EQ(set.indexGreaterThanIndex(probe), next == model.end() ? NotFound : *next);
+      }
+      if (random() % 500 == 0) set.removeIndex(*model.begin()), model.erase(model.begin());
+    }
+    ASSERT_EQ(set.count(), model.size());
+    ASSERT_EQ(set.allIndexes(), std::vector<Index>(model.begin(), model.end()));
+    for (std::size_t r = 1; r < set.ranges().size(); ++r) {
+      ASSERT_LT(set.ranges()[r - 1].end(), set.ranges()[r].location) << "runs must stay disjoint and apart";
+    }
+    IndexSet copy(set);
+    ASSERT_TRUE(copy.isEqualToIndexSet(set));
+  }
 }

@@ -7,4 +7,5 @@
 
 #include "tq/platform/archive/JSON.h"
 #include "tq/platform/archive/KeyedArchive.h"
+#include "tq/platform/archive/KeyedJSONCoding.h"
 #include "tq/platform/archive/PropertyList.h"

@@ -30,7 +30,53 @@ std::vector<Range>::const_iterator runReaching(const std::vector<Range>& runs, I
                           [](Index value, const Range& run) { return value < run.end(); });
 }
 
+// Serialises merges of every set's buffer: merges are rare (a read after
+// out-of-order additions), so one lock serves.
+std::mutex& pendingLock() {
+  static std::mutex lock;
+  return lock;
+}
+
 }  // namespace
+
+IndexSet& IndexSet::operator=(const IndexSet& other) {
+  if (this != &other) {
+    std::vector<Range> runs = other.ranges();
+    settle();
+    runs_ = std::move(runs);
+  }
+  return *this;
+}
+
+void IndexSet::mergePending() const {
+  std::lock_guard<std::mutex> hold(pendingLock());
+  if (!hasPending_.load(std::memory_order_relaxed)) return;
+  std::sort(pending_.begin(), pending_.end(), [](const Range& a, const Range& b) { return a.location < b.location; });
+  std::vector<Range> merged;
+  merged.reserve(runs_.size() + pending_.size());
+  auto take = [&merged](const Range& run) {
+    // Runs that overlap or touch the last one join it.
+    if (!merged.empty() && run.location <= merged.back().end()) {
+      Index end = std::max(merged.back().end(), run.end());
+      merged.back().length = end - merged.back().location;
+    } else {
+      merged.push_back(run);
+    }
+  };
+  auto a = runs_.begin(), b = pending_.begin();
+  while (a != runs_.end() || b != pending_.end()) {
+    if (b == pending_.end() || (a != runs_.end() && a->location <= b->location)) take(*a++);
+    else take(*b++);
+  }
+  runs_ = std::move(merged);
+  pending_.clear();
+  hasPending_.store(false, std::memory_order_release);
+}
+
+void MutableIndexSet::removeAllIndexes() {
+  settle();
+  runs_.clear();
+}
 
 IndexSet::IndexSet(Index index) {
   checkRange({index, 1}, "initWithIndex:");
@@ -49,13 +95,18 @@ IndexSet::IndexSet(std::vector<Range> runs) {
 }
 
 bool IndexSet::isEqual(const Object& other) const {
+  settle();
   const auto* set = dynamic_cast<const IndexSet*>(&other);
-  return set && set->runs_ == runs_;
+  return set && set->ranges() == runs_;
 }
 
-std::size_t IndexSet::hash() const { return std::size_t(count()); }
+std::size_t IndexSet::hash() const {
+  settle();
+  return std::size_t(count());
+}
 
 Ref<String> IndexSet::description() const {
+  settle();
   // "<IndexSet: 0x...>[number of indexes: N (in R ranges), indexes: (1-3 5)]"
   char address[32];
   std::snprintf(address, sizeof address, "%p", static_cast<const void*>(this));
@@ -69,17 +120,28 @@ Ref<String> IndexSet::description() const {
   return str(text + ")]");
 }
 
-Id IndexSet::copy() const { return self(); }
-Id IndexSet::mutableCopy() const { return make<MutableIndexSet>(runs_); }
-Id MutableIndexSet::copy() const { return make<IndexSet>(runs_); }
+Id IndexSet::copy() const {
+  settle();
+  return self();
+}
+Id IndexSet::mutableCopy() const {
+  settle();
+  return make<MutableIndexSet>(runs_);
+}
+Id MutableIndexSet::copy() const {
+  settle();
+  return make<IndexSet>(runs_);
+}
 
 Index IndexSet::count() const {
+  settle();
   Index total = 0;
   for (const Range& run : runs_) total += run.length;
   return total;
 }
 
 Index IndexSet::countOfIndexesInRange(Range range) const {
+  settle();
   Index total = 0;
   Index end = endOf(range);
   for (auto it = runReaching(runs_, range.location); it != runs_.end() && it->location < end; ++it) {
@@ -89,40 +151,55 @@ Index IndexSet::countOfIndexesInRange(Range range) const {
 }
 
 bool IndexSet::containsIndex(Index index) const {
+  settle();
   auto it = runReaching(runs_, index);
   return it != runs_.end() && it->location <= index;
 }
 
 bool IndexSet::containsIndexesInRange(Range range) const {
+  settle();
   if (range.length == 0) return false;
   auto it = runReaching(runs_, range.location);
   return it != runs_.end() && it->location <= range.location && it->end() >= range.end();
 }
 
 bool IndexSet::containsIndexes(const IndexSet& other) const {
-  for (const Range& run : other.runs_) {
+  settle();
+  for (const Range& run : other.ranges()) {
     if (!containsIndexesInRange(run)) return false;
   }
   return true;
 }
 
-bool IndexSet::intersectsIndexesInRange(Range range) const { return countOfIndexesInRange(range) > 0; }
+bool IndexSet::intersectsIndexesInRange(Range range) const {
+  settle();
+  return countOfIndexesInRange(range) > 0;
+}
 
-Index IndexSet::firstIndex() const { return runs_.empty() ? NotFound : runs_.front().location; }
-Index IndexSet::lastIndex() const { return runs_.empty() ? NotFound : runs_.back().end() - 1; }
+Index IndexSet::firstIndex() const {
+  settle();
+  return runs_.empty() ? NotFound : runs_.front().location;
+}
+Index IndexSet::lastIndex() const {
+  settle();
+  return runs_.empty() ? NotFound : runs_.back().end() - 1;
+}
 
 Index IndexSet::indexGreaterThanOrEqualToIndex(Index index) const {
+  settle();
   auto it = runReaching(runs_, index);
   if (it == runs_.end()) return NotFound;
   return std::max(it->location, index);
 }
 
 Index IndexSet::indexGreaterThanIndex(Index index) const {
+  settle();
   if (index >= NotFound - 1) return NotFound;
   return indexGreaterThanOrEqualToIndex(index + 1);
 }
 
 Index IndexSet::indexLessThanOrEqualToIndex(Index index) const {
+  settle();
   auto it = runReaching(runs_, index);
   if (it != runs_.end() && it->location <= index) return index;
   if (it == runs_.begin()) return NotFound;
@@ -130,11 +207,13 @@ Index IndexSet::indexLessThanOrEqualToIndex(Index index) const {
 }
 
 Index IndexSet::indexLessThanIndex(Index index) const {
+  settle();
   if (index == 0) return NotFound;
   return indexLessThanOrEqualToIndex(index - 1);
 }
 
 Index IndexSet::getIndexes(Index* buffer, Index capacity, Range* inOutRange) const {
+  settle();
   Range range = inOutRange ? *inOutRange : Range{0, NotFound};
   Index end = endOf(range);
   Index copied = 0;
@@ -156,14 +235,17 @@ done:
 }
 
 void IndexSet::enumerateIndexesUsingBlock(const IndexVisitor& visit) const {
+  settle();
   enumerateIndexesInRange({0, NotFound}, EnumerationOptions::None, visit);
 }
 
 void IndexSet::enumerateIndexesWithOptions(EnumerationOptions options, const IndexVisitor& visit) const {
+  settle();
   enumerateIndexesInRange({0, NotFound}, options, visit);
 }
 
 void IndexSet::enumerateIndexesInRange(Range range, EnumerationOptions options, const IndexVisitor& visit) const {
+  settle();
   std::vector<Range> clipped;
   enumerateRangesInRange(range, EnumerationOptions::None, [&](Range run, bool*) { clipped.push_back(run); });
   if (has(options, EnumerationOptions::Concurrent)) {
@@ -194,14 +276,17 @@ void IndexSet::enumerateIndexesInRange(Range range, EnumerationOptions options, 
 }
 
 void IndexSet::enumerateRangesUsingBlock(const RangeVisitor& visit) const {
+  settle();
   enumerateRangesInRange({0, NotFound}, EnumerationOptions::None, visit);
 }
 
 void IndexSet::enumerateRangesWithOptions(EnumerationOptions options, const RangeVisitor& visit) const {
+  settle();
   enumerateRangesInRange({0, NotFound}, options, visit);
 }
 
 void IndexSet::enumerateRangesInRange(Range range, EnumerationOptions options, const RangeVisitor& visit) const {
+  settle();
   std::vector<Range> clipped;
   Index end = endOf(range);
   for (auto it = runReaching(runs_, range.location); it != runs_.end() && it->location < end; ++it) {
@@ -216,9 +301,13 @@ void IndexSet::enumerateRangesInRange(Range range, EnumerationOptions options, c
   }
 }
 
-Index IndexSet::indexPassingTest(const IndexTest& test) const { return indexWithOptions(EnumerationOptions::None, test); }
+Index IndexSet::indexPassingTest(const IndexTest& test) const {
+  settle();
+  return indexWithOptions(EnumerationOptions::None, test);
+}
 
 Index IndexSet::indexWithOptions(EnumerationOptions options, const IndexTest& test) const {
+  settle();
   Index found = NotFound;
   std::mutex lock;
   enumerateIndexesWithOptions(options, [&](Index i, bool* stop) {
@@ -232,10 +321,12 @@ Index IndexSet::indexWithOptions(EnumerationOptions options, const IndexTest& te
 }
 
 Ref<IndexSet> IndexSet::indexesPassingTest(const IndexTest& test) const {
+  settle();
   return indexesWithOptions(EnumerationOptions::None, test);
 }
 
 Ref<IndexSet> IndexSet::indexesWithOptions(EnumerationOptions options, const IndexTest& test) const {
+  settle();
   auto passing = make<MutableIndexSet>();
   std::mutex lock;
   enumerateIndexesWithOptions(options, [&](Index i, bool* stop) {
@@ -248,15 +339,19 @@ Ref<IndexSet> IndexSet::indexesWithOptions(EnumerationOptions options, const Ind
 }
 
 Ref<IndexSet> IndexSet::unionWithIndexSet(const IndexSet& other) const {
+  settle();
   auto result = make<MutableIndexSet>(runs_);
   result->addIndexes(other);
   return make<IndexSet>(result->ranges());
 }
 
 Ref<IndexSet> IndexSet::intersectionWithIndexSet(const IndexSet& other) const {
+  settle();
   std::vector<Range> common;
-  auto a = runs_.begin(), b = other.runs_.begin();
-  while (a != runs_.end() && b != other.runs_.end()) {
+  const std::vector<Range>& mine = runs_;
+  const std::vector<Range>& theirs = other.ranges();
+  auto a = mine.begin(), b = theirs.begin();
+  while (a != mine.end() && b != theirs.end()) {
     Index from = std::max(a->location, b->location), to = std::min(a->end(), b->end());
     if (from < to) common.push_back({from, to - from});
     if (a->end() < b->end()) ++a; else ++b;
@@ -267,12 +362,14 @@ Ref<IndexSet> IndexSet::intersectionWithIndexSet(const IndexSet& other) const {
 }
 
 Ref<IndexSet> IndexSet::minusIndexSet(const IndexSet& other) const {
+  settle();
   auto result = make<MutableIndexSet>(runs_);
   result->removeIndexes(other);
   return make<IndexSet>(result->ranges());
 }
 
 std::vector<Index> IndexSet::allIndexes() const {
+  settle();
   std::vector<Index> all;
   all.reserve(count());
   for (const Range& run : runs_) {
@@ -284,6 +381,20 @@ std::vector<Index> IndexSet::allIndexes() const {
 void MutableIndexSet::addIndexesInRange(Range range) {
   checkRange(range, "addIndexesInRange:");
   if (range.length == 0) return;
+  if (!runs_.empty() && range.end() < runs_.back().location) {
+    // Before the last run: buffered, so that random order does not shift
+    // the vector for every index.
+    bool full;
+    {
+      std::lock_guard<std::mutex> hold(pendingLock());
+      pending_.push_back(range);
+      hasPending_.store(true, std::memory_order_release);
+      full = pending_.size() >= std::max<std::size_t>(64, runs_.size() / 4);
+    }
+    if (full) mergePending();
+    return;
+  }
+  settle();
   // Runs that touch or overlap the new one merge with it.
   auto first = std::lower_bound(runs_.begin(), runs_.end(), range.location,
                                 [](const Range& run, Index value) { return run.end() < value; });
@@ -299,12 +410,14 @@ void MutableIndexSet::addIndexesInRange(Range range) {
 }
 
 void MutableIndexSet::addIndexes(const IndexSet& other) {
+  settle();
   // A copy of the runs: `other` may be this set, whose runs change underneath.
   std::vector<Range> runs = other.ranges();
   for (const Range& run : runs) addIndexesInRange(run);
 }
 
 void MutableIndexSet::removeIndexesInRange(Range range) {
+  settle();
   if (range.length == 0 || range.location >= NotFound) return;
   Index cut = std::min(endOf(range), NotFound);
   std::vector<Range> kept;
@@ -321,11 +434,13 @@ void MutableIndexSet::removeIndexesInRange(Range range) {
 }
 
 void MutableIndexSet::removeIndexes(const IndexSet& other) {
+  settle();
   std::vector<Range> runs = other.ranges();
   for (const Range& run : runs) removeIndexesInRange(run);
 }
 
 void MutableIndexSet::shiftIndexesStartingAtIndex(Index index, std::int64_t delta) {
+  settle();
   if (delta == 0) return;
   std::vector<Range> moved;
   std::vector<Range> kept;

@@ -32,6 +32,20 @@ inline constexpr AssertionPlace ColorHighlightLevelOutOfRange{"NSColor+TQFoundat
 inline constexpr AssertionPlace ColorPaleShadeFactorOutOfRange{"NSColor+TQFoundation", 269};
 /// The colour helpers: a shade level outside 0 to 1.
 inline constexpr AssertionPlace ColorShadeLevelOutOfRange{"NSColor+TQFoundation", 329};
+/// The integer set's class constructor: the integer 2^64 - 1.
+inline constexpr AssertionPlace IntegerSetConstructorMaximum{"TQIntegerSet", 51};
+/// The integer set's initialiser: the integer 2^64 - 1.
+inline constexpr AssertionPlace IntegerSetInitialiserMaximum{"TQIntegerSet", 74};
+/// The mutable integer set's initialiser: the integer 2^64 - 1.
+inline constexpr AssertionPlace MutableIntegerSetInitialiserMaximum{"TQIntegerSet", 485};
+/// The integer-key dictionary's subscript: a key that is not a number.
+inline constexpr AssertionPlace IntegerKeyDictionaryKeyNotNumber{"TQIntegerKeyDictionary", 40};
+/// The integer-key dictionary's setter: a nil object.
+inline constexpr AssertionPlace IntegerKeyDictionaryNilObject{"TQIntegerKeyDictionary", 120};
+/// The index-set table's subscript: a key that is not a number.
+inline constexpr AssertionPlace IndexSetTableKeyNotNumber{"TQIndexSetTable", 17};
+/// The index-map table read from a dictionary without its list.
+inline constexpr AssertionPlace IndexMapTableRepresentation{"TQIndexMapTable", 127};
 
 }  // namespace AssertionPlaces
 
