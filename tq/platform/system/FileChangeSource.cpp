@@ -61,6 +61,11 @@ std::unique_ptr<FileChangeSource::Watch> ManualFileChangeSource::watchFolder(con
   return std::make_unique<ManualWatch>(mutex_, watches_, entry);
 }
 
+std::unique_ptr<FileChangeSource::Watch> ManualFileChangeSource::watchFile(const std::string& path, Callback callback,
+                                                                           std::string* error) const {
+  return watchFolder(path, std::move(callback), error);
+}
+
 std::size_t ManualFileChangeSource::inject(const std::string& folder, const std::vector<FileChange>& changes) const {
   std::vector<std::shared_ptr<Subscription>> subscribers;
   {
