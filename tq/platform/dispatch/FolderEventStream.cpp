@@ -202,15 +202,24 @@ struct FolderEventStream::State : std::enable_shared_from_this<State> {
     std::string ancestor = parentOf(root);
     FolderIdentity identity;
     while (!detail::folderIdentity(ancestor, identity) && ancestor != "/" && ancestor != ".") ancestor = parentOf(ancestor);
-    auto onChanges = [this](const std::vector<FileChange>& changes) {
+    auto onChanges = [this, ancestor](const std::vector<FileChange>& changes) {
       std::lock_guard lock(mutex);
       if (stopped) return;
       for (const FileChange& change : changes) {
-        if (change.kind == FileChange::Kind::Created || change.kind == FileChange::Kind::MovedTo ||
-            change.kind == FileChange::Kind::Overflow) {
-          reattach = true;
-          openBurstLocked();
+        if (change.kind != FileChange::Kind::Created && change.kind != FileChange::Kind::MovedTo &&
+            change.kind != FileChange::Kind::Overflow)
+          continue;
+        // Only the root's own appearance is news to the caller; a folder on
+        // the way to it only moves this watch down.
+        FolderIdentity found;
+        if (detail::folderIdentity(root, found)) {
+          batch.rootFlags |= F::MustScanSubDirs | F::RootChanged;
+        } else if (!detail::folderIdentity(childPath(ancestor, change.name), found) ||
+                   !root.starts_with(childPath(ancestor, change.name) + "/")) {
+          continue;
         }
+        reattach = true;
+        openBurstLocked();
       }
     };
     ancestorWatch = source->watchFolder(ancestor, onChanges, error);
