@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <filesystem>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -28,8 +29,10 @@ using tq::testing::eventually;
 constexpr double kPatience = 5.0;
 
 int failures = 0;
+int checks = 0;
 
 void check(bool ok, const std::string& what) {
+  ++checks;
   if (ok) return;
   std::fprintf(stderr, "FAIL: %s\n", what.c_str());
   ++failures;
@@ -109,6 +112,7 @@ int insideNamespace(const std::vector<std::string>&) {
   auto seen = farChanges.seen();
   check(seen.size() == 3 && seen[0] == "XR -------" && seen[1] == "X- -------" && seen[2] == "XR -------",
         "the changes reported were not reachable, unreachable, reachable");
+  std::fprintf(stderr, "%d checks, %d failed\n", checks, failures);  // stderr: the role ends with _Exit, unflushed
   return failures;
 }
 
@@ -119,12 +123,16 @@ TEST(ReachabilityNamespaceTest, FlagsAndChangesFollowLinksAddressesAndRoutes) {
   if (!run("unshare -rn ip link show")) GTEST_SKIP() << "the ip tool (iproute2) is not installed";
   tq::testing::TemporaryFolder folder{"netns"};
   const std::string output = folder.string() + "/output";
-  const std::string command = "TQ_TEST_HELPER_ROLE=reachability-namespace unshare -rn /proc/" +
-                              std::to_string(::getpid()) + "/exe > " + output + " 2>&1";
+  // The program by its path: a process in another user namespace may not
+  // open this one's /proc entries.
+  const std::string program = std::filesystem::read_symlink("/proc/self/exe").string();
+  const std::string command =
+      "TQ_TEST_HELPER_ROLE=reachability-namespace unshare -rn '" + program + "' > " + output + " 2>&1";
   int status = std::system(command.c_str());
   std::ifstream file(output);
   std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
   EXPECT_EQ(status, 0) << text;
+  EXPECT_NE(text.find(" checks, 0 failed"), std::string::npos) << "the checks did not run:\n" << text;
 }
 
 }  // namespace

@@ -54,7 +54,7 @@ Ref<TQReachability> TQReachability::reachabilityWithAddress(const sockaddr* addr
 Ref<TQReachability> TQReachability::reachabilityForInternetConnection() { return withIPv4(htonl(INADDR_ANY), 0); }
 
 Ref<TQReachability> TQReachability::reachabilityForLocalWiFi() {
-  return withIPv4(htonl(IN_LINKLOCALNETNUM), 0);  // 169.254.0.0
+  return withIPv4(htonl(0xA9FE0000), 0);  // 169.254.0.0
 }
 
 Ref<TQReachability> TQReachability::reachabilityWithURL(const std::string& url) {
