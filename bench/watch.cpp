@@ -35,6 +35,7 @@
 #include <thread>
 
 #include "bench/support/PeerRatio.h"
+#include "tests/support/FileStorm.h"
 #include "tq/platform/dispatch/FolderEventStream.h"
 #include "tq/system/TQReachability.h"
 
@@ -217,21 +218,7 @@ class Seen {
   std::atomic<int> rescans_{0};
 };
 
-std::vector<std::string> storm(const Tree& tree) {
-  std::vector<std::string> changed;
-  for (int i = 0; i < 50000; ++i) {
-    const std::string& folder = tree.folders[std::size_t(i) % tree.folders.size()];
-    const std::string made = folder + "/f" + std::to_string(i);
-    const std::string renamed = folder + "/g" + std::to_string(i);
-    int fd = ::open(made.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0644);
-    if (fd >= 0) ::close(fd);
-    ::rename(made.c_str(), renamed.c_str());
-    ::unlink(renamed.c_str());
-    changed.push_back(made);
-    changed.push_back(renamed);
-  }
-  return changed;
-}
+std::vector<std::string> storm(const Tree& tree) { return tq::testing::fileStorm(tree.folders, 0, 50000); }
 
 // Runs the storm on a thread while `pump` runs the peer's loop, then pumps
 // until two seconds pass without a new report.

@@ -16,6 +16,7 @@
 #include <set>
 
 #include "tests/support/Eventually.h"
+#include "tests/support/FileStorm.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tq/platform/system/internal/InotifySource.h"
 #include "tq/system/TQFolderWatcher.h"
@@ -85,22 +86,7 @@ class TQFolderWatcherStormTest : public ::testing::Test {
     watcher_->stopWatching();
   }
 
-  // Creates, renames and deletes files [first, last); answers the paths changed.
-  std::vector<std::string> storm(int first, int last) {
-    std::vector<std::string> changed;
-    for (int i = first; i < last; ++i) {
-      const std::string& folder = folders_[std::size_t(i) % folders_.size()];
-      const std::string made = folder + "/f" + std::to_string(i);
-      const std::string renamed = folder + "/g" + std::to_string(i);
-      int fd = ::open(made.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0644);
-      if (fd >= 0) ::close(fd);
-      ::rename(made.c_str(), renamed.c_str());
-      ::unlink(renamed.c_str());
-      changed.push_back(made);
-      changed.push_back(renamed);
-    }
-    return changed;
-  }
+  std::vector<std::string> storm(int first, int last) { return tq::testing::fileStorm(folders_, first, last); }
 
   bool nothingLost(const std::vector<std::string>& changed) {
     return eventually([&] { return delivered_.rescans() > 0 || delivered_.missing(changed) == 0; }, kPatience,
