@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <linux/netlink.h>
 #include <linux/rtnetlink.h>
+#include <sys/socket.h>
 
 #include <cerrno>
 #include <cstring>
