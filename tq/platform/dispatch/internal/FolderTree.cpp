@@ -37,10 +37,26 @@ void walkTree(const std::string& top, const std::function<bool(const std::string
   while (!pending.empty()) {
     std::string folder = std::move(pending.back());
     pending.pop_back();
+    // Opened once: the descriptor gives both the identity and the listing
+    // (a tree of 10,000 folders makes this the start's main cost).
+    int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     FolderIdentity identity;
-    if (!folderIdentity(folder, identity) || !onFolder(folder, identity)) continue;
-    DIR* dir = ::opendir(folder.c_str());
-    if (!dir) continue;
+    struct stat st {};
+    if (fd >= 0 && ::fstat(fd, &st) == 0) {
+      identity = {st.st_dev, st.st_ino};
+    } else if (!folderIdentity(folder, identity)) {  // a folder that cannot be read is still a folder
+      if (fd >= 0) ::close(fd);
+      continue;
+    }
+    if (!onFolder(folder, identity) || fd < 0) {
+      if (fd >= 0) ::close(fd);
+      continue;
+    }
+    DIR* dir = ::fdopendir(fd);
+    if (!dir) {
+      ::close(fd);
+      continue;
+    }
     while (const dirent* entry = ::readdir(dir)) {
       const std::string name = entry->d_name;
       if (name == "." || name == "..") continue;

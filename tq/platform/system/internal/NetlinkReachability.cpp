@@ -28,8 +28,8 @@ using Clock = std::chrono::steady_clock;
 // Changes come in bursts (a link going down takes its addresses and routes
 // with it): the flags are read again once the kernel has been quiet this
 // long, or at the latest after kMaxDelay.
-constexpr int kQuietMilliseconds = 20;
-constexpr auto kMaxDelay = std::chrono::milliseconds(250);
+constexpr int kQuietMilliseconds = 5;
+constexpr auto kMaxDelay = std::chrono::milliseconds(100);
 // Names are resolved again when their addresses are older than this.
 constexpr auto kNameLifetime = std::chrono::seconds(30);
 
