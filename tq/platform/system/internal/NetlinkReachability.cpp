@@ -26,8 +26,9 @@ namespace Flag = ReachabilityFlag;
 using Clock = std::chrono::steady_clock;
 
 // Changes come in bursts (a link going down takes its addresses and routes
-// with it): the flags are read again once the kernel has been quiet this
-// long, or at the latest after kMaxDelay.
+// with it): the flags are read at the first message, and once more when the
+// burst has ended (the kernel quiet this long, or at the latest kMaxDelay
+// after the first read) if more came.
 constexpr int kQuietMilliseconds = 5;
 constexpr auto kMaxDelay = std::chrono::milliseconds(100);
 // Names are resolved again when their addresses are older than this.
@@ -239,14 +240,19 @@ class NetlinkWatch : public ReachabilitySource::Watch {
     evaluate();
     std::vector<std::uint8_t> buffer(64 * 1024);
     for (;;) {
-      if (!waitForChange(buffer, -1)) return;
-      const auto latest = Clock::now() + kMaxDelay;
-      while (Clock::now() < latest) {
-        int changed = waitForChange(buffer, kQuietMilliseconds);
-        if (changed < 0) return;
-        if (changed == 0) break;
+      if (waitForChange(buffer, -1) < 0) return;
+      // The first change is answered at once (with whatever else is already
+      // queued); the rest of its burst is waited out and read once more.
+      int changed;
+      while ((changed = waitForChange(buffer, 0)) == 1) {
       }
+      if (changed < 0) return;
       evaluate();
+      bool more = false;
+      const auto latest = Clock::now() + kMaxDelay;
+      while (Clock::now() < latest && (changed = waitForChange(buffer, kQuietMilliseconds)) == 1) more = true;
+      if (changed < 0) return;
+      if (more) evaluate();
     }
   }
 
