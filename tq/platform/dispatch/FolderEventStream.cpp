@@ -4,12 +4,11 @@
 
 #include <algorithm>
 #include <atomic>
-#include <condition_variable>
 #include <map>
 #include <mutex>
-#include <thread>
 #include <unordered_map>
 
+#include "tq/platform/dispatch/internal/BurstTimer.h"
 #include "tq/platform/dispatch/internal/FolderTree.h"
 #include "tq/platform/system/Clocks.h"
 #include "tq/platform/system/FileChangeSource.h"
@@ -99,22 +98,15 @@ struct FolderEventStream::State : std::enable_shared_from_this<State> {
   Options options;
   DispatchQueueRef queue;
   Handler handler;
-  MonotonicClock::Duration latency{};
-  std::shared_ptr<const MonotonicClock> clock;
   std::shared_ptr<const FileChangeSource> source;  // outlives its watches
   std::atomic<std::uint64_t> latest{0};
 
   mutable std::mutex mutex;
   std::map<std::string, Watched> folders;
   Watch ancestorWatch;  // while the root does not exist
-  std::condition_variable wake;
-  bool stopped = false;
-  bool timerSleeping = false;
-  bool batchOpen = false;
+  detail::BurstTimer timer{mutex};
   bool reattach = false;  // walk the tree again before the next delivery
-  MonotonicClock::TimePoint deadline{};
   Batch batch;
-  std::thread timer;
 
   // Held while a handler runs; recursive so that a handler may destroy its
   // own stream.
@@ -204,7 +196,7 @@ struct FolderEventStream::State : std::enable_shared_from_this<State> {
     while (!detail::folderIdentity(ancestor, identity) && ancestor != "/" && ancestor != ".") ancestor = parentOf(ancestor);
     auto onChanges = [this, ancestor](const std::vector<FileChange>& changes) {
       std::lock_guard lock(mutex);
-      if (stopped) return;
+      if (timer.isStoppedLocked()) return;
       for (const FileChange& change : changes) {
         if (change.kind != FileChange::Kind::Created && change.kind != FileChange::Kind::MovedTo &&
             change.kind != FileChange::Kind::Overflow)
@@ -219,7 +211,7 @@ struct FolderEventStream::State : std::enable_shared_from_this<State> {
           continue;
         }
         reattach = true;
-        openBurstLocked();
+        timer.openLocked();
       }
     };
     ancestorWatch = source->watchFolder(ancestor, onChanges, error);
@@ -231,9 +223,9 @@ struct FolderEventStream::State : std::enable_shared_from_this<State> {
   void collect(const std::string& folder, const std::vector<FileChange>& changes) {
     Retired retired;  // destroyed after the lock is let go: a watch's end waits for its deliveries
     std::lock_guard lock(mutex);
-    if (stopped) return;
+    if (timer.isStoppedLocked()) return;
     for (const FileChange& change : changes) note(folder, change, retired);
-    if (!batch.isEmpty()) openBurstLocked();
+    if (!batch.isEmpty()) timer.openLocked();
   }
 
   void note(const std::string& folder, const FileChange& change, Retired& retired) {
@@ -268,42 +260,23 @@ struct FolderEventStream::State : std::enable_shared_from_this<State> {
     }
   }
 
-  void openBurstLocked() {
-    if (batchOpen) return;
-    batchOpen = true;
-    deadline = clock->now() + latency;
-    wake.notify_all();
-  }
-
   // ---- Delivering -----------------------------------------------------------
 
-  // On the stream's own thread: waits out each burst, then hands it on.
-  void runTimer() {
-    std::unique_lock lock(mutex);
-    for (;;) {
-      wake.wait(lock, [&] { return stopped || batchOpen; });
-      if (stopped) return;
-      const auto until = deadline;
-      timerSleeping = true;
-      lock.unlock();
-      clock->sleepUntil(until);
-      lock.lock();
-      timerSleeping = false;
-      if (stopped) return;
-      Retired retired;
-      if (reattach) {
-        reattach = false;
-        if (!attachLocked(retired, nullptr)) batch.rootFlags |= F::MustScanSubDirs;
-      }
-      Batch burst = std::move(batch);
-      batch = Batch();
-      batchOpen = false;
-      lock.unlock();
-      retired.clear();
-      auto events = reportable(burst);
-      if (!events.empty()) queue->async([self = shared_from_this(), events = std::move(events)] { self->deliver(events); });
-      lock.lock();
+  // On the timer's thread, once a burst's wait is over: hands it on, after
+  // walking the tree again when events were lost or the root came or went.
+  void burstOver(std::unique_lock<std::mutex>& lock) {
+    Retired retired;
+    if (reattach) {
+      reattach = false;
+      if (!attachLocked(retired, nullptr)) batch.rootFlags |= F::MustScanSubDirs;
     }
+    Batch burst = std::move(batch);
+    batch = Batch();
+    lock.unlock();
+    retired.clear();
+    auto events = reportable(burst);
+    if (!events.empty()) queue->async([self = shared_from_this(), events = std::move(events)] { self->deliver(events); });
+    lock.lock();
   }
 
   // Ignore-self is decided when the batch is about to go out, not when its
@@ -334,7 +307,7 @@ struct FolderEventStream::State : std::enable_shared_from_this<State> {
     Retired retired;
     {
       std::lock_guard lock(mutex);
-      stopped = true;
+      timer.markStoppedLocked();
       for (auto& [path, watched] : folders) retired.push_back(std::move(watched.watch));
       folders.clear();
       if (ancestorWatch) retired.push_back(std::move(ancestorWatch));
@@ -344,20 +317,7 @@ struct FolderEventStream::State : std::enable_shared_from_this<State> {
       std::lock_guard lock(delivery);
       deliveryStopped = true;
     }
-    bool sleeping;
-    {
-      std::lock_guard lock(mutex);
-      sleeping = timerSleeping;
-    }
-    wake.notify_all();
-    // A timer asleep on the clock cannot be woken (a manual clock may never
-    // move again): it is let go, and ends by itself when it wakes, touching
-    // nothing but this state, which it keeps alive.
-    std::thread thread = std::move(timer);
-    if (sleeping)
-      thread.detach();
-    else
-      thread.join();
+    timer.stop();
   }
 };
 
@@ -369,9 +329,7 @@ std::unique_ptr<FolderEventStream> FolderEventStream::create(const std::string& 
   state->options = options;
   state->queue = std::move(queue);
   state->handler = std::move(handler);
-  state->latency = std::chrono::duration_cast<MonotonicClock::Duration>(
-      std::chrono::duration<double>(options.latencySeconds > 0 ? options.latencySeconds : 0));
-  state->clock = MonotonicClock::current();
+  state->timer.configure(MonotonicClock::current(), options.latencySeconds);
   state->source = FileChangeSource::current();
   state->latest = options.sinceEventId == SinceNow ? currentEventId() : options.sinceEventId;
 
@@ -384,7 +342,7 @@ std::unique_ptr<FolderEventStream> FolderEventStream::create(const std::string& 
     State::Retired retired;
     std::lock_guard lock(state->mutex);
     if (!state->attachLocked(retired, error)) {
-      state->stopped = true;
+      state->timer.markStoppedLocked();
       for (auto& [path, watched] : state->folders) retired.push_back(std::move(watched.watch));
       state->folders.clear();
       if (state->ancestorWatch) retired.push_back(std::move(state->ancestorWatch));
@@ -392,10 +350,11 @@ std::unique_ptr<FolderEventStream> FolderEventStream::create(const std::string& 
     }
     if (options.sinceEventId != SinceNow) {
       state->batch.rootFlags |= F::MustScanSubDirs | F::HistoryDone;
-      state->openBurstLocked();
+      state->timer.openLocked();
     }
   }
-  state->timer = std::thread([state] { state->runTimer(); });
+  State* owner = state.get();
+  state->timer.start(state, [owner](std::unique_lock<std::mutex>& lock) { owner->burstOver(lock); });
   std::unique_ptr<FolderEventStream> stream(new FolderEventStream);
   stream->state_ = std::move(state);
   return stream;
