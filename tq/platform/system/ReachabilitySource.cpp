@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tq/platform/system/internal/CurrentService.h"
+#include "tq/platform/system/internal/ManualWatch.h"
 #include "tq/platform/system/internal/NetlinkReachability.h"
 
 namespace tq {
@@ -65,32 +66,14 @@ struct ManualReachabilitySource::Watcher {
   std::mutex mutex;  // delivery and the end of the watch exclude each other
   Callback callback;
   bool ended = false;
-};
 
-namespace {
-
-class ManualWatch : public ReachabilitySource::Watch {
- public:
-  using Watchers = std::multimap<std::string, std::shared_ptr<ManualReachabilitySource::Watcher>>;
-  ManualWatch(std::mutex& mutex, Watchers& watchers, Watchers::iterator entry)
-      : mutex_(mutex), watchers_(watchers), entry_(entry) {}
-  ~ManualWatch() override {
-    auto watcher = entry_->second;
-    {
-      std::lock_guard lock(mutex_);
-      watchers_.erase(entry_);
-    }
-    std::lock_guard lock(watcher->mutex);
-    watcher->ended = true;
+  void end() {
+    std::lock_guard lock(mutex);
+    ended = true;
   }
-
- private:
-  std::mutex& mutex_;
-  Watchers& watchers_;
-  Watchers::iterator entry_;
 };
 
-}  // namespace
+using ManualReachabilityWatch = detail::ManualWatch<ReachabilitySource::Watch, ManualReachabilitySource::Watcher>;
 
 std::optional<std::uint32_t> ManualReachabilitySource::flags(const ReachabilityTarget& target) const {
   std::lock_guard lock(mutex_);
@@ -107,7 +90,7 @@ std::unique_ptr<ReachabilitySource::Watch> ManualReachabilitySource::watch(const
     return nullptr;
   }
   auto entry = watchers_.emplace(target.description(), std::make_shared<Watcher>(std::move(callback)));
-  return std::make_unique<ManualWatch>(mutex_, watchers_, entry);
+  return std::make_unique<ManualReachabilityWatch>(mutex_, watchers_, entry);
 }
 
 void ManualReachabilitySource::setFlags(const std::string& target, std::optional<std::uint32_t> flags) {
