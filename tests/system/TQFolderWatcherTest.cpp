@@ -287,6 +287,26 @@ TEST_F(TQFolderWatcherKernelTest, IgnoreSelfLeavesOutThisProcessReplacementsOnly
   watcher->stopWatching();
 }
 
+TEST_F(TQFolderWatcherKernelTest, FoldersDeletedAndMadeAgainAtOnceAreWatchedAgain) {
+  fs::create_directories(folder_.path() / "root" / "sub");
+  const std::string root = root_ + "/root";
+  auto watcher = TQFolderWatcher::initWithDelegate(std::weak_ptr<TQFolderWatcherDelegate>(), 25, root);
+  watcher->setFileChangeHandler(batches_.handlerFor(*watcher));
+  ASSERT_TRUE(watcher->startWatchingWithError());
+  // Within one latency, so that the new folders (which the file system may
+  // give the old inode numbers) come before anything is delivered.
+  fs::remove_all(folder_.path() / "root" / "sub");
+  fs::create_directory(folder_.path() / "root" / "sub");
+  fs::remove_all(root);
+  fs::create_directories(folder_.path() / "root" / "sub");
+  ASSERT_TRUE(eventually([&] { return !batches_.all().empty() && batches_.all().back().mustScan; }, kPatience));
+  folder_.write("root/sub/after.txt", "x");
+  folder_.write("root/top.txt", "x");
+  EXPECT_TRUE(eventuallySeen(root + "/sub/after.txt"));
+  EXPECT_TRUE(eventuallySeen(root + "/top.txt"));
+  watcher->stopWatching();
+}
+
 TEST_F(TQFolderWatcherKernelTest, TheRootGoingAwayAndComingBackAsksForARescan) {
   fs::create_directory(folder_.path() / "root");
   const std::string root = root_ + "/root";

@@ -38,6 +38,7 @@ struct Batch {
       mayHaveMissedEvents = true;
       return;
     }
+    if (change.kind == FileChange::Kind::WatchEnded) return;  // its cause came as FolderGone
     if (OwnWrites::isTemporaryName(change.name)) return;
     auto [entry, isNew] = onlyRenamedInto.try_emplace(change.name, true);
     if (isNew) names.push_back(change.name);

@@ -123,14 +123,21 @@ struct FolderEventStream::State : std::enable_shared_from_this<State> {
   // replaced at a watched path counts as new). With `report`, every entry
   // found is reported as created. Answers false, with the reason, when a
   // folder could not be watched.
+  // With `renew`, folders already watched are watched again too: after
+  // lost events, a folder may have been deleted and made anew with the same
+  // inode number, and its old watch ended with it. (The new watch is added
+  // before the old one is let go, so a live kernel watch is never dropped.)
   bool watchTreeLocked(const std::string& top, bool report, Retired& retired, std::string* error,
-                       std::vector<std::string>* seen = nullptr) {
+                       std::vector<std::string>* seen = nullptr, bool renew = false) {
     bool complete = true;
     auto onFolder = [&](const std::string& folder, const FolderIdentity& identity) {
       if (seen) seen->push_back(folder);
       auto found = folders.find(folder);
-      if (found != folders.end() && found->second.identity == identity) return true;
-      if (found != folders.end()) retireLocked(folder, retired);
+      if (found != folders.end() && found->second.identity == identity && !renew) return true;
+      if (found != folders.end()) {
+        retired.push_back(std::move(found->second.watch));
+        folders.erase(found);
+      }
       std::string why;
       Watch watch = source->watchFolder(folder, folderCallback(folder), &why);
       if (!watch) {
@@ -176,7 +183,7 @@ struct FolderEventStream::State : std::enable_shared_from_this<State> {
     }
     if (ancestorWatch) retired.push_back(std::move(ancestorWatch));
     std::vector<std::string> seen;
-    bool complete = watchTreeLocked(root, false, retired, error, &seen);
+    bool complete = watchTreeLocked(root, false, retired, error, &seen, !folders.empty());
     std::sort(seen.begin(), seen.end());
     for (auto it = folders.begin(); it != folders.end();) {
       if (std::binary_search(seen.begin(), seen.end(), it->first)) {
@@ -233,6 +240,19 @@ struct FolderEventStream::State : std::enable_shared_from_this<State> {
     if (change.kind == Kind::Overflow) {
       batch.rootFlags |= F::MustScanSubDirs | F::KernelDropped;
       reattach = true;
+      return;
+    }
+    if (change.kind == Kind::WatchEnded) {
+      // The kernel ended the folder's watch. A folder made at the path since
+      // (perhaps with the same inode number, so that it looked watched) gets
+      // a watch of its own, and what it holds is reported.
+      if (auto found = folders.find(folder); found != folders.end()) {
+        retired.push_back(std::move(found->second.watch));
+        folders.erase(found);
+      }
+      FolderIdentity identity;
+      if (folder != root && detail::folderIdentity(folder, identity) && !watchTreeLocked(folder, true, retired, nullptr))
+        batch.rootFlags |= F::MustScanSubDirs;
       return;
     }
     if (change.kind == Kind::FolderGone) {

@@ -37,6 +37,9 @@ struct FileChange {
     /// The watched folder itself was deleted, moved or unmounted: the watch
     /// no longer covers the folder at its path. No name.
     FolderGone,
+    /// The kernel ended the watch (what it watched was deleted or
+    /// unmounted): nothing more comes from it. No name.
+    WatchEnded,
   };
 
   Kind kind = Kind::Modified;

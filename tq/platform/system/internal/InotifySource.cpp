@@ -145,6 +145,9 @@ class Instance {
         continue;
       }
       if (event->mask & IN_IGNORED) {
+        const FileChange end{FileChange::Kind::WatchEnded, "", false};
+        changes[event->wd].asFolder.push_back(end);
+        changes[event->wd].asFile.push_back(end);
         ended.push_back(event->wd);
         continue;
       }
