@@ -21,3 +21,4 @@
 #include "tq/settings/All.h"
 #include "tq/encodings/All.h"
 #include "tq/concurrency/All.h"
+#include "tq/system/All.h"

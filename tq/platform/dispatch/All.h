@@ -10,6 +10,7 @@
 #include "tq/platform/dispatch/DispatchSemaphore.h"
 #include "tq/platform/dispatch/DispatchSource.h"
 #include "tq/platform/dispatch/FileEventStream.h"
+#include "tq/platform/dispatch/FolderEventStream.h"
 #include "tq/platform/dispatch/NotificationCenter.h"
 #include "tq/platform/dispatch/Operation.h"
 #include "tq/platform/dispatch/OperationQueue.h"

@@ -100,20 +100,27 @@ void DispatchSource::resume() {
     if (resumed_ || cancelled_) return;
     resumed_ = true;
   }
+  if (type_ == Type::Vnode) {
+    noteVnodeEvents(0);  // what came before the resume
+    return;
+  }
   arm();
 }
 
 void DispatchSource::cancel() {
   if (cancelled_.exchange(true)) return;
   DispatchWork onCancel;
+  std::shared_ptr<void> watch;
   {
     std::lock_guard lock(mutex_);
+    watch = std::move(watch_);
     onCancel = std::move(cancelHandler_);
     if (registered_) {
       SourcePoller::shared().remove(fd_);
       registered_ = false;
     }
   }
+  watch.reset();  // outside the lock: it waits for a delivery that may want the lock
   if (onCancel) queue_->async(std::move(onCancel));
 }
 

@@ -1,10 +1,10 @@
 #include "tq/platform/dispatch/FileEventStream.h"
 
-#include <condition_variable>
 #include <mutex>
 #include <thread>
 #include <unordered_map>
 
+#include "tq/platform/dispatch/internal/BurstTimer.h"
 #include "tq/platform/system/Clocks.h"
 #include "tq/platform/system/FileChangeSource.h"
 #include "tq/platform/system/FileSystem.h"
@@ -38,6 +38,7 @@ struct Batch {
       mayHaveMissedEvents = true;
       return;
     }
+    if (change.kind == FileChange::Kind::WatchEnded) return;  // its cause came as FolderGone
     if (OwnWrites::isTemporaryName(change.name)) return;
     auto [entry, isNew] = onlyRenamedInto.try_emplace(change.name, true);
     if (isNew) names.push_back(change.name);
@@ -50,22 +51,15 @@ struct Batch {
 struct FileEventStream::State : std::enable_shared_from_this<State> {
   std::string folder;        // as the caller named it
   std::string kernelFolder;  // as the kernel is given it
-  MonotonicClock::Duration latency{};
   Handler handler;
   RunLoop* runLoop = nullptr;
-  std::shared_ptr<const MonotonicClock> clock;
   std::shared_ptr<const FileChangeSource> source;  // outlives its watch
   std::unique_ptr<FileChangeSource::Watch> watch;
   OwnWrites::Interest interest;
 
   std::mutex mutex;
-  std::condition_variable wake;
-  bool stopped = false;
-  bool timerSleeping = false;
-  bool batchOpen = false;
-  MonotonicClock::TimePoint deadline{};
+  detail::BurstTimer timer{mutex};
   Batch batch;
-  std::thread timer;
 
   // Held while a handler runs; the destructor takes it to stop delivery, so
   // it waits for a handler running on another thread. Recursive, so that a
@@ -76,37 +70,20 @@ struct FileEventStream::State : std::enable_shared_from_this<State> {
   // On the source's thread.
   void collect(const std::vector<FileChange>& changes) {
     std::lock_guard lock(mutex);
-    if (stopped) return;
+    if (timer.isStoppedLocked()) return;
     for (const FileChange& change : changes) batch.add(change);
-    if (!batchOpen && !batch.isEmpty()) {
-      batchOpen = true;
-      deadline = clock->now() + latency;
-      wake.notify_all();
-    }
+    if (!batch.isEmpty()) timer.openLocked();
   }
 
-  // On the stream's own thread: waits out each burst, then hands it on.
-  void runTimer() {
-    std::unique_lock lock(mutex);
-    for (;;) {
-      wake.wait(lock, [&] { return stopped || batchOpen; });
-      if (stopped) return;
-      const auto until = deadline;
-      timerSleeping = true;
-      lock.unlock();
-      clock->sleepUntil(until);
-      lock.lock();
-      timerSleeping = false;
-      if (stopped) return;
-      Batch burst = std::move(batch);
-      batch = Batch();
-      batchOpen = false;
-      lock.unlock();
-      FileEvents events = reportable(burst);
-      if (!events.paths.empty() || events.mayHaveMissedEvents)
-        runLoop->perform([self = shared_from_this(), events = std::move(events)] { self->deliver(events); });
-      lock.lock();
-    }
+  // On the timer's thread, once a burst's wait is over: hands it on.
+  void burstOver(std::unique_lock<std::mutex>& lock) {
+    Batch burst = std::move(batch);
+    batch = Batch();
+    lock.unlock();
+    FileEvents events = reportable(burst);
+    if (!events.paths.empty() || events.mayHaveMissedEvents)
+      runLoop->perform([self = shared_from_this(), events = std::move(events)] { self->deliver(events); });
+    lock.lock();
   }
 
   // Decided when the batch is about to go out, not when its changes came: a
@@ -134,22 +111,8 @@ struct FileEventStream::State : std::enable_shared_from_this<State> {
       std::lock_guard lock(delivery);
       deliveryStopped = true;
     }
-    bool sleeping;
-    {
-      std::lock_guard lock(mutex);
-      stopped = true;
-      sleeping = timerSleeping;
-    }
-    wake.notify_all();
+    timer.stop();
     interest = OwnWrites::Interest();
-    // A timer asleep on the clock cannot be woken (a manual clock may never
-    // move again): it is let go, and ends by itself when it wakes, touching
-    // nothing but this state, which it keeps alive.
-    std::thread thread = std::move(timer);
-    if (sleeping)
-      thread.detach();
-    else
-      thread.join();
   }
 };
 
@@ -158,11 +121,9 @@ std::unique_ptr<FileEventStream> FileEventStream::create(const std::string& fold
   auto state = std::make_shared<State>();
   state->folder = withoutTrailingSlashes(folder);
   state->kernelFolder = FileSystem::current()->resolve(state->folder);
-  state->latency = std::chrono::duration_cast<MonotonicClock::Duration>(
-      std::chrono::duration<double>(latencySeconds > 0 ? latencySeconds : 0));
+  state->timer.configure(MonotonicClock::current(), latencySeconds);
   state->handler = std::move(handler);
   state->runLoop = &runLoop;
-  state->clock = MonotonicClock::current();
   state->source = FileChangeSource::current();
   // Before the watch starts, so that a write made once the stream exists is
   // known as this process's own.
@@ -172,7 +133,8 @@ std::unique_ptr<FileEventStream> FileEventStream::create(const std::string& fold
       state->kernelFolder, [collector](const std::vector<FileChange>& changes) { collector->collect(changes); },
       error);
   if (!state->watch) return nullptr;
-  state->timer = std::thread([state] { state->runTimer(); });
+  State* owner = state.get();
+  state->timer.start(state, [owner](std::unique_lock<std::mutex>& lock) { owner->burstOver(lock); });
 
   std::unique_ptr<FileEventStream> stream(new FileEventStream);
   stream->state_ = std::move(state);

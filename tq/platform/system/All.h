@@ -7,11 +7,13 @@
 
 #include "tq/platform/system/Appearance.h"
 #include "tq/platform/system/Clocks.h"
+#include "tq/platform/system/CloudFiles.h"
 #include "tq/platform/system/Environment.h"
 #include "tq/platform/system/FileChangeSource.h"
 #include "tq/platform/system/FileCoordinator.h"
 #include "tq/platform/system/FileSystem.h"
 #include "tq/platform/system/LineFollower.h"
 #include "tq/platform/system/OwnWrites.h"
+#include "tq/platform/system/ReachabilitySource.h"
 #include "tq/platform/system/UserFolders.h"
 #include "tq/platform/system/VectorSupport.h"

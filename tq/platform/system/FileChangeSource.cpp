@@ -3,6 +3,7 @@
 #include "tq/platform/system/internal/ChangeSubscription.h"
 #include "tq/platform/system/internal/CurrentService.h"
 #include "tq/platform/system/internal/InotifySource.h"
+#include "tq/platform/system/internal/ManualWatch.h"
 
 namespace tq {
 
@@ -25,29 +26,7 @@ struct ManualFileChangeSource::Subscription : detail::ChangeSubscription {
   using ChangeSubscription::ChangeSubscription;
 };
 
-namespace {
-
-class ManualWatch : public FileChangeSource::Watch {
- public:
-  using Watches = std::multimap<std::string, std::shared_ptr<ManualFileChangeSource::Subscription>>;
-  ManualWatch(std::mutex& mutex, Watches& watches, Watches::iterator entry)
-      : mutex_(mutex), watches_(watches), entry_(entry) {}
-  ~ManualWatch() override {
-    auto subscription = entry_->second;
-    {
-      std::lock_guard lock(mutex_);
-      watches_.erase(entry_);
-    }
-    subscription->end();
-  }
-
- private:
-  std::mutex& mutex_;
-  Watches& watches_;
-  Watches::iterator entry_;
-};
-
-}  // namespace
+using ManualChangeWatch = detail::ManualWatch<FileChangeSource::Watch, ManualFileChangeSource::Subscription>;
 
 std::unique_ptr<FileChangeSource::Watch> ManualFileChangeSource::watchFolder(const std::string& folder,
                                                                              Callback callback,
@@ -58,7 +37,12 @@ std::unique_ptr<FileChangeSource::Watch> ManualFileChangeSource::watchFolder(con
     return nullptr;
   }
   auto entry = watches_.emplace(folder, std::make_shared<Subscription>(std::move(callback)));
-  return std::make_unique<ManualWatch>(mutex_, watches_, entry);
+  return std::make_unique<ManualChangeWatch>(mutex_, watches_, entry);
+}
+
+std::unique_ptr<FileChangeSource::Watch> ManualFileChangeSource::watchFile(const std::string& path, Callback callback,
+                                                                           std::string* error) const {
+  return watchFolder(path, std::move(callback), error);
 }
 
 std::size_t ManualFileChangeSource::inject(const std::string& folder, const std::vector<FileChange>& changes) const {

@@ -37,6 +37,9 @@ struct FileChange {
     /// The watched folder itself was deleted, moved or unmounted: the watch
     /// no longer covers the folder at its path. No name.
     FolderGone,
+    /// The kernel ended the watch (what it watched was deleted or
+    /// unmounted): nothing more comes from it. No name.
+    WatchEnded,
   };
 
   Kind kind = Kind::Modified;
@@ -69,6 +72,16 @@ class FileChangeSource {
   virtual std::unique_ptr<Watch> watchFolder(const std::string& folder, Callback callback,
                                              std::string* error = nullptr) const = 0;
 
+  /// Starts handing the changes of one file (the file the path names when
+  /// the watch starts; it is followed through renames, as an open descriptor
+  /// is: "/proc/self/fd/N" watches the descriptor's file) to `callback`, as
+  /// changes without a name: `Modified` (written), `AttributesChanged`
+  /// (including a link removed: the watcher asks the file how many are left),
+  /// `MovedFrom` (renamed) and `Deleted` (its last link gone and closed),
+  /// plus `Overflow`. Nothing, with the reason, when it cannot be watched.
+  virtual std::unique_ptr<Watch> watchFile(const std::string& path, Callback callback,
+                                           std::string* error = nullptr) const = 0;
+
   /// The source the library uses: inotify unless one was installed.
   static std::shared_ptr<const FileChangeSource> current();
   /// Installs a source (nullptr: the real one again); answers the previous one.
@@ -82,6 +95,9 @@ class ManualFileChangeSource : public FileChangeSource {
  public:
   std::unique_ptr<Watch> watchFolder(const std::string& folder, Callback callback,
                                      std::string* error = nullptr) const override;
+  /// Files are watched under their path as given, like folders.
+  std::unique_ptr<Watch> watchFile(const std::string& path, Callback callback,
+                                   std::string* error = nullptr) const override;
 
   /// Runs the callbacks of the watches of `folder` with the changes; answers
   /// how many watches got them.

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <condition_variable>
 #include <cstring>
 #include <map>
 #include <mutex>
@@ -23,6 +24,10 @@ namespace {
 constexpr std::uint32_t kWatchMask = IN_CREATE | IN_MODIFY | IN_CLOSE_WRITE | IN_ATTRIB | IN_MOVED_FROM |
                                      IN_MOVED_TO | IN_DELETE | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR |
                                      IN_EXCL_UNLINK;
+// One file's own changes. IN_MASK_ADD: the kernel keeps one watch per inode
+// and instance, so a file watch on a folder someone also watches as a folder
+// must add to that watch's mask rather than replace it (and the other way).
+constexpr std::uint32_t kFileWatchMask = IN_MODIFY | IN_ATTRIB | IN_MOVE_SELF | IN_DELETE_SELF;
 
 std::string watchError(const std::string& folder, int errorNumber) {
   std::string why = std::strerror(errorNumber);
@@ -45,6 +50,28 @@ std::optional<FileChange::Kind> kindOf(std::uint32_t mask) {
   return std::nullopt;
 }
 
+std::optional<FileChange::Kind> fileKindOf(std::uint32_t mask) {
+  using Kind = FileChange::Kind;
+  if (mask & IN_MODIFY) return Kind::Modified;
+  if (mask & IN_ATTRIB) return Kind::AttributesChanged;
+  if (mask & IN_MOVE_SELF) return Kind::MovedFrom;
+  if (mask & IN_DELETE_SELF) return Kind::Deleted;
+  return std::nullopt;
+}
+
+struct Subscriber {
+  std::shared_ptr<ChangeSubscription> subscription;
+  bool isFile = false;
+  bool operator==(const Subscriber&) const = default;
+};
+
+// The changes of one watch in one read, as folder watchers and as file
+// watchers see them (one inode may be both).
+struct WatchChanges {
+  std::vector<FileChange> asFolder;
+  std::vector<FileChange> asFile;
+};
+
 class Instance {
  public:
   static Instance& shared() {
@@ -52,24 +79,24 @@ class Instance {
     return *instance;
   }
 
-  int add(const std::string& folder, const std::shared_ptr<ChangeSubscription>& subscription, std::string* error) {
+  int add(const std::string& path, const Subscriber& subscriber, std::string* error) {
     std::lock_guard lock(mutex_);
-    if (fd_ < 0 && !open(error, folder)) return -1;
-    int wd = ::inotify_add_watch(fd_, folder.c_str(), kWatchMask);
+    if (fd_ < 0 && !open(error, path)) return -1;
+    int wd = ::inotify_add_watch(fd_, path.c_str(), (subscriber.isFile ? kFileWatchMask : kWatchMask) | IN_MASK_ADD);
     if (wd < 0) {
-      if (error) *error = watchError(folder, errno);
+      if (error) *error = watchError(path, errno);
       return -1;
     }
-    subscribers_[wd].push_back(subscription);
+    subscribers_[wd].push_back(subscriber);
     return wd;
   }
 
-  void remove(int wd, const std::shared_ptr<ChangeSubscription>& subscription) {
-    subscription->end();
+  void remove(int wd, const Subscriber& subscriber) {
+    subscriber.subscription->end();
     std::lock_guard lock(mutex_);
     auto found = subscribers_.find(wd);
     if (found == subscribers_.end()) return;  // the kernel ended the watch already
-    std::erase(found->second, subscription);
+    std::erase(found->second, subscriber);
     if (found->second.empty()) {
       subscribers_.erase(found);
       ::inotify_rm_watch(fd_, wd);
@@ -90,6 +117,7 @@ class Instance {
   void read(int fd) {
     alignas(inotify_event) char buffer[64 * 1024];
     for (;;) {
+      waitWhilePaused();
       ssize_t length = ::read(fd, buffer, sizeof buffer);
       if (length < 0 && errno == EINTR) continue;
       if (length <= 0) return;
@@ -102,38 +130,68 @@ class Instance {
   // The changes of one read, per watch, in order. An overflow concerns every
   // watch; a watch the kernel ended (IN_IGNORED) goes to `ended`, to be
   // forgotten once the changes before its end have been handed on.
-  std::map<int, std::vector<FileChange>> parse(const char* buffer, std::size_t length, std::vector<int>& ended) {
-    std::map<int, std::vector<FileChange>> changes;
+  std::map<int, WatchChanges> parse(const char* buffer, std::size_t length, std::vector<int>& ended) {
+    std::map<int, WatchChanges> changes;
     for (std::size_t offset = 0; offset < length;) {
       const auto* event = reinterpret_cast<const inotify_event*>(buffer + offset);
       offset += sizeof(inotify_event) + event->len;
       if (event->mask & IN_Q_OVERFLOW) {
+        const FileChange overflow{FileChange::Kind::Overflow, "", false};
         std::lock_guard lock(mutex_);
-        for (const auto& [wd, subscribers] : subscribers_) changes[wd].push_back({FileChange::Kind::Overflow, "", false});
+        for (const auto& [wd, subscribers] : subscribers_) {
+          changes[wd].asFolder.push_back(overflow);
+          changes[wd].asFile.push_back(overflow);
+        }
         continue;
       }
       if (event->mask & IN_IGNORED) {
+        const FileChange end{FileChange::Kind::WatchEnded, "", false};
+        changes[event->wd].asFolder.push_back(end);
+        changes[event->wd].asFile.push_back(end);
         ended.push_back(event->wd);
         continue;
       }
-      auto kind = kindOf(event->mask);
-      if (!kind) continue;
       std::string name = event->len ? std::string(event->name) : std::string();
-      changes[event->wd].push_back({*kind, std::move(name), (event->mask & IN_ISDIR) != 0});
+      const bool isFolder = (event->mask & IN_ISDIR) != 0;
+      if (auto kind = kindOf(event->mask)) changes[event->wd].asFolder.push_back({*kind, name, isFolder});
+      if (auto kind = fileKindOf(event->mask); kind && name.empty())
+        changes[event->wd].asFile.push_back({*kind, "", isFolder});
     }
     return changes;
   }
 
-  void dispatch(const std::map<int, std::vector<FileChange>>& changes) {
-    for (const auto& [wd, list] : changes) {
-      std::vector<std::shared_ptr<ChangeSubscription>> subscribers;
+  void dispatch(const std::map<int, WatchChanges>& changes) {
+    for (const auto& [wd, lists] : changes) {
+      std::vector<Subscriber> subscribers;
       {
         std::lock_guard lock(mutex_);
         auto found = subscribers_.find(wd);
         if (found != subscribers_.end()) subscribers = found->second;
       }
-      for (const auto& subscriber : subscribers) subscriber->deliver(list);
+      for (const auto& subscriber : subscribers) {
+        const auto& list = subscriber.isFile ? lists.asFile : lists.asFolder;
+        if (!list.empty()) subscriber.subscription->deliver(list);
+      }
     }
+  }
+
+ public:
+  // While paused the reading thread reads nothing, so the kernel's queue
+  // fills up and overflows as it would under a load the thread cannot keep
+  // up with: the one way to test overflow without root (the queue's limit is
+  // a system-wide setting).
+  void setPaused(bool paused) {
+    {
+      std::lock_guard lock(pauseMutex_);
+      paused_ = paused;
+    }
+    resumed_.notify_all();
+  }
+
+ private:
+  void waitWhilePaused() {
+    std::unique_lock lock(pauseMutex_);
+    resumed_.wait(lock, [&] { return !paused_; });
   }
 
   void forget(const std::vector<int>& ended) {
@@ -143,33 +201,45 @@ class Instance {
 
   std::mutex mutex_;
   int fd_ = -1;
-  std::map<int, std::vector<std::shared_ptr<ChangeSubscription>>> subscribers_;
+  std::map<int, std::vector<Subscriber>> subscribers_;
+  std::mutex pauseMutex_;
+  std::condition_variable resumed_;
+  bool paused_ = false;
 };
 
 class InotifyWatch : public FileChangeSource::Watch {
  public:
-  InotifyWatch(int wd, std::shared_ptr<ChangeSubscription> subscription)
-      : wd_(wd), subscription_(std::move(subscription)) {}
-  ~InotifyWatch() override { Instance::shared().remove(wd_, subscription_); }
+  InotifyWatch(int wd, Subscriber subscriber) : wd_(wd), subscriber_(std::move(subscriber)) {}
+  ~InotifyWatch() override { Instance::shared().remove(wd_, subscriber_); }
 
  private:
   int wd_;
-  std::shared_ptr<ChangeSubscription> subscription_;
+  Subscriber subscriber_;
 };
 
 class InotifySource : public FileChangeSource {
  public:
   std::unique_ptr<Watch> watchFolder(const std::string& folder, Callback callback,
                                      std::string* error) const override {
-    auto subscription = std::make_shared<ChangeSubscription>(std::move(callback));
-    int wd = Instance::shared().add(folder, subscription, error);
+    return watch(folder, std::move(callback), false, error);
+  }
+  std::unique_ptr<Watch> watchFile(const std::string& path, Callback callback, std::string* error) const override {
+    return watch(path, std::move(callback), true, error);
+  }
+
+ private:
+  static std::unique_ptr<Watch> watch(const std::string& path, Callback callback, bool isFile, std::string* error) {
+    Subscriber subscriber{std::make_shared<ChangeSubscription>(std::move(callback)), isFile};
+    int wd = Instance::shared().add(path, subscriber, error);
     if (wd < 0) return nullptr;
-    return std::make_unique<InotifyWatch>(wd, std::move(subscription));
+    return std::make_unique<InotifyWatch>(wd, std::move(subscriber));
   }
 };
 
 }  // namespace
 
 std::shared_ptr<const FileChangeSource> makeInotifySource() { return std::make_shared<InotifySource>(); }
+
+void setInotifyReadingPaused(bool paused) { Instance::shared().setPaused(paused); }
 
 }  // namespace tq::detail

@@ -12,4 +12,8 @@ namespace tq::detail {
 
 std::shared_ptr<const FileChangeSource> makeInotifySource();
 
+/// For tests: stops (true) or restarts (false) the reading thread, so that
+/// the kernel's queue overflows while it is stopped.
+void setInotifyReadingPaused(bool paused);
+
 }  // namespace tq::detail

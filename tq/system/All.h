@@ -1,0 +1,11 @@
+#pragma once
+// Umbrella header of tq/system/, the system services: file and folder
+// watchers, cloud files and reachability. It includes every public header
+// of the folder, for users and tools; the library's own code includes what
+// it uses.
+
+#include "tq/system/TQFileWatcher.h"
+#include "tq/system/TQFileWatcherSwift.h"
+#include "tq/system/TQFolderWatcher.h"
+#include "tq/system/TQReachability.h"
+#include "tq/system/UbiquityFiles.h"
