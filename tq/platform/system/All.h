@@ -12,6 +12,7 @@
 #include "tq/platform/system/FileChangeSource.h"
 #include "tq/platform/system/FileCoordinator.h"
 #include "tq/platform/system/FileSystem.h"
+#include "tq/platform/system/KeyboardLayout.h"
 #include "tq/platform/system/LineFollower.h"
 #include "tq/platform/system/OwnWrites.h"
 #include "tq/platform/system/PortalAppearance.h"
