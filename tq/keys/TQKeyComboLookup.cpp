@@ -1,0 +1,138 @@
+// The combo over the keyboard layout: the key that types a character, the
+// name a key shows, and the combos made from characters, glyph strings and
+// menu-item equivalents.
+
+#include <unicode/brkiter.h>
+#include <unicode/unistr.h>
+
+#include <algorithm>
+#include <memory>
+
+#include "tq/keys/TQKeyCombo.h"
+#include "tq/keys/internal/KeyLayoutCache.h"
+#include "tq/keys/internal/KeyTables.h"
+#include "tq/platform/object/Exception.h"
+#include "tq/platform/value/CharacterSet.h"
+
+namespace tq {
+
+namespace {
+
+constexpr char16_t kControlGlyph = u'\u2303', kShiftGlyph = u'\u21E7', kCommandGlyph = u'\u2318',
+                   kOptionGlyph = u'\u2325';
+constexpr std::u16string_view kFunctionGlyph = u"\U0001D5BF\U0001D5C7 ";
+
+bool isLookupGlyph(char16_t unit) {
+  return unit == kControlGlyph || unit == kShiftGlyph || unit == kCommandGlyph || unit == kOptionGlyph;
+}
+
+// Creating a break iterator loads rules; one per thread is reused.
+icu::BreakIterator& characterIterator() {
+  thread_local std::unique_ptr<icu::BreakIterator> iterator = [] {
+    UErrorCode status = U_ZERO_ERROR;
+    std::unique_ptr<icu::BreakIterator> created(
+        icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
+    if (U_FAILURE(status) || !created) raise(ExceptionName::InternalInconsistency, "no character break iterator");
+    return created;
+  }();
+  return *iterator;
+}
+
+/// The text without the composed characters that are exactly one of the
+/// control, shift, command and option glyphs (a glyph carrying a combining
+/// mark is another character, and stays). The function glyph stays too.
+std::u16string withoutModifierGlyphs(const std::u16string& text) {
+  if (std::none_of(text.begin(), text.end(), isLookupGlyph)) return text;
+  icu::UnicodeString unicode(false, text.data(), int32_t(text.size()));
+  icu::BreakIterator& iterator = characterIterator();
+  iterator.setText(unicode);
+  std::u16string kept;
+  for (int32_t start = iterator.first(), end = iterator.next(); end != icu::BreakIterator::DONE;
+       start = end, end = iterator.next()) {
+    if (end - start == 1 && isLookupGlyph(text[std::size_t(start)])) continue;
+    kept.append(text, std::size_t(start), std::size_t(end - start));
+  }
+  return kept;
+}
+
+}  // namespace
+
+std::uint16_t TQKeyCombo::keycodeForKeyChar(const String& keyChar, std::uint64_t* modifierFlags) {
+  auto cache = detail::keyLayoutSnapshot();
+  auto text = str(withoutModifierGlyphs(keyChar.lowercaseString()->utf16()))
+                  ->stringByTrimmingCharactersInSet(*CharacterSet::whitespaceAndNewlineCharacterSet());
+  const std::u16string upper = text->uppercaseString()->utf16(), lower = text->lowercaseString()->utf16();
+  if (modifierFlags) *modifierFlags = 0;
+  struct Step {
+    const detail::KeyLayoutSnapshot::CharacterMap& map;
+    std::uint64_t flags;
+  };
+  const Step steps[] = {{cache->fixed, 0},
+                        {cache->unmod, 0},
+                        {cache->shift, TQModifierFlag::Shift},
+                        {cache->option, TQModifierFlag::Option},
+                        {cache->shiftOption, TQModifierFlag::Shift | TQModifierFlag::Option}};
+  // Upper case first in each map. "Space" is neither, so the fixed table's
+  // name for the space bar is never found this way.
+  for (const Step& step : steps) {
+    for (const std::u16string* form : {&upper, &lower}) {
+      if (auto found = step.map.find(*form); found != step.map.end()) {
+        if (modifierFlags) *modifierFlags = step.flags;
+        return found->second;
+      }
+    }
+  }
+  return 0;  // also the A key's code: callers cannot tell the two apart
+}
+
+Ref<String> TQKeyCombo::stringForKeyCode(std::uint16_t keyCode) {
+  if (const char16_t* name = detail::fixedKeyName(keyCode)) return String::fromUTF16(name);
+  auto cache = detail::keyLayoutSnapshot();
+  if (!cache->layout) return str("");
+  return str(cache->layout->translate(keyCode, 0, KeyAction::Display))->uppercaseString();
+}
+
+Ref<TQKeyCombo> TQKeyCombo::newWithKeyChar(const String& keyChar, std::uint64_t modifiers) {
+  std::uint64_t needed = 0;
+  const std::uint16_t keyCode = keycodeForKeyChar(keyChar, &needed);
+  // Shift alone is added; a character that needs option is found on its
+  // key, and the caller's flags decide the rest.
+  if (needed == TQModifierFlag::Shift) modifiers |= TQModifierFlag::Shift;
+  return initWithKeyCode(keyCode, modifiers);
+}
+
+Ref<TQKeyCombo> TQKeyCombo::newWithKeyGlyph(const String& glyph) {
+  std::u16string text = glyph.uppercaseString()->utf16();
+  std::uint64_t flags = 0;
+  const std::pair<std::u16string_view, std::uint64_t> glyphs[] = {
+      {std::u16string_view(&kControlGlyph, 1), TQModifierFlag::Control},
+      {std::u16string_view(&kShiftGlyph, 1), TQModifierFlag::Shift},
+      {std::u16string_view(&kCommandGlyph, 1), TQModifierFlag::Command},
+      {std::u16string_view(&kOptionGlyph, 1), TQModifierFlag::Option},
+      {kFunctionGlyph, TQModifierFlag::Function}};
+  for (const auto& [each, flag] : glyphs) {
+    const std::size_t at = text.find(each);
+    if (at == std::u16string::npos) continue;
+    text.erase(at, each.size());  // the first occurrence only
+    flags |= flag;
+  }
+  auto rest = str(text)->stringByTrimmingCharactersInSet(*CharacterSet::whitespaceCharacterSet());
+  return newWithKeyChar(*rest, flags);
+}
+
+Ref<TQKeyCombo> TQKeyCombo::newWithEquivalentForMenuItem(const String& keyEquivalent, std::uint64_t modifierMask) {
+  if (keyEquivalent.length() == 0) return nullptr;
+  const std::uint64_t flags = modifierMask & TQModifierFlag::Mask;
+  auto key = keyEquivalent.utf16() == u"\b" ? str(u"\u232B") : keyEquivalent.uppercaseString();
+  auto combo = newWithKeyChar(*key, flags);
+  combo->setModifierFlags(flags);  // the menu item's own, without a shift the lookup added
+  return combo;
+}
+
+void TQKeyCombo::cacheKeyboardLayout() { detail::rebuildKeyLayoutCache(); }
+
+Ref<String> TQKeyCombo::currentKeyboardName() { return str(detail::keyLayoutSnapshot()->name); }
+
+Ref<String> TQKeyCombo::currentKeyboardIdentifier() { return str(detail::keyLayoutSnapshot()->identifier); }
+
+}  // namespace tq

@@ -1,0 +1,87 @@
+#include "tq/keys/internal/KeyLayoutCache.h"
+
+#include <mutex>
+
+#include "tq/keys/internal/KeyTables.h"
+#include "tq/platform/dispatch/DispatchQueue.h"
+
+namespace tq::detail {
+
+namespace {
+
+std::mutex& cacheLock() {
+  static std::mutex mutex;
+  return mutex;
+}
+
+std::shared_ptr<const KeyLayoutSnapshot>& cached() {
+  static std::shared_ptr<const KeyLayoutSnapshot> snapshot = std::make_shared<KeyLayoutSnapshot>();
+  return snapshot;
+}
+
+/// The layout shortcuts are read from: the current one, else (none, or one
+/// that cannot type the Latin letters) the ASCII-capable one.
+std::shared_ptr<const KeyboardLayout> shortcutLayout() {
+  auto layouts = KeyboardLayouts::current();
+  auto layout = layouts->currentLayout();
+  if (layout && layout->isASCIICapable()) return layout;
+  return layouts->currentASCIICapableLayout();
+}
+
+void enter(KeyLayoutSnapshot::CharacterMap& map, std::u16string text, std::uint16_t keyCode) {
+  // A later key with the same text replaces an earlier one.
+  if (!text.empty()) map[std::move(text)] = keyCode;
+}
+
+std::shared_ptr<KeyLayoutSnapshot> build(std::shared_ptr<const KeyboardLayout> layout) {
+  auto snapshot = std::make_shared<KeyLayoutSnapshot>();
+  bool translated[52] = {};
+  for (const auto& [code, name] : fixedKeyEntries()) {
+    if (code < 52) translated[code] = true;  // taken out of the translated codes
+    snapshot->fixed[name] = code;
+  }
+  // Only codes 0 to 51 are translated: keys above that are not in the fixed
+  // table get no character entry.
+  for (std::uint16_t code = 0; code < 52; ++code) {
+    if (translated[code]) continue;
+    using namespace KeyModifierState;
+    enter(snapshot->unmod, layout->translate(code, 0, KeyAction::Display), code);
+    // The shift pass asks what the key types, the others what it shows: a
+    // dead key is found unshifted and with option, never with shift alone.
+    enter(snapshot->shift, layout->translate(code, Shift, KeyAction::Down), code);
+    enter(snapshot->option, layout->translate(code, Option, KeyAction::Display), code);
+    enter(snapshot->shiftOption, layout->translate(code, Shift | Option, KeyAction::Display), code);
+  }
+  snapshot->name = layout->name();
+  snapshot->identifier = layout->identifier();
+  snapshot->layout = std::move(layout);
+  return snapshot;
+}
+
+/// Once per process: the first build, and a rebuild on the main queue at
+/// every change of the layout, for the life of the process.
+void loadOnce() {
+  static std::once_flag once;
+  std::call_once(once, [] {
+    KeyboardLayouts::changes().add([] { DispatchQueue::main()->async([] { rebuildKeyLayoutCache(); }); });
+    rebuildKeyLayoutCache();
+  });
+}
+
+}  // namespace
+
+std::shared_ptr<const KeyLayoutSnapshot> keyLayoutSnapshot() {
+  loadOnce();
+  std::lock_guard lock(cacheLock());
+  return cached();
+}
+
+void rebuildKeyLayoutCache() {
+  auto layout = shortcutLayout();
+  if (!layout) return;
+  auto snapshot = build(std::move(layout));
+  std::lock_guard lock(cacheLock());
+  cached() = std::move(snapshot);
+}
+
+}  // namespace tq::detail

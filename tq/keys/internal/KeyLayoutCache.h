@@ -1,0 +1,31 @@
+#pragma once
+// The process-wide cache of the current keyboard layout: the layout itself
+// (the counterpart of its key-layout data), its name and identifier, and five
+// maps from a character string to the key code that types it ("fixed",
+// "unmod", "shift", "option", "shiftOption"). Readers take a snapshot under
+// the lock and work outside it; a rebuild replaces the snapshot whole.
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <unordered_map>
+
+#include "tq/platform/system/KeyboardLayout.h"
+
+namespace tq::detail {
+
+struct KeyLayoutSnapshot {
+  using CharacterMap = std::unordered_map<std::u16string, std::uint16_t>;
+  std::shared_ptr<const KeyboardLayout> layout;  // nil: no layout was found
+  std::string name, identifier;
+  CharacterMap fixed, unmod, shift, option, shiftOption;
+};
+
+/// The cache as it stands. The first call builds it and starts following
+/// layout changes (each rebuilds it on the main queue).
+std::shared_ptr<const KeyLayoutSnapshot> keyLayoutSnapshot();
+/// Builds the cache from the current layout; leaves it as it is when no
+/// layout can be had.
+void rebuildKeyLayoutCache();
+
+}  // namespace tq::detail
