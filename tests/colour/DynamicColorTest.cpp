@@ -11,6 +11,7 @@
 #include "tq/platform/dispatch/NotificationCenter.h"
 #include "tq/platform/dispatch/RunLoop.h"
 #include "tq/platform/object/Application.h"
+#include "tq/platform/object/Exception.h"
 #include "tq/platform/system/Appearance.h"
 
 using namespace tq;
@@ -179,19 +180,20 @@ TEST(AppearanceObserver, ControllersHearChangesOnTheMainQueueAndTheGoneAreDroppe
   WeakRef<Controller> weakGone = gone;
   gone.reset();
   auto center = NotificationCenter::defaultCenter();
-  const std::size_t registered = center->registrationCount();
   EXPECT_FALSE(weakGone.lock()) << "the observer holds controllers weakly";
 
   int notifications = 0;
   auto token = NotificationCenter::defaultCenter()->addObserverForName(
       str(TQEffectiveAppearanceWasChanged), Application::shared(), nullptr,
       [&](const Ref<Notification>& note) { ++notifications; });
+  const std::size_t registered = center->registrationCount();
   {
     ScopedAppearance dark(FixedAppearance::dark());
     EXPECT_TRUE(kept->calls.empty()) << "delivered on the main queue, not at once";
     EXPECT_TRUE(RunLoop::main().runUntil([&] { return !kept->calls.empty(); }, 5.0));
     EXPECT_EQ(kept->calls, std::vector<bool>{true});
-    EXPECT_EQ(center->registrationCount(), registered - 1) << "the gone controller's registration is dropped";
+    EXPECT_TRUE(RunLoop::main().runUntil([&] { return center->registrationCount() == registered - 1; }, 5.0))
+        << "the gone controller's registration is dropped";
   }
   EXPECT_TRUE(RunLoop::main().runUntil([&] { return kept->calls.size() == 2; }, 5.0));
   EXPECT_EQ(kept->calls, (std::vector<bool>{true, false}));
