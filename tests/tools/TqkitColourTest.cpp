@@ -18,7 +18,7 @@ TEST_F(TqkitColour, ParsePrintsTheFourFormsOfEachColourAndReportsTheRest) {
             "127 127 127 100\trgb(127,127,127)\t#7f7f7f\tgray\n"
             "10 20 30 50\trgb(10,20,30)\t#0a141e\t-\n");
   EXPECT_EQ(result.err, "tqkit: colour parse: 'nope' is not a colour\n");
-  EXPECT_EQ(runInProcess({"colour", "parse", "--form", "name", "0 122 255"}).out, "controlAccentColor\n")
+  EXPECT_EQ(runInProcess({"colour", "parse", "--form", "name", "0 121 255"}).out, "controlAccentColor\n")
       << "a name with capitals inside is written whole";
 }
 
