@@ -199,13 +199,18 @@ int appearance(Arguments& arguments) {
   const long changes = changesOption(arguments);
   arguments.positionals(0, 0);
   if (changes > 0 && !watch) throw UsageException{"--changes goes with --watch"};
-  const std::string first = appearanceWord();
-  writeOut(arguments, first + "\n");
-  if (!watch) return Success;
-  std::fflush(arguments.streams().out);
+  if (!watch) {
+    writeOut(arguments, std::string(appearanceWord()) + "\n");
+    return Success;
+  }
+  // Observing starts before the first answer is printed, so that a change
+  // made as soon as the answer is seen is not missed.
   auto watcher = tq::make<AppearanceWatcher>(arguments, changes);
-  watcher->start(first);
   tq::TQFoundation::observeAppearanceChanges(watcher);
+  const std::string first = appearanceWord();
+  watcher->start(first);
+  writeOut(arguments, first + "\n");
+  std::fflush(arguments.streams().out);
   tq::RunLoop::main().run();
   return Success;
 }
