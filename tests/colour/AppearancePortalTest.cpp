@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/colour/RecordingController.h"
 #include "tests/support/FakeSettingsPortal.h"
 #include "tests/support/PrivateSessionBus.h"
 #include "tq/colour/TQAppearanceChangeObserver.h"
@@ -18,15 +19,6 @@ using namespace tq;
 using namespace tq::testing;
 
 namespace {
-
-class Controller : public Object, public TQAppearanceObserver {
- public:
-  std::string className() const override { return "Controller"; }
-  void appearanceChangedTo(const std::shared_ptr<const Appearance>& appearance) override {
-    calls.push_back(appearance->isDark());
-  }
-  std::vector<bool> calls;
-};
 
 #define REQUIRE_BUS(bus)                                                                       \
   if ((bus).address().empty()) GTEST_SKIP() << "dbus-daemon is not installed (scripts/setup)"; \
@@ -92,8 +84,8 @@ TEST(AppearancePortal, TheSystemChainAnnouncesChangesToControllersOnTheMainQueue
   EXPECT_DOUBLE_EQ(components[0], 0.837) << "the portal prefers light, whatever the environment says";
 
   RunLoop::main().runFor(0.05);
-  auto kept = make<Controller>();
-  auto gone = make<Controller>();
+  auto kept = make<RecordingController>();
+  auto gone = make<RecordingController>();
   TQFoundation::observeAppearanceChanges(kept);
   TQFoundation::observeAppearanceChanges(gone);
   gone.reset();

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/colour/ColorTestSupport.h"
+#include "tests/colour/RecordingController.h"
 #include "tq/colour/ColorTQFoundation.h"
 #include "tq/colour/TQAppearanceChangeObserver.h"
 #include "tq/colour/TQDynamicColor.h"
@@ -155,29 +156,14 @@ TEST(DynamicColorCatalogue, ValuesSharedColoursAndTheGapsOfTheNumberedOnes) {
   EXPECT_EQ(TQDynamicColor::catalogueNames().size(), 19u + 28u);
 }
 
-namespace {
-
-class Controller : public Object, public TQAppearanceObserver {
- public:
-  std::string className() const override { return "Controller"; }
-  void appearanceChangedTo(const std::shared_ptr<const Appearance>& appearance) override {
-    calls.push_back(appearance->isDark());
-    onMainThread = onMainThread && RunLoop::isMainThread();
-  }
-  std::vector<bool> calls;
-  bool onMainThread = true;
-};
-
-}  // namespace
-
 TEST(AppearanceObserver, ControllersHearChangesOnTheMainQueueAndTheGoneAreDropped) {
   ScopedAppearance light(FixedAppearance::light());
   RunLoop::main().runFor(0.05);  // what earlier tests queued
-  auto kept = make<Controller>();
-  auto gone = make<Controller>();
+  auto kept = make<RecordingController>();
+  auto gone = make<RecordingController>();
   TQFoundation::observeAppearanceChanges(kept);
   _TQAppearanceChangeObserver::startObservationsForObject(gone);
-  WeakRef<Controller> weakGone = gone;
+  WeakRef<RecordingController> weakGone = gone;
   gone.reset();
   auto center = NotificationCenter::defaultCenter();
   EXPECT_FALSE(weakGone.lock()) << "the observer holds controllers weakly";
