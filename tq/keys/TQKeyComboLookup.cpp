@@ -2,16 +2,13 @@
 // name a key shows, and the combos made from characters, glyph strings and
 // menu-item equivalents.
 
-#include <unicode/brkiter.h>
-#include <unicode/unistr.h>
+#include <unicode/uchar.h>
+#include <unicode/utf16.h>
 
-#include <algorithm>
-#include <memory>
 
 #include "tq/keys/TQKeyCombo.h"
 #include "tq/keys/internal/KeyLayoutCache.h"
 #include "tq/keys/internal/KeyTables.h"
-#include "tq/platform/object/Exception.h"
 #include "tq/platform/value/CharacterSet.h"
 
 namespace tq {
@@ -26,31 +23,38 @@ bool isLookupGlyph(char16_t unit) {
   return unit == kControlGlyph || unit == kShiftGlyph || unit == kCommandGlyph || unit == kOptionGlyph;
 }
 
-// Creating a break iterator loads rules; one per thread is reused.
-icu::BreakIterator& characterIterator() {
-  thread_local std::unique_ptr<icu::BreakIterator> iterator = [] {
-    UErrorCode status = U_ZERO_ERROR;
-    std::unique_ptr<icu::BreakIterator> created(
-        icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
-    if (U_FAILURE(status) || !created) raise(ExceptionName::InternalInconsistency, "no character break iterator");
-    return created;
-  }();
-  return *iterator;
+int graphemeBreak(char32_t c) { return u_getIntPropertyValue(UChar32(c), UCHAR_GRAPHEME_CLUSTER_BREAK); }
+
+/// Whether the glyph at `index` is a composed character by itself: no mark,
+/// joiner or spacing mark follows it, and no prepended character or (for a
+/// pictograph) joiner comes before it, by the rules that draw character
+/// boundaries. The glyphs are single UTF-16 units.
+bool standsAlone(const std::u16string& text, std::size_t index) {
+  if (index + 1 < text.size()) {
+    char32_t next;
+    U16_GET(text.data(), 0, int32_t(index + 1), int32_t(text.size()), next);
+    const int after = graphemeBreak(next);
+    if (after == U_GCB_EXTEND || after == U_GCB_ZWJ || after == U_GCB_SPACING_MARK) return false;
+  }
+  if (index > 0) {
+    char32_t previous;
+    U16_GET(text.data(), 0, int32_t(index - 1), int32_t(text.size()), previous);
+    const int before = graphemeBreak(previous);
+    if (before == U_GCB_PREPEND) return false;
+    if (before == U_GCB_ZWJ && u_hasBinaryProperty(UChar32(text[index]), UCHAR_EXTENDED_PICTOGRAPHIC)) return false;
+  }
+  return true;
 }
 
 /// The text without the composed characters that are exactly one of the
 /// control, shift, command and option glyphs (a glyph carrying a combining
 /// mark is another character, and stays). The function glyph stays too.
 std::u16string withoutModifierGlyphs(const std::u16string& text) {
-  if (std::none_of(text.begin(), text.end(), isLookupGlyph)) return text;
-  icu::UnicodeString unicode(false, text.data(), int32_t(text.size()));
-  icu::BreakIterator& iterator = characterIterator();
-  iterator.setText(unicode);
   std::u16string kept;
-  for (int32_t start = iterator.first(), end = iterator.next(); end != icu::BreakIterator::DONE;
-       start = end, end = iterator.next()) {
-    if (end - start == 1 && isLookupGlyph(text[std::size_t(start)])) continue;
-    kept.append(text, std::size_t(start), std::size_t(end - start));
+  kept.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (isLookupGlyph(text[i]) && standsAlone(text, i)) continue;
+    kept.push_back(text[i]);
   }
   return kept;
 }
