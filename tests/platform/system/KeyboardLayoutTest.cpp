@@ -12,6 +12,7 @@
 #include "tests/support/Eventually.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tq/platform/system/Environment.h"
+#include "tq/platform/value/String.h"
 
 using namespace tq;
 
@@ -24,22 +25,7 @@ std::shared_ptr<const KeyboardLayout> layout(const std::string& name, const std:
   return compiled;
 }
 
-std::string utf8(const std::u16string& text) {
-  std::string bytes;
-  for (char16_t unit : text) {
-    if (unit < 0x80) {
-      bytes += char(unit);
-    } else if (unit < 0x800) {
-      bytes += char(0xC0 | (unit >> 6));
-      bytes += char(0x80 | (unit & 0x3F));
-    } else {
-      bytes += char(0xE0 | (unit >> 12));
-      bytes += char(0x80 | ((unit >> 6) & 0x3F));
-      bytes += char(0x80 | (unit & 0x3F));
-    }
-  }
-  return bytes;
-}
+std::string utf8(const std::u16string& text) { return utf16ToUTF8(text); }
 
 }  // namespace
 
