@@ -16,6 +16,7 @@
 
 #include "fuzz/support/FuzzCheck.h"
 #include "tq/keys/TQKeyCombo.h"
+#include "tq/platform/dispatch/RunLoop.h"
 #include "tq/platform/object/Exception.h"
 #include "tq/platform/system/KeyboardLayout.h"
 
@@ -38,7 +39,10 @@ void useLayout(std::uint8_t choice) {
                                                                        names[std::size_t(index)].second);
   }
   tq::KeyboardLayouts::setCurrent(compiled[std::size_t(index)]);
-  tq::TQKeyCombo::cacheKeyboardLayout();
+  // The installation announces a change, which rebuilds the combos' cache on
+  // the main run loop: run it here, as a host's loop would.
+  tq::TQKeyCombo::keycodeForKeyChar(*tq::str(""));  // the cache exists before the first change
+  tq::RunLoop::main().drain();
   current = index;
 }
 
