@@ -5,6 +5,7 @@
 #include <xkbcommon/xkbcommon.h>
 
 #include <array>
+#include <cstdarg>
 #include <mutex>
 #include <string_view>
 
@@ -97,7 +98,13 @@ std::u16string utf16FromUTF8(std::string_view bytes) {
 /// through it is serialised; compiled keymaps are immutable and shared.
 xkb_context* sharedContext(std::unique_lock<std::mutex>& lock) {
   static std::mutex mutex;
-  static xkb_context* context = xkb_context_new(XKB_CONTEXT_NO_ENVIRONMENT_NAMES);
+  static xkb_context* context = [] {
+    xkb_context* made = xkb_context_new(XKB_CONTEXT_NO_ENVIRONMENT_NAMES);
+    // xkbcommon writes its complaints to stderr; an unknown layout is
+    // answered with an error of our own instead, and stderr is the host's.
+    if (made) xkb_context_set_log_fn(made, [](xkb_context*, xkb_log_level, const char*, va_list) {});
+    return made;
+  }();
   lock = std::unique_lock(mutex);
   return context;
 }
