@@ -7,7 +7,9 @@
 #include <cstdio>
 #include <optional>
 
+#include "tq/keys/internal/KeyLayoutCache.h"
 #include "tq/keys/internal/KeyTables.h"
+#include "tq/keys/internal/KeyText.h"
 #include "tq/platform/value/Number.h"
 
 namespace tq {
@@ -69,11 +71,7 @@ Ref<Dictionary> TQKeyCombo::dictionaryRepresentation() const {
 
 Ref<String> TQKeyCombo::stringForModifiers(std::uint64_t flags) {
   std::u16string glyphs;
-  if (flags & TQModifierFlag::Control) glyphs += u"\u2303";
-  if (flags & TQModifierFlag::Option) glyphs += u"\u2325";
-  if (flags & TQModifierFlag::Shift) glyphs += u"\u21E7";
-  if (flags & TQModifierFlag::Command) glyphs += u"\u2318";
-  if (flags & TQModifierFlag::Function) glyphs += u"\U0001D5BF\U0001D5C7 ";
+  detail::appendModifierGlyphs(glyphs, flags);
   return String::fromUTF16(std::move(glyphs));
 }
 
@@ -86,14 +84,15 @@ Ref<String> TQKeyCombo::numberKeyGlyphForKeyCode(std::uint16_t keyCode, std::uin
 
 Ref<String> TQKeyCombo::stringForKeyCode(std::uint16_t keyCode, std::uint64_t modifierFlags,
                                          std::uint64_t numberKeyOptions) {
-  std::u16string glyph;
   if (keyCodeIsFunctionKey(keyCode)) modifierFlags &= ~TQModifierFlag::Function;
-  glyph = stringForModifiers(modifierFlags)->utf16();
+  std::u16string glyph;
+  glyph.reserve(12);
+  detail::appendModifierGlyphs(glyph, modifierFlags);
   const char16_t* digit = numberKeyOptions == 1 && keyCodeIsNumberKey(keyCode) ? detail::numberRowDigit(keyCode) : nullptr;
   if (digit) {
     glyph += digit;
   } else {
-    glyph += stringForKeyCode(keyCode)->utf16();
+    detail::appendKeyName(glyph, keyCode);
   }
   return String::fromUTF16(std::move(glyph));
 }

@@ -5,11 +5,13 @@
 #include <unicode/uchar.h>
 #include <unicode/utf16.h>
 
+#include <algorithm>
+
 
 #include "tq/keys/TQKeyCombo.h"
 #include "tq/keys/internal/KeyLayoutCache.h"
 #include "tq/keys/internal/KeyTables.h"
-#include "tq/platform/value/CharacterSet.h"
+#include "tq/keys/internal/KeyText.h"
 
 namespace tq {
 
@@ -49,7 +51,8 @@ bool standsAlone(const std::u16string& text, std::size_t index) {
 /// The text without the composed characters that are exactly one of the
 /// control, shift, command and option glyphs (a glyph carrying a combining
 /// mark is another character, and stays). The function glyph stays too.
-std::u16string withoutModifierGlyphs(const std::u16string& text) {
+std::u16string withoutModifierGlyphs(std::u16string text) {
+  if (std::none_of(text.begin(), text.end(), isLookupGlyph)) return text;
   std::u16string kept;
   kept.reserve(text.size());
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -59,13 +62,14 @@ std::u16string withoutModifierGlyphs(const std::u16string& text) {
   return kept;
 }
 
-}  // namespace
-
-std::uint16_t TQKeyCombo::keycodeForKeyChar(const String& keyChar, std::uint64_t* modifierFlags) {
+/// The lookup itself, on the text's units: lower-cased, without lone
+/// modifier glyphs, trimmed; then its upper- and lower-case forms in the five
+/// maps in order.
+std::uint16_t lookUpKeyCode(std::u16string_view keyChar, std::uint64_t* modifierFlags) {
   auto cache = detail::keyLayoutSnapshot();
-  auto text = str(withoutModifierGlyphs(keyChar.lowercaseString()->utf16()))
-                  ->stringByTrimmingCharactersInSet(*CharacterSet::whitespaceAndNewlineCharacterSet());
-  const std::u16string upper = text->uppercaseString()->utf16(), lower = text->lowercaseString()->utf16();
+  const std::u16string stripped = withoutModifierGlyphs(detail::lowercased(keyChar));
+  const std::u16string_view text = detail::trimmed(stripped, true);
+  const std::u16string upper = detail::uppercased(text), lower = detail::lowercased(text);
   if (modifierFlags) *modifierFlags = 0;
   struct Step {
     const detail::KeyLayoutSnapshot::CharacterMap& map;
@@ -89,24 +93,34 @@ std::uint16_t TQKeyCombo::keycodeForKeyChar(const String& keyChar, std::uint64_t
   return 0;  // also the A key's code: callers cannot tell the two apart
 }
 
-Ref<String> TQKeyCombo::stringForKeyCode(std::uint16_t keyCode) {
-  if (const char16_t* name = detail::fixedKeyName(keyCode)) return String::fromUTF16(name);
-  auto cache = detail::keyLayoutSnapshot();
-  if (!cache->layout) return str("");
-  return str(cache->layout->translate(keyCode, 0, KeyAction::Display))->uppercaseString();
-}
-
-Ref<TQKeyCombo> TQKeyCombo::newWithKeyChar(const String& keyChar, std::uint64_t modifiers) {
+/// A combo from a key name or character (see `newWithKeyChar`).
+Ref<TQKeyCombo> comboWithKeyChar(std::u16string_view keyChar, std::uint64_t modifiers) {
   std::uint64_t needed = 0;
-  const std::uint16_t keyCode = keycodeForKeyChar(keyChar, &needed);
+  const std::uint16_t keyCode = lookUpKeyCode(keyChar, &needed);
   // Shift alone is added; a character that needs option is found on its
   // key, and the caller's flags decide the rest.
   if (needed == TQModifierFlag::Shift) modifiers |= TQModifierFlag::Shift;
-  return initWithKeyCode(keyCode, modifiers);
+  return TQKeyCombo::initWithKeyCode(keyCode, modifiers);
+}
+
+}  // namespace
+
+std::uint16_t TQKeyCombo::keycodeForKeyChar(const String& keyChar, std::uint64_t* modifierFlags) {
+  return lookUpKeyCode(keyChar.utf16(), modifierFlags);
+}
+
+Ref<String> TQKeyCombo::stringForKeyCode(std::uint16_t keyCode) {
+  std::u16string name;
+  detail::appendKeyName(name, keyCode);
+  return String::fromUTF16(std::move(name));
+}
+
+Ref<TQKeyCombo> TQKeyCombo::newWithKeyChar(const String& keyChar, std::uint64_t modifiers) {
+  return comboWithKeyChar(keyChar.utf16(), modifiers);
 }
 
 Ref<TQKeyCombo> TQKeyCombo::newWithKeyGlyph(const String& glyph) {
-  std::u16string text = glyph.uppercaseString()->utf16();
+  std::u16string text = detail::uppercased(glyph.utf16());
   std::uint64_t flags = 0;
   const std::pair<std::u16string_view, std::uint64_t> glyphs[] = {
       {std::u16string_view(&kControlGlyph, 1), TQModifierFlag::Control},
@@ -120,8 +134,7 @@ Ref<TQKeyCombo> TQKeyCombo::newWithKeyGlyph(const String& glyph) {
     text.erase(at, each.size());  // the first occurrence only
     flags |= flag;
   }
-  auto rest = str(text)->stringByTrimmingCharactersInSet(*CharacterSet::whitespaceCharacterSet());
-  return newWithKeyChar(*rest, flags);
+  return comboWithKeyChar(detail::trimmed(text, false), flags);
 }
 
 Ref<TQKeyCombo> TQKeyCombo::newWithEquivalentForMenuItem(const String& keyEquivalent, std::uint64_t modifierMask) {

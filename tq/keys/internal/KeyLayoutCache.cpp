@@ -3,6 +3,7 @@
 #include <mutex>
 
 #include "tq/keys/internal/KeyTables.h"
+#include "tq/keys/internal/KeyText.h"
 #include "tq/platform/dispatch/DispatchQueue.h"
 
 namespace tq::detail {
@@ -52,6 +53,9 @@ std::shared_ptr<KeyLayoutSnapshot> build(std::shared_ptr<const KeyboardLayout> l
     enter(snapshot->option, layout->translate(code, Option, KeyAction::Display), code);
     enter(snapshot->shiftOption, layout->translate(code, Shift | Option, KeyAction::Display), code);
   }
+  for (std::uint16_t code = 0; code < snapshot->labels.size(); ++code) {
+    snapshot->labels[code] = uppercased(layout->translate(code, 0, KeyAction::Display));
+  }
   snapshot->name = layout->name();
   snapshot->identifier = layout->identifier();
   snapshot->layout = std::move(layout);
@@ -82,6 +86,20 @@ void rebuildKeyLayoutCache() {
   auto snapshot = build(std::move(layout));
   std::lock_guard lock(cacheLock());
   cached() = std::move(snapshot);
+}
+
+void appendKeyName(std::u16string& text, std::uint16_t keyCode) {
+  if (const char16_t* name = fixedKeyName(keyCode)) {
+    text += name;
+    return;
+  }
+  auto cache = keyLayoutSnapshot();
+  if (!cache->layout) return;
+  if (keyCode < cache->labels.size()) {
+    text += cache->labels[keyCode];
+  } else {
+    text += uppercased(cache->layout->translate(keyCode, 0, KeyAction::Display));
+  }
 }
 
 }  // namespace tq::detail

@@ -5,6 +5,7 @@
 // "unmod", "shift", "option", "shiftOption"). Readers take a snapshot under
 // the lock and work outside it; a rebuild replaces the snapshot whole.
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -19,6 +20,9 @@ struct KeyLayoutSnapshot {
   std::shared_ptr<const KeyboardLayout> layout;  // nil: no layout was found
   std::string name, identifier;
   CharacterMap fixed, unmod, shift, option, shiftOption;
+  /// The upper-cased label of each key code below 128 (what the key shows,
+  /// unmodified): the names glyph strings use, made once per layout.
+  std::array<std::u16string, 128> labels;
 };
 
 /// The cache as it stands. The first call builds it and starts following
@@ -27,5 +31,8 @@ std::shared_ptr<const KeyLayoutSnapshot> keyLayoutSnapshot();
 /// Builds the cache from the current layout; leaves it as it is when no
 /// layout can be had.
 void rebuildKeyLayoutCache();
+/// Appends a key's name: the fixed table's, else the cached layout's label
+/// upper-cased, else (no layout) nothing.
+void appendKeyName(std::u16string& text, std::uint16_t keyCode);
 
 }  // namespace tq::detail
