@@ -1,6 +1,7 @@
 #include "tq/keys/internal/KeyText.h"
 
-#include <algorithm>
+#include <unicode/uchar.h>
+#include <unicode/utf16.h>
 
 #include "tq/keys/TQKeyCombo.h"
 #include "tq/platform/value/CharacterSet.h"
@@ -10,28 +11,40 @@ namespace tq::detail {
 
 namespace {
 
-bool isASCII(std::u16string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char16_t unit) { return unit < 0x80; });
-}
-
-template <char16_t From, char16_t To>
-std::u16string mappedASCII(std::u16string_view text) {
-  std::u16string mapped(text);
-  for (char16_t& unit : mapped) {
-    if (unit >= From && unit <= To) unit = char16_t(unit ^ 0x20);
+/// Maps ASCII letters by table and keeps every other character that the
+/// mapping leaves alone (the modifier glyphs, arrows, digits); answers false,
+/// for ICU to map the whole text, as soon as a character would change, so
+/// that context-dependent mappings (a final sigma) stay ICU's.
+template <UProperty ChangesWhen, char16_t From, char16_t To>
+bool mappedDirectly(std::u16string_view text, std::u16string& mapped) {
+  mapped.assign(text);
+  for (std::size_t i = 0; i < mapped.size();) {
+    char16_t& unit = mapped[i];
+    if (unit < 0x80) {
+      if (unit >= From && unit <= To) unit = char16_t(unit ^ 0x20);
+      ++i;
+      continue;
+    }
+    UChar32 c;
+    std::size_t next = i;
+    U16_NEXT(mapped.data(), next, mapped.size(), c);
+    if (u_hasBinaryProperty(c, ChangesWhen)) return false;
+    i = next;
   }
-  return mapped;
+  return true;
 }
 
 }  // namespace
 
 std::u16string lowercased(std::u16string_view text) {
-  if (isASCII(text)) return mappedASCII<u'A', u'Z'>(text);
+  std::u16string mapped;
+  if (mappedDirectly<UCHAR_CHANGES_WHEN_LOWERCASED, u'A', u'Z'>(text, mapped)) return mapped;
   return String(std::u16string(text)).lowercaseString()->utf16();
 }
 
 std::u16string uppercased(std::u16string_view text) {
-  if (isASCII(text)) return mappedASCII<u'a', u'z'>(text);
+  std::u16string mapped;
+  if (mappedDirectly<UCHAR_CHANGES_WHEN_UPPERCASED, u'a', u'z'>(text, mapped)) return mapped;
   return String(std::u16string(text)).uppercaseString()->utf16();
 }
 

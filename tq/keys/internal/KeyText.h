@@ -1,7 +1,8 @@
 #pragma once
 // The text work of glyph strings and character lookups, on UTF-16 units
-// without making strings: case mapping (ASCII by table, anything else through
-// the strings' own ICU mapping, so results are the same), trimming, and the
+// without making strings: case mapping (ASCII by table and caseless
+// characters kept, anything else through the strings' own ICU mapping, so
+// results are the same), trimming, and the
 // modifier glyphs. Glyph strings are short and mostly ASCII, and these run at
 // every lookup.
 
