@@ -66,27 +66,25 @@ std::u16string withoutModifierGlyphs(std::u16string text) {
 /// modifier glyphs, trimmed; then its upper- and lower-case forms in the five
 /// maps in order.
 std::uint16_t lookUpKeyCode(std::u16string_view keyChar, std::uint64_t* modifierFlags) {
-  auto cache = detail::keyLayoutSnapshot();
+  const detail::KeyLayoutSnapshot& cache = detail::keyLayoutSnapshot();
   const std::u16string stripped = withoutModifierGlyphs(detail::lowercased(keyChar));
   const std::u16string_view text = detail::trimmed(stripped, true);
   const std::u16string upper = detail::uppercased(text), lower = detail::lowercased(text);
   if (modifierFlags) *modifierFlags = 0;
-  struct Step {
-    const detail::KeyLayoutSnapshot::CharacterMap& map;
-    std::uint64_t flags;
-  };
-  const Step steps[] = {{cache->fixed, 0},
-                        {cache->unmod, 0},
-                        {cache->shift, TQModifierFlag::Shift},
-                        {cache->option, TQModifierFlag::Option},
-                        {cache->shiftOption, TQModifierFlag::Shift | TQModifierFlag::Option}};
-  // Upper case first in each map. "Space" is neither, so the fixed table's
-  // name for the space bar is never found this way.
-  for (const Step& step : steps) {
-    for (const std::u16string* form : {&upper, &lower}) {
-      if (auto found = step.map.find(*form); found != step.map.end()) {
-        if (modifierFlags) *modifierFlags = step.flags;
-        return found->second;
+  // The maps in order, fixed, unmod, shift, option, shiftOption, and in each
+  // the upper-case form first: the combined index answers for all five at
+  // once. "Space" is neither upper nor lower case, so the fixed table's name
+  // for the space bar is never found this way.
+  constexpr std::uint64_t kFlags[5] = {0, 0, TQModifierFlag::Shift, TQModifierFlag::Option,
+                                       TQModifierFlag::Shift | TQModifierFlag::Option};
+  const auto byUpper = cache.index.find(upper), byLower = cache.index.find(lower);
+  const auto* upperEntry = byUpper == cache.index.end() ? nullptr : &byUpper->second;
+  const auto* lowerEntry = byLower == cache.index.end() ? nullptr : &byLower->second;
+  for (std::size_t map = 0; map < 5; ++map) {
+    for (const auto* entry : {upperEntry, lowerEntry}) {
+      if (entry && (entry->present & (1u << map))) {
+        if (modifierFlags) *modifierFlags = kFlags[map];
+        return entry->codes[map];
       }
     }
   }
@@ -148,8 +146,8 @@ Ref<TQKeyCombo> TQKeyCombo::newWithEquivalentForMenuItem(const String& keyEquiva
 
 void TQKeyCombo::cacheKeyboardLayout() { detail::rebuildKeyLayoutCache(); }
 
-Ref<String> TQKeyCombo::currentKeyboardName() { return str(detail::keyLayoutSnapshot()->name); }
+Ref<String> TQKeyCombo::currentKeyboardName() { return str(detail::keyLayoutSnapshot().name); }
 
-Ref<String> TQKeyCombo::currentKeyboardIdentifier() { return str(detail::keyLayoutSnapshot()->identifier); }
+Ref<String> TQKeyCombo::currentKeyboardIdentifier() { return str(detail::keyLayoutSnapshot().identifier); }
 
 }  // namespace tq

@@ -1,5 +1,6 @@
 #include "tq/keys/internal/KeyLayoutCache.h"
 
+#include <atomic>
 #include <mutex>
 
 #include "tq/keys/internal/KeyTables.h"
@@ -13,6 +14,12 @@ namespace {
 std::mutex& cacheLock() {
   static std::mutex mutex;
   return mutex;
+}
+
+/// Moves on at every rebuild, under the lock.
+std::atomic<std::uint64_t>& generation() {
+  static std::atomic<std::uint64_t> counter{1};
+  return counter;
 }
 
 std::shared_ptr<const KeyLayoutSnapshot>& cached() {
@@ -56,6 +63,15 @@ std::shared_ptr<KeyLayoutSnapshot> build(std::shared_ptr<const KeyboardLayout> l
   for (std::uint16_t code = 0; code < snapshot->labels.size(); ++code) {
     snapshot->labels[code] = uppercased(layout->translate(code, 0, KeyAction::Display));
   }
+  const KeyLayoutSnapshot::CharacterMap* maps[] = {&snapshot->fixed, &snapshot->unmod, &snapshot->shift,
+                                                   &snapshot->option, &snapshot->shiftOption};
+  for (std::size_t i = 0; i < 5; ++i) {
+    for (const auto& [text, code] : *maps[i]) {
+      auto& entry = snapshot->index[text];
+      entry.codes[i] = code;
+      entry.present |= std::uint8_t(1u << i);
+    }
+  }
   snapshot->name = layout->name();
   snapshot->identifier = layout->identifier();
   snapshot->layout = std::move(layout);
@@ -74,10 +90,20 @@ void loadOnce() {
 
 }  // namespace
 
-std::shared_ptr<const KeyLayoutSnapshot> keyLayoutSnapshot() {
+const KeyLayoutSnapshot& keyLayoutSnapshot() {
   loadOnce();
-  std::lock_guard lock(cacheLock());
-  return cached();
+  // Each thread keeps the snapshot it last took and takes the lock again
+  // only when a rebuild has moved the generation on: glyph strings and
+  // lookups ask at every call, rebuilds come once per layout switch.
+  thread_local std::shared_ptr<const KeyLayoutSnapshot> mine;
+  thread_local std::uint64_t myGeneration = 0;
+  const std::uint64_t now = generation().load(std::memory_order_acquire);
+  if (!mine || myGeneration != now) {
+    std::lock_guard lock(cacheLock());
+    mine = cached();
+    myGeneration = generation().load(std::memory_order_relaxed);
+  }
+  return *mine;
 }
 
 void rebuildKeyLayoutCache() {
@@ -86,6 +112,7 @@ void rebuildKeyLayoutCache() {
   auto snapshot = build(std::move(layout));
   std::lock_guard lock(cacheLock());
   cached() = std::move(snapshot);
+  generation().fetch_add(1, std::memory_order_release);
 }
 
 void appendKeyName(std::u16string& text, std::uint16_t keyCode) {
@@ -93,12 +120,12 @@ void appendKeyName(std::u16string& text, std::uint16_t keyCode) {
     text += name;
     return;
   }
-  auto cache = keyLayoutSnapshot();
-  if (!cache->layout) return;
-  if (keyCode < cache->labels.size()) {
-    text += cache->labels[keyCode];
+  const KeyLayoutSnapshot& cache = keyLayoutSnapshot();
+  if (!cache.layout) return;
+  if (keyCode < cache.labels.size()) {
+    text += cache.labels[keyCode];
   } else {
-    text += uppercased(cache->layout->translate(keyCode, 0, KeyAction::Display));
+    text += uppercased(cache.layout->translate(keyCode, 0, KeyAction::Display));
   }
 }
 

@@ -20,14 +20,22 @@ struct KeyLayoutSnapshot {
   std::shared_ptr<const KeyboardLayout> layout;  // nil: no layout was found
   std::string name, identifier;
   CharacterMap fixed, unmod, shift, option, shiftOption;
+  /// The five maps in one, for lookups: each text with the code it has in
+  /// each map (in the order above), and which maps hold it.
+  struct Entry {
+    std::array<std::uint16_t, 5> codes{};
+    std::uint8_t present = 0;  // bit i: map i holds the text
+  };
+  std::unordered_map<std::u16string, Entry> index;
   /// The upper-cased label of each key code below 128 (what the key shows,
   /// unmodified): the names glyph strings use, made once per layout.
   std::array<std::u16string, 128> labels;
 };
 
-/// The cache as it stands. The first call builds it and starts following
-/// layout changes (each rebuilds it on the main queue).
-std::shared_ptr<const KeyLayoutSnapshot> keyLayoutSnapshot();
+/// The cache as it stands, valid until this thread asks again. The first
+/// call builds it and starts following layout changes (each rebuilds it on
+/// the main queue).
+const KeyLayoutSnapshot& keyLayoutSnapshot();
 /// Builds the cache from the current layout; leaves it as it is when no
 /// layout can be had.
 void rebuildKeyLayoutCache();
