@@ -69,7 +69,9 @@ std::uint16_t lookUpKeyCode(std::u16string_view keyChar, std::uint64_t* modifier
   const detail::KeyLayoutSnapshot& cache = detail::keyLayoutSnapshot();
   const std::u16string stripped = withoutModifierGlyphs(detail::lowercased(keyChar));
   const std::u16string_view text = detail::trimmed(stripped, true);
-  const std::u16string upper = detail::uppercased(text), lower = detail::lowercased(text);
+  // The text is lower case already (lower-casing is idempotent, and taking
+  // glyphs and white space away changes no case): it is its own lower form.
+  const std::u16string upper = detail::uppercased(text), lower(text);
   if (modifierFlags) *modifierFlags = 0;
   // The maps in order, fixed, unmod, shift, option, shiftOption, and in each
   // the upper-case form first: the combined index answers for all five at
@@ -77,9 +79,8 @@ std::uint16_t lookUpKeyCode(std::u16string_view keyChar, std::uint64_t* modifier
   // for the space bar is never found this way.
   constexpr std::uint64_t kFlags[5] = {0, 0, TQModifierFlag::Shift, TQModifierFlag::Option,
                                        TQModifierFlag::Shift | TQModifierFlag::Option};
-  const auto byUpper = cache.index.find(upper), byLower = cache.index.find(lower);
-  const auto* upperEntry = byUpper == cache.index.end() ? nullptr : &byUpper->second;
-  const auto* lowerEntry = byLower == cache.index.end() ? nullptr : &byLower->second;
+  const auto* upperEntry = cache.find(upper);
+  const auto* lowerEntry = cache.find(lower);
   for (std::size_t map = 0; map < 5; ++map) {
     for (const auto* entry : {upperEntry, lowerEntry}) {
       if (entry && (entry->present & (1u << map))) {

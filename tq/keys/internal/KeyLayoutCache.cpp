@@ -72,6 +72,10 @@ std::shared_ptr<KeyLayoutSnapshot> build(std::shared_ptr<const KeyboardLayout> l
       entry.present |= std::uint8_t(1u << i);
     }
   }
+  snapshot->byUnit.assign(0x3000, nullptr);
+  for (const auto& [text, entry] : snapshot->index) {
+    if (text.size() == 1 && text[0] < snapshot->byUnit.size()) snapshot->byUnit[text[0]] = &entry;
+  }
   snapshot->name = layout->name();
   snapshot->identifier = layout->identifier();
   snapshot->layout = std::move(layout);

@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 #include "tq/platform/system/KeyboardLayout.h"
 
@@ -27,6 +28,14 @@ struct KeyLayoutSnapshot {
     std::uint8_t present = 0;  // bit i: map i holds the text
   };
   std::unordered_map<std::u16string, Entry> index;
+  /// The index's entries for texts of one unit below U+3000 (most keys
+  /// type one such character), found without hashing; nil where none.
+  std::vector<const Entry*> byUnit;
+  const Entry* find(const std::u16string& text) const {
+    if (text.size() == 1 && text[0] < byUnit.size()) return byUnit[text[0]];
+    auto found = index.find(text);
+    return found == index.end() ? nullptr : &found->second;
+  }
   /// The upper-cased label of each key code below 128 (what the key shows,
   /// unmodified): the names glyph strings use, made once per layout.
   std::array<std::u16string, 128> labels;
