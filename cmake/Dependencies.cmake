@@ -11,6 +11,8 @@ find_package(nlohmann_json 3 REQUIRED)  # header-only, used inside the library a
 # A prefix of our own, so that an including project's pkg_check_modules(SYSTEMD
 # ...) and ours do not overwrite each other's variables and target.
 pkg_check_modules(TQ_SYSTEMD REQUIRED IMPORTED_TARGET libsystemd)
+# Keyboard layouts: xkbcommon compiles keymaps from the xkeyboard-config data.
+pkg_check_modules(TQ_XKBCOMMON REQUIRED IMPORTED_TARGET xkbcommon)
 if(TQ_BUILD_TESTS)
   find_package(GTest REQUIRED)
 endif()

@@ -68,4 +68,9 @@ void NotificationCenter::postNotificationName(Ref<String> name, Id object, Ref<D
   postNotification(make<Notification>(std::move(name), std::move(object), std::move(userInfo)));
 }
 
+std::size_t NotificationCenter::registrationCount() const {
+  std::lock_guard lock(mutex_);
+  return registrations_.size();
+}
+
 }  // namespace tq

@@ -46,6 +46,9 @@ class NotificationCenter : public Object {
   /// (nil matches any).
   void removeObserver(const Id& token, const Ref<String>& name, const Id& object);
 
+  /// How many registrations the centre holds (for diagnostics and tests).
+  std::size_t registrationCount() const;
+
   void postNotification(const Ref<Notification>& notification);
   void postNotificationName(Ref<String> name, Id object, Ref<Dictionary> userInfo = nullptr);
 

@@ -6,14 +6,17 @@
 // public header of the folder is not reached from here.
 
 #include "tq/platform/system/Appearance.h"
+#include "tq/platform/system/ChangeSignal.h"
 #include "tq/platform/system/Clocks.h"
 #include "tq/platform/system/CloudFiles.h"
 #include "tq/platform/system/Environment.h"
 #include "tq/platform/system/FileChangeSource.h"
 #include "tq/platform/system/FileCoordinator.h"
 #include "tq/platform/system/FileSystem.h"
+#include "tq/platform/system/KeyboardLayout.h"
 #include "tq/platform/system/LineFollower.h"
 #include "tq/platform/system/OwnWrites.h"
 #include "tq/platform/system/ReachabilitySource.h"
+#include "tq/platform/system/PortalAppearance.h"
 #include "tq/platform/system/UserFolders.h"
 #include "tq/platform/system/VectorSupport.h"

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "tq/platform/system/Environment.h"
+#include "tq/platform/system/PortalAppearance.h"
 #include "tq/platform/system/internal/CurrentService.h"
 
 namespace tq {
@@ -25,17 +26,8 @@ std::optional<bool> darkFromEnvironment() {
   return std::nullopt;
 }
 
-class SystemAppearance : public Appearance {
- public:
-  // Asked at every call, never cached: the answer must follow a switch made
-  // while the process runs. The desktop's own colour-scheme setting (the
-  // settings portal over D-Bus) is to be asked before the environment; it
-  // is not read yet, so the environment decides, and then light.
-  bool isDark() const override { return darkFromEnvironment().value_or(false); }
-};
-
 detail::CurrentService<Appearance>& installed() {
-  static detail::CurrentService<Appearance> state(std::make_shared<SystemAppearance>());
+  static detail::CurrentService<Appearance> state(std::make_shared<DesktopAppearance>());
   return state;
 }
 
@@ -43,7 +35,40 @@ detail::CurrentService<Appearance>& installed() {
 
 std::shared_ptr<const Appearance> Appearance::current() { return installed().get(); }
 std::shared_ptr<const Appearance> Appearance::setCurrent(std::shared_ptr<const Appearance> appearance) {
-  return installed().set(std::move(appearance));
+  auto previous = installed().set(std::move(appearance));
+  // A host's installation is a change only when the answer moves; tests that
+  // install the answer already in force announce nothing.
+  if (previous->isDark() != current()->isDark()) appearanceDidChange();
+  return previous;
+}
+
+ChangeSignal& Appearance::changes() {
+  static ChangeSignal* signal = new ChangeSignal;  // never destroyed: bus threads may announce at exit
+  return *signal;
+}
+
+DesktopAppearance::DesktopAppearance(std::shared_ptr<PortalAppearance> portal)
+    : fixedPortal_(true), portal_(std::move(portal)), connected_(true) {}
+
+std::shared_ptr<PortalAppearance> DesktopAppearance::portal() const {
+  std::lock_guard lock(mutex_);
+  if (fixedPortal_) return portal_;
+  // Asked at every call, yet connected once per bus: the answer itself is
+  // kept by the connection, which the portal's signal keeps fresh.
+  const std::string address = environmentVariable("DBUS_SESSION_BUS_ADDRESS").value_or("");
+  if (!connected_ || address != address_) {
+    portal_ = address.empty() ? nullptr : PortalAppearance::connect(address, [] { Appearance::appearanceDidChange(); });
+    address_ = address;
+    connected_ = true;
+  }
+  return portal_;
+}
+
+bool DesktopAppearance::isDark() const {
+  if (auto portal = this->portal()) {
+    if (auto dark = portal->isDark()) return *dark;
+  }
+  return darkFromEnvironment().value_or(false);
 }
 std::shared_ptr<const Appearance> Appearance::system() { return installed().real(); }
 

@@ -228,4 +228,21 @@ double Color::brightnessComponent() const {
   return brightness;
 }
 
+Ref<Color> Color::blendedColorWithFraction(double fraction, const Color& other) const {
+  auto mine = colorUsingColorSpace(ColorSpace::CalibratedRGB);
+  auto theirs = other.colorUsingColorSpace(ColorSpace::CalibratedRGB);
+  if (!mine || !theirs) return nullptr;
+  const auto a = mine->rgba(), b = theirs->rgba();
+  auto mix = [fraction](double x, double y) { return x * (1 - fraction) + y * fraction; };
+  return colorWithCalibratedRed(mix(a[0], b[0]), mix(a[1], b[1]), mix(a[2], b[2]), mix(a[3], b[3]));
+}
+
+Ref<Color> Color::shadowWithLevel(double level) const {
+  return blendedColorWithFraction(level, *colorWithCalibratedRed(0, 0, 0, alphaComponent()));
+}
+
+Ref<Color> Color::highlightWithLevel(double level) const {
+  return blendedColorWithFraction(level, *colorWithCalibratedRed(1, 1, 1, alphaComponent()));
+}
+
 }  // namespace tq

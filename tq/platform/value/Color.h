@@ -48,6 +48,9 @@ class Color : public Object {
   /// their light or dark form by the current appearance at each call; the
   /// others are one shared object each.
   static Ref<Color> namedColor(std::string_view methodName);
+  /// The form a named colour has in the light or the dark appearance (a
+  /// colour with one form answers it for both), whatever the appearance now.
+  static Ref<Color> namedColorForAppearance(std::string_view methodName, bool dark);
   /// Every name `namedColor` knows, sorted.
   static std::vector<std::string> namedColorNames();
 
@@ -77,6 +80,14 @@ class Color : public Object {
   virtual void getHue(double* hue, double* saturation, double* brightness, double* alpha) const;
 
   const char* colorSpaceName() const { return tq::colorSpaceName(colorSpace()); }
+
+  /// (1 − fraction) of this colour and `fraction` of `other`, alpha
+  /// included, in calibrated RGB; nil when either cannot be converted.
+  Ref<Color> blendedColorWithFraction(double fraction, const Color& other) const;
+  /// Blended toward black by `level` (0 to 1): the platform's shadow.
+  virtual Ref<Color> shadowWithLevel(double level) const;
+  /// Blended toward white by `level`: the platform's highlight.
+  virtual Ref<Color> highlightWithLevel(double level) const;
 
   // Component readers. Red, green, blue, hue, saturation and brightness are
   // valid in the RGB spaces, white in the white spaces (convert first); any

@@ -97,13 +97,15 @@ const NamedColorObjects& namedColorObjects() {
 
 }  // namespace
 
-Ref<Color> Color::namedColor(std::string_view methodName) {
+Ref<Color> Color::namedColor(std::string_view methodName) { return namedColorForAppearance(methodName, isDarkAppearance()); }
+
+Ref<Color> Color::namedColorForAppearance(std::string_view methodName, bool dark) {
   const auto& objects = namedColorObjects();
   auto found = std::lower_bound(objects.entries.begin(), objects.entries.end(), methodName,
                                 [](const NamedColorEntry* entry, std::string_view name) { return entry->name < name; });
   if (found == objects.entries.end() || (*found)->name != methodName) return nullptr;
   const std::size_t index = std::size_t(found - objects.entries.begin());
-  if (objects.dark[index] && isDarkAppearance()) return objects.dark[index];
+  if (objects.dark[index] && dark) return objects.dark[index];
   return objects.light[index];
 }
 
