@@ -20,4 +20,5 @@
 #include "tq/colour/All.h"
 #include "tq/settings/All.h"
 #include "tq/encodings/All.h"
+#include "tq/dates/All.h"
 #include "tq/concurrency/All.h"

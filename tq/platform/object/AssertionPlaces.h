@@ -32,6 +32,8 @@ inline constexpr AssertionPlace ColorHighlightLevelOutOfRange{"NSColor+TQFoundat
 inline constexpr AssertionPlace ColorPaleShadeFactorOutOfRange{"NSColor+TQFoundation", 269};
 /// The colour helpers: a shade level outside 0 to 1.
 inline constexpr AssertionPlace ColorShadeLevelOutOfRange{"NSColor+TQFoundation", 329};
+/// A version string with more than three dot-separated parts.
+inline constexpr AssertionPlace VersionStringMalformed{"TQVersionDetails", 33};
 
 }  // namespace AssertionPlaces
 
