@@ -15,6 +15,7 @@ struct DateFormatter::Engine {
   std::string localeIdentifier;
   std::string zoneName;
   std::unique_ptr<icu::DateFormat> format;
+  icu::UnicodeString trailingLiteral;
   // Relative formatting: the words for yesterday, today and tomorrow, the
   // time alone to follow them, the locale's glue ("{1}, {0}") and a calendar
   // to count days in.
@@ -58,6 +59,25 @@ int32_t dayDifference(icu::Calendar& calendar, const Date& date) {
   int32_t today = calendar.get(UCAL_JULIAN_DAY, status);
   calendar.setTime(detail::icuDate(date), status);
   return calendar.get(UCAL_JULIAN_DAY, status) - today;
+}
+
+/// The literal text after the pattern's last field ("@" of "...Z@"), quotes
+/// taken off: ICU accepts a text that stops before it.
+icu::UnicodeString trailingLiteral(const icu::UnicodeString& pattern) {
+  int32_t afterLastField = 0;
+  bool quoted = false;
+  for (int32_t i = 0; i < pattern.length(); ++i) {
+    char16_t c = pattern.charAt(i);
+    if (c == u'\'') quoted = !quoted;
+    else if (!quoted && ((c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z'))) afterLastField = i + 1;
+  }
+  icu::UnicodeString literal;
+  for (int32_t i = afterLastField; i < pattern.length(); ++i) {
+    char16_t c = pattern.charAt(i);
+    if (c != u'\'') literal.append(c);
+    else if (i + 1 < pattern.length() && pattern.charAt(i + 1) == u'\'') literal.append(c), ++i;
+  }
+  return literal;
 }
 
 }  // namespace
@@ -130,8 +150,16 @@ DateFormatter::Engine& DateFormatter::engine() const {
     built->format.reset(icu::DateFormat::createDateTimeInstance(icuStyle(dateStyle_), icuStyle(timeStyle_), locale));
   }
   if (!built->format) built->format = patternFormat(icu::UnicodeString(), locale);
+  if (auto* simple = dynamic_cast<icu::SimpleDateFormat*>(built->format.get())) {
+    icu::UnicodeString pattern;
+    built->trailingLiteral = trailingLiteral(simple->toPattern(pattern));
+  }
   built->format->setTimeZone(detail::icuZone(*zone));
-  built->format->setLenient(lenient_);
+  if (lenient_) {
+    built->format->setLenient(true);
+  } else {
+    detail::makeStrict(*built->format);
+  }
   if (relative_) {
     UErrorCode status = U_ZERO_ERROR;
     built->days = std::make_unique<icu::RelativeDateTimeFormatter>(
@@ -184,6 +212,7 @@ Ref<Date> DateFormatter::dateFromString(const String& text) const {
   icu::ParsePosition position(0);
   UDate date = engine.format->parse(source, position);
   if (position.getErrorIndex() >= 0 || position.getIndex() != source.length()) return nullptr;
+  if (!engine.trailingLiteral.isEmpty() && !source.endsWith(engine.trailingLiteral)) return nullptr;
   return detail::dateFromICU(date);
 }
 

@@ -68,7 +68,7 @@ ISO8601DateFormatter::Engine& ISO8601DateFormatter::engine() const {
   calendar->setFirstDayOfWeek(UCAL_MONDAY);
   calendar->setMinimalDaysInFirstWeek(4);
   built->format->adoptCalendar(calendar.release());
-  built->format->setLenient(false);
+  detail::makeStrict(*built->format);
   engine_ = std::move(built);
   return *engine_;
 }

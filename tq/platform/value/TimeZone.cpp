@@ -48,6 +48,15 @@ std::unique_ptr<icu::GregorianCalendar> makeGregorianCalendar(const icu::TimeZon
   return calendar;
 }
 
+void makeStrict(icu::DateFormat& format) {
+  UErrorCode status = U_ZERO_ERROR;
+  format.setLenient(false);
+  for (UDateFormatBooleanAttribute attribute : {UDAT_PARSE_ALLOW_WHITESPACE, UDAT_PARSE_ALLOW_NUMERIC,
+                                                UDAT_PARSE_PARTIAL_LITERAL_MATCH, UDAT_PARSE_MULTIPLE_PATTERNS_FOR_MATCH}) {
+    format.setBooleanAttribute(attribute, false, status);
+  }
+}
+
 }  // namespace detail
 
 TimeZone::TimeZone(std::string name, std::shared_ptr<const detail::TimeZoneRules> rules)

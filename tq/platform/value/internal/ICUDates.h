@@ -3,6 +3,7 @@
 // calendars and formatters. Only the value room's date sources include this.
 
 #include <unicode/calendar.h>
+#include <unicode/datefmt.h>
 #include <unicode/gregocal.h>
 #include <unicode/locid.h>
 #include <unicode/timezone.h>
@@ -39,6 +40,10 @@ inline icu::UnicodeString icuString(const String& text) {
 inline Ref<String> stringFromICU(const icu::UnicodeString& text) {
   return String::fromUTF16(std::u16string(reinterpret_cast<const char16_t*>(text.getBuffer()), std::size_t(text.length())));
 }
+
+/// Parsing that accepts only what the pattern says: no extra white space,
+/// no numbers for names, no literal text left out.
+void makeStrict(icu::DateFormat& format);
 
 /// A proleptic Gregorian calendar (no Julian dates before 1582, as ISO 8601
 /// and the add-ons' stored dates expect) in a zone and a locale.
