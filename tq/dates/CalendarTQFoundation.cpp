@@ -81,9 +81,13 @@ DateComponents TQyearMonthDayHoursMinutesComponentsForDate(const Calendar& calen
 
 Ref<TQDateRange> TQrangeForUnitGranularity(const Calendar& calendar, std::uint64_t unit, const Date& ofDate) {
   if (unit == CalendarUnitWeekday) {
-    // The week instead: the date's week-of-year from its Sunday, whatever
-    // weekday the locale starts its weeks on.
-    DateComponents week = calendar.components(CalendarUnitEra | CalendarUnitYear | CalendarUnitWeekOfYear, ofDate);
+    // The week instead: the Sunday of the date's week-of-year, whatever
+    // weekday the locale starts its weeks on. The week is named with its own
+    // year: with the calendar year, the first days of January (in the last
+    // week of December) and the last of December (in week 1) resolve to a
+    // week a year away.
+    DateComponents week =
+        calendar.components(CalendarUnitEra | CalendarUnitYearForWeekOfYear | CalendarUnitWeekOfYear, ofDate);
     week.weekday = 1;
     Ref<Date> start = calendar.dateFromComponents(week);
     return make<TQDateRange>(start, inclusiveEnd(calendar, CalendarUnitWeekOfYear, start));

@@ -64,6 +64,13 @@ bool setComponents(icu::Calendar& calendar, const DateComponents& components) {
   return true;
 }
 
+/// The start of the day after the one that starts at `dayStart` (a day may
+/// start after midnight, when its midnight is skipped).
+Ref<Date> nextDayStart(const Calendar& calendar, const Date& dayStart) {
+  Ref<Date> next = calendar.dateByAddingUnit(CalendarUnitDay, 1, dayStart);
+  return next ? calendar.startOfDayForDate(*next) : nullptr;
+}
+
 }  // namespace
 
 std::optional<std::int64_t>* DateComponents::field(CalendarUnit unit) {
@@ -249,7 +256,7 @@ Ref<Date> Calendar::nextDateAfterDate(const Date& date, const DateComponents& ma
   const bool hoursFree = !matching.hour && (matching.minute || matching.second);
   const bool minutesFree = !matching.minute && matching.second;
   Ref<Date> day = startOfDayForDate(date);
-  for (int step = 0; day && step < 400 * 366; ++step, day = dateByAddingUnit(CalendarUnitDay, 1, *day)) {
+  for (int step = 0; day && step < 400 * 366; ++step, day = nextDayStart(*this, *day)) {
     DateComponents parts = components(CalendarUnitEra | CalendarUnitYear | CalendarUnitMonth | CalendarUnitDay |
                                           CalendarUnitWeekday, *day);
     if ((matching.era && *matching.era != *parts.era) || (matching.year && *matching.year != *parts.year) ||
