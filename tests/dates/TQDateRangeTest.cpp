@@ -75,7 +75,15 @@ INSTANTIATE_TEST_SUITE_P(
                      "2024-02-18 00:00:00 / 2024-02-24 23:59:59"},
         // A week that straddles the year end.
         RelativeCase{"2024-12-31T12:00:00Z", "UTC", "en_US", "THIS_WEEK", "2024-12-29 00:00:00 / 2025-01-04 23:59:59"},
-        RelativeCase{"2025-01-02T12:00:00Z", "UTC", "en_US", "LAST_WEEK", "2024-12-22 00:00:00 / 2024-12-28 23:59:59"}));
+        RelativeCase{"2025-01-02T12:00:00Z", "UTC", "en_US", "LAST_WEEK", "2024-12-22 00:00:00 / 2024-12-28 23:59:59"},
+        // The week is named by its own year: 1 January 2023 is in week 1 of
+        // 2023 in the US, while 31 December 2022 is in week 52 of 2022 in
+        // Germany, whose Sunday is 1 January.
+        RelativeCase{"2023-01-01T13:00:00Z", "UTC", "en_US", "THIS_WEEK", "2023-01-01 00:00:00 / 2023-01-07 23:59:59"},
+        RelativeCase{"2022-12-31T11:00:00Z", "Europe/Berlin", "de_DE", "THIS_WEEK",
+                     "2023-01-01 00:00:00 / 2023-01-07 23:59:59"},
+        RelativeCase{"2023-12-25T00:14:32+01:00", "Europe/Berlin", "de_DE", "NEXT_WEEK",
+                     "2024-01-07 00:00:00 / 2024-01-13 23:59:59"}));
 
 TEST(TQDateRangeTest, IdentifiersAreExactUpperCaseTexts) {
   DateWorld world("2024-02-10T12:00:00Z", "UTC");

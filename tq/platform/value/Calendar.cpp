@@ -268,9 +268,11 @@ Ref<Date> Calendar::nextDateAfterDate(const Date& date, const DateComponents& ma
       if (day->compare(date) == ComparisonResult::Descending) return day;
       continue;
     }
-    for (std::int64_t hour = hoursFree ? 0 : matching.hour.value_or(0); hour < (hoursFree ? 24 : hour + 1); ++hour) {
-      for (std::int64_t minute = minutesFree ? 0 : matching.minute.value_or(0);
-           minute < (minutesFree ? 60 : minute + 1); ++minute) {
+    const std::int64_t firstHour = hoursFree ? 0 : matching.hour.value_or(0);
+    const std::int64_t firstMinute = minutesFree ? 0 : matching.minute.value_or(0);
+    const std::int64_t lastHour = hoursFree ? 23 : firstHour, lastMinute = minutesFree ? 59 : firstMinute;
+    for (std::int64_t hour = firstHour; hour <= lastHour; ++hour) {
+      for (std::int64_t minute = firstMinute; minute <= lastMinute; ++minute) {
         DateComponents moment = parts;
         moment.weekday.reset();
         moment.hour = hour, moment.minute = minute, moment.second = matching.second.value_or(0);
