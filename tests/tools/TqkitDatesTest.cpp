@@ -45,16 +45,10 @@ INSTANTIATE_TEST_SUITE_P(
         CommandCase{{"date", "days", "2024-02-10T15:00:00Z", "2024-02-12T08:00:00Z", "--option", "0", "--tz", "UTC"},
                     0,
                     "2024-02-10 00:00:00 +0000 - 2024-02-11 23:59:59 +0000\n"},
-        CommandCase{{"date", "minutes", "2024-02-10T10:05:30Z", "2024-02-10T10:07:10Z", "--tz", "UTC"},
-                    0,
-                    "2024-02-10 10:05:00 +0000 - 2024-02-10 10:07:59 +0000\n"},
         CommandCase{{"date", "days", "2024-02-10T15:00:00Z", "2024-02-12T08:00:00Z", "--option", "x"}, 2, ""},
         CommandCase{{"date", "format", "--style", "rfc2822", "--tz", "Europe/Paris", "2024-03-05T14:07:09Z"},
                     0,
                     "Tue, 5 Mar 2024 15:07:09 +0100\n"},
-        CommandCase{{"date", "format", "--style", "json", "--tz", "Europe/Paris", "2024-03-05T14:07:09Z"},
-                    0,
-                    "@2024-03-05 15:07:09 +0100@\n"},
         CommandCase{{"date", "format", "--style", "relative", "--locale", "de_DE", "--tz", "UTC", "--now",
                      "2024-03-05T20:00:00Z", "2024-03-04T09:15:00Z"},
                     0,
@@ -65,7 +59,6 @@ INSTANTIATE_TEST_SUITE_P(
         CommandCase{{"date", "format", "--style", "unix"}, 2, ""},
         CommandCase{{"date", "parse", "--style", "rfc2822", "Tue, 5 Mar 2024 15:07:09 +0100"}, 0,
                     "2024-03-05T14:07:09Z\n"},
-        CommandCase{{"date", "parse", "2024-03-05T15:07:09+01:00"}, 0, "2024-03-05T14:07:09Z\n"},
         CommandCase{{"date", "parse", "--style", "json", "2024-03-05 15:07:09 +0100"}, 1, ""},
         CommandCase{{"date", "preference", R"({"presetType":0,"relativeDateType":13,"atHour":9})", "--now",
                      "2024-02-13T10:00:00Z", "--tz", "UTC", "--label"},
@@ -80,10 +73,8 @@ INSTANTIATE_TEST_SUITE_P(
         CommandCase{{"version", "parse", "1.2.3.4"}, 1, ""},
         CommandCase{{"version", "compare", "4.2.1b5", "4.2.1b7"}, 0, "ascending\n"},
         CommandCase{{"version", "compare", "4.2.1b5", "4.2.1b7", "--options", "1"}, 0, "same\n"},
-        CommandCase{{"version", "compare", "4.3", "4.2.9", "--options", "4"}, 0, "descending\n"},
         CommandCase{{"version", "compare", "4.3", "4.2.9", "--options", "-1"}, 2, ""},
-        CommandCase{{"version", "display", "4.2.1b123", "--option", "1"}, 0, "4.2.1 build 123\n"},
-        CommandCase{{"version", "display", "10", "--option", "3"}, 0, "10.0.0b0\n"}));
+        CommandCase{{"version", "display", "4.2.1b123", "--option", "1"}, 0, "4.2.1 build 123\n"}));
 
 TEST(TqkitVersionTest, MalformedVersionReportsTheAssertionMessage) {
   auto result = runInProcess({"version", "compare", "1.0", "1.2.3.4"});
