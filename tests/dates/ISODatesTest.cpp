@@ -25,6 +25,14 @@ TEST(ISODatesTest, WireFormatsWriteTheFixedTexts) {
   EXPECT_EQ(ISODates::dateFormatterForJson()->stringFromDate(*date)->utf8(), "@2024-03-05 15:07:09 +0100@");
 }
 
+TEST(ISODatesTest, OffsetsWithSecondsBefore1900ReadBackAsTheirInstant) {
+  DateWorld world("2024-03-05T14:07:09Z", "Europe/Paris");
+  Ref<Date> date = moment("1850-06-01T12:00:00Z");
+  Ref<String> text = TQFoundation::tq_ISO8601String(*date);
+  EXPECT_EQ(text->utf8(), "1850-06-01T12:09:21+00:09:21");
+  EXPECT_TRUE(TQFoundation::dateWithISO8601String(text)->isEqual(*date));
+}
+
 TEST(ISODatesTest, FormattersFollowTheZoneInstalledAfterTheirCreation) {
   Ref<Date> date = moment("2024-07-05T14:07:09Z");
   DateWorld paris("2024-07-05T14:07:09Z", "Europe/Paris");

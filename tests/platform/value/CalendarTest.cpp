@@ -113,16 +113,16 @@ TEST(ISO8601DateFormatterTest, OptionsChooseTheForm) {
     const char* text;
   };
   const Ref<Date> date = utc("2024-03-05T14:07:09Z");
-  for (const Case& c : {Case{ISO8601WithInternetDateTime, "yyyy-MM-dd'T'HH:mm:ssXXX", "2024-03-05T14:07:09Z"},
+  for (const Case& c : {Case{ISO8601WithInternetDateTime, "yyyy-MM-dd'T'HH:mm:ssXXXXX", "2024-03-05T14:07:09Z"},
                         Case{ISO8601WithFullDate, "yyyy-MM-dd", "2024-03-05"},
                         Case{ISO8601WithInternetDateTime | ISO8601WithFractionalSeconds,
-                             "yyyy-MM-dd'T'HH:mm:ss.SSSXXX", "2024-03-05T14:07:09.000Z"},
+                             "yyyy-MM-dd'T'HH:mm:ss.SSSXXXXX", "2024-03-05T14:07:09.000Z"},
                         Case{ISO8601WithYear | ISO8601WithMonth | ISO8601WithDay | ISO8601WithTime, "yyyyMMdd'T'HHmmss",
                              "20240305T140709"},
                         Case{ISO8601WithYear | ISO8601WithWeekOfYear | ISO8601WithDay | ISO8601WithDashSeparatorInDate,
                              "YYYY-'W'ww-e", "2024-W10-2"},
                         Case{ISO8601WithFullDate | ISO8601WithFullTime | ISO8601WithSpaceBetweenDateAndTime,
-                             "yyyy-MM-dd HH:mm:ssXXX", "2024-03-05 14:07:09Z"}}) {
+                             "yyyy-MM-dd HH:mm:ssXXXXX", "2024-03-05 14:07:09Z"}}) {
     ISO8601DateFormatter formatter;
     formatter.setFormatOptions(c.options);
     EXPECT_EQ(formatter.pattern(), c.pattern);

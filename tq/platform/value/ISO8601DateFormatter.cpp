@@ -49,7 +49,9 @@ std::string ISO8601DateFormatter::pattern() const {
   std::string pattern = date;
   if (!date.empty() && !time.empty()) pattern += (options_ & ISO8601WithSpaceBetweenDateAndTime) ? " " : "'T'";
   pattern += time;
-  if (options_ & ISO8601WithTimeZone) pattern += (options_ & ISO8601WithColonSeparatorInTimeZone) ? "XXX" : "XX";
+  // The long forms write the seconds of an offset that has them (local mean
+  // time before 1900), so that every text written reads back as its instant.
+  if (options_ & ISO8601WithTimeZone) pattern += (options_ & ISO8601WithColonSeparatorInTimeZone) ? "XXXXX" : "XXXX";
   return pattern;
 }
 
