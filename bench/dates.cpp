@@ -1,9 +1,11 @@
 // Writing a date with the shared per-thread formatters (asked for at every
 // date, as callers do) against Howard Hinnant's date library writing the same
-// text: both sides write 1,024 different instants spread over 2000-2040 in
+// text: both sides write 1,024 different instants spread over 2000-2035 in
 // Europe/Paris (so both summer and winter offsets) into a reused std::string,
 // and the text of each side is checked against the other's before the run.
-// Items are dates written.
+// Items are dates written. The instants stay before 2038: the peer, reading
+// the system's compiled zone files, has no offsets after their last
+// listed change.
 
 #include <date/tz.h>
 
@@ -29,7 +31,7 @@ const std::vector<std::int64_t>& instants() {
     std::uint64_t state = 0x9E3779B97F4A7C15ull;
     for (int i = 0; i < 1024; ++i) {
       state = state * 6364136223846793005ull + 1442695040888963407ull;
-      made.push_back(946684800 + std::int64_t(state >> 33) % (40ll * 365 * 86400));
+      made.push_back(946684800 + std::int64_t(state >> 33) % (36ll * 365 * 86400));
     }
     return made;
   }();

@@ -132,6 +132,31 @@ TEST(ISO8601DateFormatterTest, OptionsChooseTheForm) {
   }
 }
 
+TEST(ISO8601DateFormatterTest, InternetFormWritesWhatThePatternWrites) {
+  // The internet date-time form is written without ICU's pattern machinery;
+  // the pattern must give the same text (after 1582, where the pattern's
+  // calendar is Gregorian too).
+  std::uint64_t state = 12345;
+  for (const char* zone : {"Europe/Paris", "Australia/Lord_Howe", "Asia/Kathmandu", "America/St_Johns", "UTC"}) {
+    ISO8601DateFormatter fast;
+    fast.setTimeZone(TimeZone::timeZoneWithName(zone));
+    fast.setFormatOptions(ISO8601WithInternetDateTime | ISO8601WithFractionalSeconds);
+    DateFormatter pattern;
+    pattern.setLocale(Locale::localeWithLocaleIdentifier("en_US_POSIX"));
+    pattern.setTimeZone(TimeZone::timeZoneWithName(zone));
+    pattern.setDateFormat("yyyy-MM-dd'T'HH:mm:ss.SSSXXXXX");
+    for (int i = 0; i < 400; ++i) {
+      state = state * 6364136223846793005ull + 1442695040888963407ull;
+      const double seconds = -11e9 + double(state >> 20) / double(1ull << 44) * 2.6e11;  // 1621 to 9900
+      Date date(seconds + (i % 7) * 0.0625);
+      EXPECT_EQ(fast.stringFromDate(date)->utf8(), pattern.stringFromDate(date)->utf8()) << zone << " " << seconds;
+    }
+  }
+  ISO8601DateFormatter utc;
+  EXPECT_EQ(utc.stringFromDate(*Date::dateWithTimeIntervalSince1970(-62135596800.0))->utf8(), "0001-01-01T00:00:00Z");
+  EXPECT_EQ(utc.stringFromDate(*Date::dateWithTimeIntervalSince1970(-0.5))->utf8(), "1969-12-31T23:59:59Z");
+}
+
 TEST(DateFormatterTest, FollowsTheInstalledLocaleAndZoneUnlessGivenItsOwn) {
   DateFormatter formatter;
   formatter.setLocalizedDateFormatFromTemplate("MMMMd");

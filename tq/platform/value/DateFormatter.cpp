@@ -6,6 +6,7 @@
 #include <unicode/smpdtfmt.h>
 
 #include "tq/platform/system/LocaleSetting.h"
+#include "tq/platform/system/TimeZoneSetting.h"
 #include "tq/platform/value/internal/ICUDates.h"
 
 namespace tq {
@@ -134,13 +135,16 @@ Ref<String> DateFormatter::dateFormat() const {
 }
 
 DateFormatter::Engine& DateFormatter::engine() const {
+  // The seams' names are compared first: looking the zone up again at every
+  // date would cost more than writing it.
   std::string localeIdentifier = locale_ ? locale_->localeIdentifier() : LocaleSetting::current()->identifier();
-  Ref<TimeZone> zone = zone_ ? zone_ : TimeZone::localTimeZone();
-  if (engine_ && engine_->localeIdentifier == localeIdentifier && engine_->zoneName == zone->name()) return *engine_;
+  std::string zoneName = zone_ ? zone_->name() : TimeZoneSetting::current()->identifier();
+  if (engine_ && engine_->localeIdentifier == localeIdentifier && engine_->zoneName == zoneName) return *engine_;
 
+  Ref<TimeZone> zone = zone_ ? zone_ : TimeZone::localTimeZone();
   auto built = std::make_unique<Engine>();
   built->localeIdentifier = localeIdentifier;
-  built->zoneName = zone->name();
+  built->zoneName = zoneName;
   icu::Locale locale = detail::icuLocale(*Locale::localeWithLocaleIdentifier(localeIdentifier));
   if (!pattern_.empty()) {
     built->format = patternFormat(icu::UnicodeString::fromUTF8(pattern_), locale);
