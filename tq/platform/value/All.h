@@ -16,6 +16,7 @@
 #include "tq/platform/value/DateFormatter.h"
 #include "tq/platform/value/Format.h"
 #include "tq/platform/value/ISO8601DateFormatter.h"
+#include "tq/platform/value/Locale.h"
 #include "tq/platform/value/Number.h"
 #include "tq/platform/value/Scanner.h"
 #include "tq/platform/value/String.h"

@@ -15,6 +15,7 @@
 #include "tq/platform/object/Object.h"
 #include "tq/platform/object/Range.h"
 #include "tq/platform/value/Date.h"
+#include "tq/platform/value/Locale.h"
 #include "tq/platform/value/TimeZone.h"
 
 namespace tq {

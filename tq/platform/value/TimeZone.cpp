@@ -6,7 +6,6 @@
 #include <mutex>
 #include <unordered_map>
 
-#include "tq/platform/system/LocaleSetting.h"
 #include "tq/platform/system/TimeZoneSetting.h"
 #include "tq/platform/value/internal/ICUDates.h"
 
@@ -112,30 +111,6 @@ Ref<String> TimeZone::abbreviationForDate(const Date& date) const {
   detail::icuZone(*this).getDisplayName(isDaylightSavingTimeForDate(date), icu::TimeZone::SHORT, icu::Locale::getUS(),
                                         name);
   return detail::stringFromICU(name);
-}
-
-Ref<Locale> Locale::localeWithLocaleIdentifier(std::string_view identifier) {
-  return make<Locale>(std::string(identifier));
-}
-Ref<Locale> Locale::currentLocale() { return make<Locale>(LocaleSetting::current()->identifier()); }
-
-Ref<String> Locale::description() const { return str(identifier_); }
-bool Locale::isEqual(const Object& other) const {
-  const auto* locale = dynamic_cast<const Locale*>(&other);
-  return locale && locale->identifier_ == identifier_;
-}
-std::size_t Locale::hash() const { return std::hash<std::string>()(identifier_); }
-
-int Locale::firstWeekday() const {
-  UErrorCode status = U_ZERO_ERROR;
-  std::unique_ptr<icu::Calendar> calendar(icu::Calendar::createInstance(detail::icuLocale(*this), status));
-  return U_SUCCESS(status) ? int(calendar->getFirstDayOfWeek(status)) : 1;
-}
-
-int Locale::minimumDaysInFirstWeek() const {
-  UErrorCode status = U_ZERO_ERROR;
-  std::unique_ptr<icu::Calendar> calendar(icu::Calendar::createInstance(detail::icuLocale(*this), status));
-  return U_SUCCESS(status) ? int(calendar->getMinimalDaysInFirstWeek()) : 1;
 }
 
 }  // namespace tq

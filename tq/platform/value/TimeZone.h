@@ -1,9 +1,8 @@
 #pragma once
-// Time zones and locales: the two settings a calendar or a date formatter is
-// read in. Both are immutable values named by their identifiers; the local
-// ones come from the seams of tq/platform/system (TimeZoneSetting,
-// LocaleSetting), so a test or host fixes them without touching `TZ` or
-// `LANG`.
+// Time zones: where a calendar or a date formatter reads its wall times.
+// Immutable values named by their identifiers; the local one comes from the
+// time-zone seam of tq/platform/system (TimeZoneSetting), so a test or host
+// fixes it without touching `TZ`.
 
 #include <memory>
 #include <string>
@@ -53,32 +52,6 @@ class TimeZone : public Object {
  private:
   std::string name_;
   std::shared_ptr<const detail::TimeZoneRules> rules_;
-};
-
-class Locale : public Object {
- public:
-  /// A locale by identifier ("en_US", "de-DE", "fr"); any identifier gives a
-  /// locale (an unknown one reads as the root locale's data).
-  static Ref<Locale> localeWithLocaleIdentifier(std::string_view identifier);
-  /// The locale the locale seam names now.
-  static Ref<Locale> currentLocale();
-
-  Ref<String> description() const override;
-  std::string className() const override { return "Locale"; }
-  bool isEqual(const Object& other) const override;
-  std::size_t hash() const override;
-  Id copy() const override { return self(); }
-
-  const std::string& localeIdentifier() const { return identifier_; }
-  /// The first day of the week in the locale's region, 1 Sunday ... 7 Saturday.
-  int firstWeekday() const;
-  /// Days the first week of a year needs at least (1 in the US, 4 in most of Europe).
-  int minimumDaysInFirstWeek() const;
-
-  explicit Locale(std::string identifier) : identifier_(std::move(identifier)) {}
-
- private:
-  std::string identifier_;
 };
 
 }  // namespace tq

@@ -13,6 +13,7 @@
 #include <string>
 
 #include "tq/platform/value/String.h"
+#include "tq/platform/value/Locale.h"
 #include "tq/platform/value/TimeZone.h"
 
 namespace tq::detail {
