@@ -20,6 +20,7 @@
 #include "tq/colour/All.h"
 #include "tq/settings/All.h"
 #include "tq/encodings/All.h"
+#include "tq/dates/All.h"
 #include "tq/keys/All.h"
 #include "tq/concurrency/All.h"
 #include "tq/system/All.h"

@@ -46,6 +46,8 @@ inline constexpr AssertionPlace IntegerKeyDictionaryNilObject{"TQIntegerKeyDicti
 inline constexpr AssertionPlace IndexSetTableKeyNotNumber{"TQIndexSetTable", 17};
 /// The index-map table read from a dictionary without its list.
 inline constexpr AssertionPlace IndexMapTableRepresentation{"TQIndexMapTable", 127};
+/// A version string with more than three dot-separated parts.
+inline constexpr AssertionPlace VersionStringMalformed{"TQVersionDetails", 33};
 
 }  // namespace AssertionPlaces
 

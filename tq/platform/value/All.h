@@ -6,14 +6,19 @@
 // Package.UmbrellasReachEveryHeader fails when a public header of the folder
 // is not reached from here.
 
+#include "tq/platform/value/Calendar.h"
 #include "tq/platform/value/ChainedData.h"
 #include "tq/platform/value/CharacterSet.h"
 #include "tq/platform/value/Charset.h"
 #include "tq/platform/value/Color.h"
 #include "tq/platform/value/Data.h"
 #include "tq/platform/value/Date.h"
+#include "tq/platform/value/DateFormatter.h"
 #include "tq/platform/value/Format.h"
+#include "tq/platform/value/ISO8601DateFormatter.h"
+#include "tq/platform/value/Locale.h"
 #include "tq/platform/value/Number.h"
 #include "tq/platform/value/Scanner.h"
 #include "tq/platform/value/String.h"
+#include "tq/platform/value/TimeZone.h"
 #include "tq/platform/value/ValueTransformer.h"
