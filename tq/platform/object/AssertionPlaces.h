@@ -33,6 +33,11 @@ inline constexpr AssertionPlace ColorPaleShadeFactorOutOfRange{"NSColor+TQFounda
 /// The colour helpers: a shade level outside 0 to 1.
 inline constexpr AssertionPlace ColorShadeLevelOutOfRange{"NSColor+TQFoundation", 329};
 
+/// The UUID helpers: data that is not 16 bytes long.
+inline constexpr AssertionPlace UUIDDataLength{"NSUUID+TQFoundation", 20};
+/// The UUID helpers: a compact text that is not 22 characters long.
+inline constexpr AssertionPlace UUIDBase64Length{"NSUUID+TQFoundation", 34};
+
 }  // namespace AssertionPlaces
 
 }  // namespace tq

@@ -15,3 +15,4 @@
 #include "tq/platform/system/OwnWrites.h"
 #include "tq/platform/system/UserFolders.h"
 #include "tq/platform/system/VectorSupport.h"
+#include "tq/platform/system/ChildProcess.h"

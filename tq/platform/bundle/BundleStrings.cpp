@@ -1,0 +1,131 @@
+// The platform's localized-string lookup: string and plural tables found in
+// the localisation folders, chosen by the user's languages, read once.
+
+#include <atomic>
+
+#include "tq/platform/bundle/Bundle.h"
+#include "tq/platform/bundle/PluralTable.h"
+#include "tq/platform/bundle/StringTable.h"
+#include "tq/platform/bundle/internal/StringTables.h"
+#include "tq/platform/object/PlatformLog.h"
+#include "tq/platform/system/Environment.h"
+#include "tq/platform/system/FileSystem.h"
+
+namespace tq {
+
+namespace detail {
+
+namespace {
+
+std::string computeSignature() {
+  const auto environment = Environment::current();
+  std::string signature;
+  for (const char* name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"}) {
+    if (auto value = environment->variable(name)) signature += *value;
+    signature += '\x1f';
+  }
+  return signature;
+}
+
+// The language a table's plural rules follow: its folder's, except for the
+// folders that stand for no language.
+std::string rulesLanguage(const Bundle& bundle, const std::string& localization) {
+  if (!localization.empty() && localization != "Base") return localization;
+  auto development = bundle.developmentLocalization();
+  return development ? development->utf8() : "en";
+}
+
+}  // namespace
+
+const std::string*& snapshotSignaturePointer() {
+  thread_local const std::string* signature = nullptr;
+  return signature;
+}
+
+std::string languageSignature() {
+  const std::string* snapshot = snapshotSignaturePointer();
+  return snapshot ? *snapshot : computeSignature();
+}
+
+Ref<Dictionary> StringTables::parsed(const std::string& path, bool plural) {
+  auto found = files_.find(path);
+  if (found != files_.end()) return found->second;
+  Ref<Dictionary> table;
+  if (auto bytes = FileSystem::current()->readFile(path)) {
+    Ref<Error> error;
+    table = plural ? PluralTable::read(*bytes, &error) : StringTable::read(*bytes, &error);
+    // Lookups have no error slot; the file is reported once and left out.
+    if (!table) platformLog("Bundle: " + path + " is left out: " + (error ? error->localizedDescription() : ""));
+  }
+  files_.emplace(path, table);
+  return table;
+}
+
+std::shared_ptr<const TableChain> StringTables::chain(const Bundle& bundle, const std::string& signature,
+                                                      const std::string& table) {
+  std::string key = signature + "\n" + table;
+  std::lock_guard lock(mutex_);
+  if (auto found = chains_.find(key); found != chains_.end()) return found->second;
+  auto chain = std::make_shared<TableChain>();
+  const std::string resources = bundle.resourcePath()->utf8();
+  auto add = [&](const std::string& folder, const std::string& localization) {
+    LocalizedTable entry{rulesLanguage(bundle, localization), parsed(folder + "/" + table + ".stringsdict", true),
+                         parsed(folder + "/" + table + ".strings", false)};
+    if (entry.plurals || entry.strings) chain->push_back(std::move(entry));
+  };
+  for (const Id& localization : *bundle.preferredLocalizations()) {
+    const std::string name = describeUTF8(localization);
+    add(resources + "/" + name + ".lproj", name);
+  }
+  add(resources, "");
+  return chains_.emplace(std::move(key), std::move(chain)).first->second;
+}
+
+}  // namespace detail
+
+namespace {
+
+std::atomic<Bundle::LocalizedStringLookup>& installedLookup() {
+  static std::atomic<Bundle::LocalizedStringLookup> lookup{nullptr};
+  return lookup;
+}
+
+}  // namespace
+
+Ref<String> Bundle::ownLocalizedStringForKey(const Bundle& bundle, const String& key, const Ref<String>& value,
+                                             const Ref<String>& table) {
+  const std::string tableName = table && table->length() > 0 ? table->utf8() : "Localizable";
+  const auto chain = bundle.tables_->chain(bundle, detail::languageSignature(), tableName);
+  for (const detail::LocalizedTable& tables : *chain) {
+    if (tables.plurals) {
+      if (auto entry = cast<Dictionary>(tables.plurals->objectForKey(&key))) {
+        auto format = cast<String>(entry->objectForKey(std::string_view(StringLocalizedFormatKey)));
+        return make<PluralFormatString>(format->utf16(), entry, tables.localization);
+      }
+    }
+    if (tables.strings) {
+      if (auto text = cast<String>(tables.strings->objectForKey(&key))) return text;
+    }
+  }
+  if (value && value->length() > 0) return value;
+  return String::fromUTF16(key.utf16());
+}
+
+Ref<String> Bundle::localizedStringForKey(const String& key, const Ref<String>& value, const Ref<String>& table) const {
+  LocalizedStringLookup lookup = installedLookup().load(std::memory_order_acquire);
+  return (lookup ? lookup : &ownLocalizedStringForKey)(*this, key, value, table);
+}
+
+Bundle::LocalizedStringLookup Bundle::exchangeLocalizedStringLookup(LocalizedStringLookup replacement) {
+  LocalizedStringLookup previous = installedLookup().exchange(replacement, std::memory_order_acq_rel);
+  return previous ? previous : &ownLocalizedStringForKey;
+}
+
+Bundle::LanguageSnapshot::LanguageSnapshot()
+    : signature_(detail::languageSignature()), previous_(detail::snapshotSignaturePointer()) {
+  detail::snapshotSignaturePointer() = &signature_;
+}
+
+Bundle::LanguageSnapshot::~LanguageSnapshot() { detail::snapshotSignaturePointer() = previous_; }
+
+}  // namespace tq

@@ -1,0 +1,49 @@
+#pragma once
+// The string and plural tables of one bundle, read once and kept: the chain
+// of tables a lookup searches, per set of user languages and table name.
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "tq/platform/collection/Dictionary.h"
+
+namespace tq {
+class Bundle;
+}
+
+namespace tq::detail {
+
+/// The tables of one localisation folder (or of Resources itself); either
+/// may be nil.
+struct LocalizedTable {
+  std::string localization;  // the language whose plural rules apply
+  Ref<Dictionary> plurals;
+  Ref<Dictionary> strings;
+};
+using TableChain = std::vector<LocalizedTable>;
+
+class StringTables {
+ public:
+  /// The tables a lookup of `table` searches, in order, for the user's
+  /// languages that `signature` stands for.
+  std::shared_ptr<const TableChain> chain(const Bundle& bundle, const std::string& signature, const std::string& table);
+
+ private:
+  Ref<Dictionary> parsed(const std::string& path, bool plural);
+
+  std::mutex mutex_;
+  std::unordered_map<std::string, std::shared_ptr<const TableChain>> chains_;  // signature + "\n" + table
+  std::map<std::string, Ref<Dictionary>> files_;                              // by path; nil when unreadable
+};
+
+/// The user's language variables as one text, which changes exactly when the
+/// order of localisations may change (the snapshot's while one is alive).
+std::string languageSignature();
+/// The signature of this thread's live `Bundle::LanguageSnapshot`, if any.
+const std::string*& snapshotSignaturePointer();
+
+}  // namespace tq::detail
