@@ -23,7 +23,8 @@ Ref<Array> lookupResourceBundles(const Bundle& bundle) {
   constexpr std::string_view key = "org.tqbasekit.lookupResourceBundles";
   if (auto known = cast<Array>(bundle.associatedObjects().objectForKey(key))) return known;
   std::vector<Id> opened;
-  for (const Id& path : *bundle.pathsForResourcesOfType(str("bundle"), str("Resources"))) {
+  const Ref<Array> paths = bundle.pathsForResourcesOfType(str("bundle"), str("Resources"));
+  for (const Id& path : *paths) {
     if (auto resource = Bundle::bundleWithPath(*cast<String>(path))) opened.push_back(resource);
   }
   return cast<Array>(bundle.associatedObjects().objectForKeyOrStore(key, Array::arrayWithObjects(std::move(opened))));
@@ -36,7 +37,8 @@ Ref<String> libraryLookup(const Bundle& bundle, const String& key, const Ref<Str
   static const Ref<String> notFound = str(NotFoundMarker);
   // The user's languages are read once for all the bundles searched.
   Bundle::LanguageSnapshot languages;
-  for (const Id& item : *lookupResourceBundles(bundle)) {
+  const Ref<Array> resourceBundles = lookupResourceBundles(bundle);
+  for (const Id& item : *resourceBundles) {
     Ref<String> text = platform(*cast<Bundle>(item), key, notFound, table);
     if (isFound(text)) return text;
   }

@@ -126,7 +126,8 @@ void registerResourceBundles(const Bundle& bundle) {
 
 Ref<Bundle> bundleForPackage_TargetName(const String& name) {
   if (auto registered = cast<Bundle>(registeredResourceBundles()->objectForKey(&name))) return registered;
-  for (const Id& item : *Bundle::allBundles()) {
+  const Ref<Array> loaded = Bundle::allBundles();
+  for (const Id& item : *loaded) {
     auto path = cast<Bundle>(item)->pathForResource(name, str("bundle"));
     if (auto found = path ? Bundle::bundleWithPath(*path) : nullptr) return registerUnder(name, found);
   }

@@ -124,7 +124,8 @@ Ref<Array> Bundle::allBundles() {
 }
 
 Ref<Bundle> Bundle::bundleWithIdentifier(const String& identifier) {
-  for (const Id& item : *allBundles()) {
+  const Ref<Array> bundles = allBundles();
+  for (const Id& item : *bundles) {
     auto bundle = cast<Bundle>(item);
     auto own = bundle->bundleIdentifier();
     if (own && own->isEqual(identifier)) return bundle;

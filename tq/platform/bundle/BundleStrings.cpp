@@ -73,11 +73,16 @@ std::shared_ptr<const TableChain> StringTables::chain(const Bundle& bundle, cons
                          parsed(folder + "/" + table + ".strings", false)};
     if (entry.plurals || entry.strings) chain->push_back(std::move(entry));
   };
-  for (const Id& localization : *bundle.preferredLocalizations()) {
+  const Ref<Array> localizations = bundle.preferredLocalizations();
+  for (const Id& localization : *localizations) {
     const std::string name = describeUTF8(localization);
     add(resources + "/" + name + ".lproj", name);
   }
   add(resources, "");
+  // The order was read from the environment as it is now; a chain built
+  // while the languages changed under a snapshot is used once, not kept
+  // under a signature it does not match.
+  if (computeSignature() != signature) return chain;
   return chains_.emplace(std::move(key), std::move(chain)).first->second;
 }
 

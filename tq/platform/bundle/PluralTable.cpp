@@ -88,6 +88,20 @@ double numericValue(const FormatArgument& argument) {
   }
 }
 
+FormatArgument numberArgument(const FormatArgument& argument) {
+  auto number = argument.kind == FormatArgument::Kind::Object ? dynamic_cast<const Number*>(argument.object) : nullptr;
+  if (!number) return argument;
+  FormatArgument converted;
+  if (number->isInteger()) {
+    converted.kind = FormatArgument::Kind::Signed;
+    converted.i = number->integerValue();
+  } else {
+    converted.kind = FormatArgument::Kind::Double;
+    converted.d = number->doubleValue();
+  }
+  return converted;
+}
+
 // The variant of one variable for a number.
 std::u16string variant(const Dictionary& entry, const std::u16string& name, const std::string& localization,
                        double value) {
@@ -158,7 +172,11 @@ std::u16string resolve(const PluralFormatString& format, std::span<const FormatA
     std::span<const FormatArgument> own = arguments.subspan(index, taken);
     if (!c.variable.empty()) {
       const double value = numericValue(own[0]);
-      result += formatArguments(variant(*format.entry(), c.variable, format.localization(), value), own);
+      // A number object given for a variable prints as the number in its
+      // variant's "%d", not as an object.
+      const FormatArgument argument = numberArgument(own[0]);
+      result += formatArguments(variant(*format.entry(), c.variable, format.localization(), value),
+                                std::span<const FormatArgument>(&argument, 1));
     } else {
       result += formatArguments(c.spec, own);
     }
