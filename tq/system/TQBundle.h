@@ -33,7 +33,8 @@ inline constexpr const char* NotFoundMarker = "NOT_FOUND";
 namespace TQFoundation {
 
 /// Installs the library's lookup in place of the platform's, once; done
-/// before main when the extension is linked, and safe to call again.
+/// before main by every file of the extension that the program links (and
+/// by the localize conveniences), and safe to call again.
 void load();
 
 // ---- Localized strings ---------------------------------------------------
@@ -46,16 +47,19 @@ Ref<String> tqLocalizedStringForKey(const Bundle& bundle, const String& key, con
 /// arguments (a plural table's rules apply).
 template <class... Args>
 Ref<String> localize(const Bundle& bundle, const String& key, const Args&... args) {
+  load();
   return localizedStringWithFormat(*bundle.localizedStringForKey(key, nullptr, nullptr), args...);
 }
 /// The same in a table (nil: the default table).
 template <class... Args>
 Ref<String> localizeInTable(const Bundle& bundle, const String& key, const Ref<String>& table, const Args&... args) {
+  load();
   return localizedStringWithFormat(*bundle.localizedStringForKey(key, nullptr, table), args...);
 }
 /// The same, for a key of a plural table.
 template <class... Args>
 Ref<String> localizePlural(const Bundle& bundle, const String& key, const Ref<String>& table, const Args&... args) {
+  load();
   return localizedStringWithFormat(*bundle.localizedStringForKey(key, nullptr, table), args...);
 }
 

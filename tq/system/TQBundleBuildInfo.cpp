@@ -52,6 +52,10 @@ class IdentifierCache {
   std::map<std::string, Value> values_;
 };
 
+// A program that uses any part of the extension gets the library's lookup
+// before main, as it would get the whole extension with its image.
+[[maybe_unused]] const bool loadedAtStart = (load(), true);
+
 }  // namespace
 
 Ref<String> logIdentifier(const Bundle& bundle) {

@@ -90,6 +90,10 @@ Ref<Bundle> searchResourceBundle(const Bundle& bundle) {
   return nullptr;
 }
 
+// A program that uses any part of the extension gets the library's lookup
+// before main, as it would get the whole extension with its image.
+[[maybe_unused]] const bool loadedAtStart = (load(), true);
+
 }  // namespace
 
 Ref<Dictionary> registeredResourceBundles() {
