@@ -42,9 +42,10 @@ const std::string*& snapshotSignaturePointer() {
   return signature;
 }
 
-std::string languageSignature() {
-  const std::string* snapshot = snapshotSignaturePointer();
-  return snapshot ? *snapshot : computeSignature();
+const std::string& languageSignature(std::string& storage) {
+  if (const std::string* snapshot = snapshotSignaturePointer()) return *snapshot;
+  storage = computeSignature();
+  return storage;
 }
 
 Ref<Dictionary> StringTables::parsed(const std::string& path, bool plural) {
@@ -62,10 +63,27 @@ Ref<Dictionary> StringTables::parsed(const std::string& path, bool plural) {
 }
 
 std::shared_ptr<const TableChain> StringTables::chain(const Bundle& bundle, const std::string& signature,
-                                                      const std::string& table) {
-  std::string key = signature + "\n" + table;
+                                                      std::string_view table) {
   std::lock_guard lock(mutex_);
-  if (auto found = chains_.find(key); found != chains_.end()) return found->second;
+  if (lastChain_ && lastTable_ == table && lastSignature_ == signature) return lastChain_;
+  bool kept = false;
+  std::shared_ptr<const TableChain> found = build(bundle, signature, table, kept);
+  if (!kept) return found;
+  lastSignature_ = signature;
+  lastTable_ = table;
+  lastChain_ = found;
+  return found;
+}
+
+// Under the lock. `kept` says whether the chain is kept for later lookups.
+std::shared_ptr<const TableChain> StringTables::build(const Bundle& bundle, const std::string& signature,
+                                                      std::string_view tableName, bool& kept) {
+  const std::string table(tableName);
+  std::string key = signature + "\n" + table;
+  if (auto found = chains_.find(key); found != chains_.end()) {
+    kept = true;
+    return found->second;
+  }
   auto chain = std::make_shared<TableChain>();
   const std::string resources = bundle.resourcePath()->utf8();
   auto add = [&](const std::string& folder, const std::string& localization) {
@@ -82,7 +100,8 @@ std::shared_ptr<const TableChain> StringTables::chain(const Bundle& bundle, cons
   // The order was read from the environment as it is now; a chain built
   // while the languages changed under a snapshot is used once, not kept
   // under a signature it does not match.
-  if (computeSignature() != signature) return chain;
+  kept = computeSignature() == signature;
+  if (!kept) return chain;
   return chains_.emplace(std::move(key), std::move(chain)).first->second;
 }
 
@@ -99,8 +118,10 @@ std::atomic<Bundle::LocalizedStringLookup>& installedLookup() {
 
 Ref<String> Bundle::ownLocalizedStringForKey(const Bundle& bundle, const String& key, const Ref<String>& value,
                                              const Ref<String>& table) {
-  const std::string tableName = table && table->length() > 0 ? table->utf8() : "Localizable";
-  const auto chain = bundle.tables_->chain(bundle, detail::languageSignature(), tableName);
+  const std::string tableName = table && table->length() > 0 ? table->utf8() : std::string();
+  std::string storage;
+  const auto chain = bundle.tables_->chain(bundle, detail::languageSignature(storage),
+                                           tableName.empty() ? std::string_view("Localizable") : tableName);
   for (const detail::LocalizedTable& tables : *chain) {
     if (tables.plurals) {
       if (auto entry = cast<Dictionary>(tables.plurals->objectForKey(&key))) {
@@ -126,8 +147,9 @@ Bundle::LocalizedStringLookup Bundle::exchangeLocalizedStringLookup(LocalizedStr
   return previous ? previous : &ownLocalizedStringForKey;
 }
 
-Bundle::LanguageSnapshot::LanguageSnapshot()
-    : signature_(detail::languageSignature()), previous_(detail::snapshotSignaturePointer()) {
+Bundle::LanguageSnapshot::LanguageSnapshot() : previous_(detail::snapshotSignaturePointer()) {
+  std::string storage;
+  signature_ = detail::languageSignature(storage);
   detail::snapshotSignaturePointer() = &signature_;
 }
 

@@ -30,19 +30,27 @@ class StringTables {
  public:
   /// The tables a lookup of `table` searches, in order, for the user's
   /// languages that `signature` stands for.
-  std::shared_ptr<const TableChain> chain(const Bundle& bundle, const std::string& signature, const std::string& table);
+  std::shared_ptr<const TableChain> chain(const Bundle& bundle, const std::string& signature, std::string_view table);
 
  private:
   Ref<Dictionary> parsed(const std::string& path, bool plural);
+  std::shared_ptr<const TableChain> build(const Bundle& bundle, const std::string& signature, std::string_view table,
+                                          bool& kept);
 
   std::mutex mutex_;
+  // The chain asked for last: an add-on asks for the same table in the same
+  // languages again and again, and comparing two short texts costs less than
+  // building a key and hashing it.
+  std::string lastSignature_, lastTable_;
+  std::shared_ptr<const TableChain> lastChain_;
   std::unordered_map<std::string, std::shared_ptr<const TableChain>> chains_;  // signature + "\n" + table
   std::map<std::string, Ref<Dictionary>> files_;                              // by path; nil when unreadable
 };
 
-/// The user's language variables as one text, which changes exactly when the
+/// The user's language variables as one text (the snapshot's, or made in
+/// `storage`), which changes exactly when the
 /// order of localisations may change (the snapshot's while one is alive).
-std::string languageSignature();
+const std::string& languageSignature(std::string& storage);
 /// The signature of this thread's live `Bundle::LanguageSnapshot`, if any.
 const std::string*& snapshotSignaturePointer();
 
