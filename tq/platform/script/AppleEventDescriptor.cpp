@@ -147,7 +147,7 @@ Ref<Data> AppleEventDescriptor::data() const { return Data::dataWithBytes(bytes_
 Ref<String> AppleEventDescriptor::stringValue() const {
   if (type_ != AE::typeUnicodeText) return nullptr;
   std::u16string units(bytes_.size() / 2, u'\0');
-  std::memcpy(units.data(), bytes_.data(), units.size() * 2);
+  if (!units.empty()) std::memcpy(units.data(), bytes_.data(), units.size() * 2);
   return String::fromUTF16(std::move(units));
 }
 
