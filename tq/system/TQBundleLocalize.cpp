@@ -30,11 +30,21 @@ Ref<Array> lookupResourceBundles(const Bundle& bundle) {
   return cast<Array>(bundle.associatedObjects().objectForKeyOrStore(key, Array::arrayWithObjects(std::move(opened))));
 }
 
-bool isFound(const Ref<String>& text) { return text && !text->isEqualToString(NotFoundMarker); }
+const Ref<String>& notFoundMarker() {
+  static const Ref<String>* marker = new Ref<String>(str(NotFoundMarker));
+  return *marker;
+}
+
+// A miss answers the marker object itself; only a table entry that reads
+// "NOT_FOUND" needs its text compared.
+bool isFound(const Ref<String>& text) {
+  if (!text || text == notFoundMarker()) return false;
+  return !(text->length() == notFoundMarker()->length() && text->isEqual(*notFoundMarker()));
+}
 
 Ref<String> libraryLookup(const Bundle& bundle, const String& key, const Ref<String>& value, const Ref<String>& table) {
   const Bundle::LocalizedStringLookup platform = platformLookup.load(std::memory_order_acquire);
-  static const Ref<String> notFound = str(NotFoundMarker);
+  const Ref<String>& notFound = notFoundMarker();
   // The user's languages are read once for all the bundles searched.
   Bundle::LanguageSnapshot languages;
   const Ref<Array> resourceBundles = lookupResourceBundles(bundle);
