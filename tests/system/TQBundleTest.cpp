@@ -47,6 +47,51 @@ TEST(TQBundleLookupTest, ResourceBundlesAnswerFirstAndNotFoundCountsAsMissing) {
   EXPECT_EQ(text(F::tqLocalizedStringForKey(*bundle, *str("both"), nullptr, nullptr)), "own");
 }
 
+// The lookup answers from one merged table; it must answer what asking the
+// resource bundles and then the bundle, one by one, answers.
+TEST(TQBundleLookupTest, TheMergedTableAnswersAsTheSearchBundleByBundle) {
+  TemporaryFolder folder("merged");
+  auto bundle = writeBundle(folder, "Add.bundle", {{"CFBundleDevelopmentRegion", "en"}});
+  const std::string resources = "Add.bundle/Contents/Resources/";
+  folder.write(resources + "en.lproj/Localizable.strings",
+               "\"a\" = \"own a\";\n\"b\" = \"own b\";\n\"n\" = \"NOT_FOUND\";\n\"p\" = \"own p\";");
+  folder.write(resources + "pl.lproj/Localizable.strings", "\"a\" = \"own pl a\";");
+  folder.write(resources + "en.lproj/Other.strings", "\"a\" = \"other a\";");
+  writeBundle(folder, resources + "Resources/R1.bundle");
+  writeBundle(folder, resources + "Resources/R2.bundle");
+  folder.write(resources + "Resources/R1.bundle/Contents/Resources/en.lproj/Localizable.strings",
+               "\"b\" = \"NOT_FOUND\";\n\"c\" = \"r1 c\";");
+  folder.write(resources + "Resources/R2.bundle/Contents/Resources/en.lproj/Localizable.strings",
+               "\"b\" = \"r2 b\";\n\"c\" = \"r2 c\";");
+  folder.write(resources + "Resources/R2.bundle/Contents/Resources/pl.lproj/Localizable.stringsdict",
+               "<plist version=\"1.0\"><dict><key>p</key><dict><key>NSStringLocalizedFormatKey</key>"
+               "<string>%#@n@</string><key>n</key><dict><key>few</key><string>%d r2</string></dict></dict></dict></plist>");
+  const std::vector<Ref<Bundle>> resourceBundles{
+      Bundle::bundleWithPath(folder.string() + "/" + resources + "Resources/R1.bundle"),
+      Bundle::bundleWithPath(folder.string() + "/" + resources + "Resources/R2.bundle")};
+  auto oneByOne = [&](const String& key, const Ref<String>& value, const Ref<String>& table) {
+    for (const auto& resource : resourceBundles) {
+      auto found = F::tqLocalizedStringForKey(*resource, key, str("NOT_FOUND"), table);
+      if (!found->isEqualToString("NOT_FOUND")) return found;
+    }
+    auto own = F::tqLocalizedStringForKey(*bundle, key, str("NOT_FOUND"), table);
+    return own->isEqualToString("NOT_FOUND") ? F::tqLocalizedStringForKey(*bundle, key, value, table) : own;
+  };
+  for (const char* language : {"en_US.UTF-8", "pl_PL.UTF-8"}) {
+    ScopedEnvironment environment(FixedEnvironment{{"LANG", language}});
+    for (const char* key : {"a", "b", "c", "n", "p", "missing"}) {
+      for (const Ref<String>& table : {Ref<String>(), str(""), str("Other")}) {
+        auto expected = oneByOne(*str(key), str("v"), table);
+        auto found = bundle->localizedStringForKey(*str(key), str("v"), table);
+        EXPECT_EQ(text(found), text(expected)) << language << " " << key << " " << text(table);
+        EXPECT_EQ(localizedStringWithFormat(*found, 3)->utf8(), localizedStringWithFormat(*expected, 3)->utf8());
+      }
+    }
+  }
+  ScopedEnvironment polish(FixedEnvironment{{"LANG", "pl_PL.UTF-8"}});
+  EXPECT_EQ(localizedStringWithFormat(*bundle->localizedStringForKey(*str("p"), nullptr, nullptr), 3)->utf8(), "3 r2");
+}
+
 TEST(TQBundleLookupTest, LocalizeConveniencesFormatAndApplyPluralRules) {
   TemporaryFolder folder("localize");
   auto bundle = writeBundle(folder, "Add.bundle");

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <map>
 #include <mutex>
 
 #include "tq/platform/collection/Array.h"
@@ -42,12 +43,92 @@ bool isFound(const Ref<String>& text) {
   return !(text->length() == notFoundMarker()->length() && text->isEqual(*notFoundMarker()));
 }
 
+// The answers of the search below for every key at once: the entries of the
+// resource bundles' tables (less those that read "NOT_FOUND"), then the
+// bundle's own, the first of a key kept. One lookup in it gives what the
+// bundle-by-bundle search gives, when the platform's lookup is the one
+// searched; it is built at the first lookup of a table in a set of languages.
+class MergedTables : public Object {
+ public:
+  std::string className() const override { return "MergedTables"; }
+
+  Ref<Dictionary> tableFor(const Bundle& bundle, const Array& resourceBundles, const std::string& signature,
+                           const Ref<String>& table) {
+    const std::string name = table ? table->utf8() : std::string();
+    std::lock_guard lock(mutex_);
+    if (last_ && lastSignature_ == signature && lastTable_ == name) return last_;
+    const std::string key = signature + "\n" + name;
+    Ref<Dictionary>& slot = tables_[key];
+    if (!slot) {
+      Ref<Dictionary> merged = merge(bundle, resourceBundles, table);
+      // Built while the languages changed: right for this lookup only.
+      if (Bundle::currentLanguageSignature() != signature) {
+        tables_.erase(key);
+        return merged;
+      }
+      slot = merged;
+    }
+    lastSignature_ = signature;
+    lastTable_ = name;
+    last_ = slot;
+    return slot;
+  }
+
+ private:
+  static void add(MutableDictionary& merged, const Bundle& bundle, const Ref<String>& table, bool skipNotFound) {
+    const auto chain = bundle.localizedTables(table);
+    for (const Bundle::LocalizedTable& tables : *chain) {
+      if (tables.plurals) {
+        for (const auto& [key, value] : tables.plurals->entries()) {
+          auto entry = cast<Dictionary>(value);
+          auto format = cast<String>(entry->objectForKey(std::string_view(StringLocalizedFormatKey)));
+          insert(merged, key, make<PluralFormatString>(format->utf16(), entry, tables.localization), skipNotFound);
+        }
+      }
+      if (tables.strings) {
+        for (const auto& [key, value] : tables.strings->entries()) insert(merged, key, value, skipNotFound);
+      }
+    }
+  }
+
+  static void insert(MutableDictionary& merged, const Id& key, const Id& text, bool skipNotFound) {
+    if (merged.objectForKey(key)) return;
+    if (skipNotFound && cast<String>(text)->isEqualToString(NotFoundMarker)) return;
+    merged.setObject(text, key);
+  }
+
+  static Ref<Dictionary> merge(const Bundle& bundle, const Array& resourceBundles, const Ref<String>& table) {
+    auto merged = MutableDictionary::dictionary();
+    for (const Id& item : resourceBundles) add(*merged, static_cast<const Bundle&>(*item), table, true);
+    add(*merged, bundle, table, false);
+    return merged;
+  }
+
+  std::mutex mutex_;
+  std::string lastSignature_, lastTable_;
+  Ref<Dictionary> last_;
+  std::map<std::string, Ref<Dictionary>> tables_;
+};
+
+MergedTables& mergedTables(const Bundle& bundle) {
+  constexpr std::string_view key = "org.tqbasekit.mergedLocalizedTables";
+  Id found = bundle.associatedObjects().objectForKey(key);
+  if (!found) found = bundle.associatedObjects().objectForKeyOrStore(key, make<MergedTables>());
+  return static_cast<MergedTables&>(*found);
+}
+
 Ref<String> libraryLookup(const Bundle& bundle, const String& key, const Ref<String>& value, const Ref<String>& table) {
   const Bundle::LocalizedStringLookup platform = platformLookup.load(std::memory_order_acquire);
   const Ref<String>& notFound = notFoundMarker();
   // The user's languages are read once for all the bundles searched.
   Bundle::LanguageSnapshot languages;
   const Ref<Array> resourceBundles = lookupResourceBundles(bundle);
+  if (platform == &Bundle::platformLocalizedStringForKey) {
+    const Ref<String> tableName = table && table->length() > 0 ? table : nullptr;
+    auto merged = mergedTables(bundle).tableFor(bundle, *resourceBundles, languages.signature(), tableName);
+    if (auto text = cast<String>(merged->objectForKey(&key))) return text;
+    return platform(bundle, key, value, table);
+  }
   for (const Id& item : *resourceBundles) {
     Ref<String> text = platform(*cast<Bundle>(item), key, notFound, table);
     if (isFound(text)) return text;

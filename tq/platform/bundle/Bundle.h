@@ -122,6 +122,27 @@ class Bundle : public Object {
   /// installed by `exchangeLocalizedStringLookup`, the platform's own at first.
   Ref<String> localizedStringForKey(const String& key, const Ref<String>& value, const Ref<String>& table) const;
 
+  /// The platform's own lookup: what `localizedStringForKey` runs until
+  /// another is installed.
+  static Ref<String> platformLocalizedStringForKey(const Bundle& bundle, const String& key, const Ref<String>& value,
+                                                   const Ref<String>& table);
+
+  /// One localisation's tables as the platform's lookup searches them; either
+  /// may be nil.
+  struct LocalizedTable {
+    std::string localization;  // the language whose plural rules apply
+    Ref<Dictionary> plurals;
+    Ref<Dictionary> strings;
+  };
+  /// The tables the platform's lookup of `table` (nil or empty:
+  /// "Localizable") searches, in order, for the user's languages (this
+  /// thread's snapshot's while one lives). For callers that search several
+  /// bundles at once.
+  std::shared_ptr<const std::vector<LocalizedTable>> localizedTables(const Ref<String>& table) const;
+  /// The user's language variables as one text, read now (ignoring any
+  /// snapshot): equal texts mean equal lookups.
+  static std::string currentLanguageSignature();
+
   using LocalizedStringLookup = Ref<String> (*)(const Bundle& bundle, const String& key, const Ref<String>& value,
                                                 const Ref<String>& table);
   /// Installs another lookup for `localizedStringForKey` of every bundle and
@@ -138,6 +159,9 @@ class Bundle : public Object {
     LanguageSnapshot(const LanguageSnapshot&) = delete;
     LanguageSnapshot& operator=(const LanguageSnapshot&) = delete;
 
+    /// The signature the lookups of this thread use meanwhile.
+    const std::string& signature() const { return signature_; }
+
    private:
     std::string signature_;
     const std::string* previous_;
@@ -152,8 +176,6 @@ class Bundle : public Object {
 
  private:
   friend class detail::StringTables;
-  static Ref<String> ownLocalizedStringForKey(const Bundle& bundle, const String& key, const Ref<String>& value,
-                                              const Ref<String>& table);
   std::string path_;
   Ref<Dictionary> info_;
   std::shared_ptr<detail::StringTables> tables_;

@@ -15,8 +15,6 @@ namespace tq {
 
 namespace detail {
 
-namespace {
-
 std::string computeSignature() {
   const auto environment = Environment::current();
   std::string signature;
@@ -26,6 +24,8 @@ std::string computeSignature() {
   }
   return signature;
 }
+
+namespace {
 
 // The language a table's plural rules follow: its folder's, except for the
 // folders that stand for no language.
@@ -116,12 +116,18 @@ std::atomic<Bundle::LocalizedStringLookup>& installedLookup() {
 
 }  // namespace
 
-Ref<String> Bundle::ownLocalizedStringForKey(const Bundle& bundle, const String& key, const Ref<String>& value,
-                                             const Ref<String>& table) {
+std::shared_ptr<const std::vector<Bundle::LocalizedTable>> Bundle::localizedTables(const Ref<String>& table) const {
   const std::string tableName = table && table->length() > 0 ? table->utf8() : std::string();
   std::string storage;
-  const auto chain = bundle.tables_->chain(bundle, detail::languageSignature(storage),
-                                           tableName.empty() ? std::string_view("Localizable") : tableName);
+  return tables_->chain(*this, detail::languageSignature(storage),
+                        tableName.empty() ? std::string_view("Localizable") : tableName);
+}
+
+std::string Bundle::currentLanguageSignature() { return detail::computeSignature(); }
+
+Ref<String> Bundle::platformLocalizedStringForKey(const Bundle& bundle, const String& key, const Ref<String>& value,
+                                                  const Ref<String>& table) {
+  const auto chain = bundle.localizedTables(table);
   for (const detail::LocalizedTable& tables : *chain) {
     if (tables.plurals) {
       if (auto entry = cast<Dictionary>(tables.plurals->objectForKey(&key))) {
@@ -139,12 +145,12 @@ Ref<String> Bundle::ownLocalizedStringForKey(const Bundle& bundle, const String&
 
 Ref<String> Bundle::localizedStringForKey(const String& key, const Ref<String>& value, const Ref<String>& table) const {
   LocalizedStringLookup lookup = installedLookup().load(std::memory_order_acquire);
-  return (lookup ? lookup : &ownLocalizedStringForKey)(*this, key, value, table);
+  return (lookup ? lookup : &platformLocalizedStringForKey)(*this, key, value, table);
 }
 
 Bundle::LocalizedStringLookup Bundle::exchangeLocalizedStringLookup(LocalizedStringLookup replacement) {
   LocalizedStringLookup previous = installedLookup().exchange(replacement, std::memory_order_acq_rel);
-  return previous ? previous : &ownLocalizedStringForKey;
+  return previous ? previous : &platformLocalizedStringForKey;
 }
 
 Bundle::LanguageSnapshot::LanguageSnapshot() : previous_(detail::snapshotSignaturePointer()) {

@@ -9,21 +9,12 @@
 #include <unordered_map>
 #include <vector>
 
+#include "tq/platform/bundle/Bundle.h"
 #include "tq/platform/collection/Dictionary.h"
-
-namespace tq {
-class Bundle;
-}
 
 namespace tq::detail {
 
-/// The tables of one localisation folder (or of Resources itself); either
-/// may be nil.
-struct LocalizedTable {
-  std::string localization;  // the language whose plural rules apply
-  Ref<Dictionary> plurals;
-  Ref<Dictionary> strings;
-};
+using LocalizedTable = Bundle::LocalizedTable;
 using TableChain = std::vector<LocalizedTable>;
 
 class StringTables {
@@ -51,6 +42,8 @@ class StringTables {
 /// `storage`), which changes exactly when the
 /// order of localisations may change (the snapshot's while one is alive).
 const std::string& languageSignature(std::string& storage);
+/// The language variables as read now.
+std::string computeSignature();
 /// The signature of this thread's live `Bundle::LanguageSnapshot`, if any.
 const std::string*& snapshotSignaturePointer();
 
