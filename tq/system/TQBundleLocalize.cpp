@@ -52,15 +52,14 @@ class MergedTables : public Object {
  public:
   std::string className() const override { return "MergedTables"; }
 
-  Ref<Dictionary> tableFor(const Bundle& bundle, const Array& resourceBundles, const std::string& signature,
-                           const Ref<String>& table) {
+  Ref<Dictionary> tableFor(const Bundle& bundle, const std::string& signature, const Ref<String>& table) {
     const std::string name = table ? table->utf8() : std::string();
     std::lock_guard lock(mutex_);
     if (last_ && lastSignature_ == signature && lastTable_ == name) return last_;
     const std::string key = signature + "\n" + name;
     Ref<Dictionary>& slot = tables_[key];
     if (!slot) {
-      Ref<Dictionary> merged = merge(bundle, resourceBundles, table);
+      Ref<Dictionary> merged = merge(bundle, *lookupResourceBundles(bundle), table);
       // Built while the languages changed: right for this lookup only.
       if (Bundle::currentLanguageSignature() != signature) {
         tables_.erase(key);
@@ -111,10 +110,17 @@ class MergedTables : public Object {
 };
 
 MergedTables& mergedTables(const Bundle& bundle) {
+  // Bundles live as long as the process, and so do their merged tables: the
+  // last pair a thread used can be kept by address.
+  thread_local const Bundle* lastBundle = nullptr;
+  thread_local MergedTables* lastTables = nullptr;
+  if (lastBundle == &bundle) return *lastTables;
   constexpr std::string_view key = "org.tqbasekit.mergedLocalizedTables";
   Id found = bundle.associatedObjects().objectForKey(key);
   if (!found) found = bundle.associatedObjects().objectForKeyOrStore(key, make<MergedTables>());
-  return static_cast<MergedTables&>(*found);
+  lastBundle = &bundle;
+  lastTables = static_cast<MergedTables*>(found.get());
+  return *lastTables;
 }
 
 Ref<String> libraryLookup(const Bundle& bundle, const String& key, const Ref<String>& value, const Ref<String>& table) {
@@ -122,13 +128,14 @@ Ref<String> libraryLookup(const Bundle& bundle, const String& key, const Ref<Str
   const Ref<String>& notFound = notFoundMarker();
   // The user's languages are read once for all the bundles searched.
   Bundle::LanguageSnapshot languages;
-  const Ref<Array> resourceBundles = lookupResourceBundles(bundle);
   if (platform == &Bundle::platformLocalizedStringForKey) {
     const Ref<String> tableName = table && table->length() > 0 ? table : nullptr;
-    auto merged = mergedTables(bundle).tableFor(bundle, *resourceBundles, languages.signature(), tableName);
-    if (auto text = cast<String>(merged->objectForKey(&key))) return text;
+    auto merged = mergedTables(bundle).tableFor(bundle, languages.signature(), tableName);
+    // Every value of the merged table is a string.
+    if (Id text = merged->objectForKey(&key)) return std::static_pointer_cast<String>(text);
     return platform(bundle, key, value, table);
   }
+  const Ref<Array> resourceBundles = lookupResourceBundles(bundle);
   for (const Id& item : *resourceBundles) {
     Ref<String> text = platform(*cast<Bundle>(item), key, notFound, table);
     if (isFound(text)) return text;
