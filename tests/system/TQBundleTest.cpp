@@ -163,6 +163,12 @@ TEST(TQBundleModuleTest, PackageTargetNamesAreSearchedInOrder) {
     EXPECT_EQ(F::registeredResourceBundles()->objectForKey(std::string_view(name)), found) << name;
   }
   (void)loaded;
+  // Kept: the package search looks for the suffix without the "R" only.
+  writeBundle(folder, "Other.bundle/Contents/Resources/SearchPkg_Bundler.bundle");
+  ModuleDeclarations::declareClassInImage("SearchPkg_Bundler" + std::string(ModuleBundlerFinderSuffix),
+                                          folder.string() + "/Other.bundle/Contents/Linux/Other");
+  EXPECT_EQ(raisedBy([] { F::bundleForPackage_TargetName(*str("SearchPkg_Bundler")); }).name(),
+            ResourceBundleAccessorException);
   auto raised = raisedBy([] { F::bundleForPackage_TargetName(*str("SearchPkg_Nowhere")); });
   EXPECT_EQ(raised.name(), ResourceBundleAccessorException);
   EXPECT_EQ(raised.reason(), "unable to find bundle for package_target SearchPkg_Nowhere");
