@@ -30,7 +30,7 @@ struct Conversion {
   int stars = 0;
   bool literalPercent = false;
   std::u16string variable;
-  std::u16string spec;  // the conversion without its argument number
+  std::u16string written;  // the conversion without its argument number
 };
 
 Conversion parseConversion(std::u16string_view format, std::size_t at) {
@@ -55,23 +55,23 @@ Conversion parseConversion(std::u16string_view format, std::size_t at) {
       return c;
     }
   }
-  c.spec = u"%";
+  c.written = u"%";
   const std::u16string_view flags = u"-+ #0'", lengths = u"hlqLzjt";
-  while (i < format.size() && flags.find(format[i]) != std::u16string_view::npos) c.spec += format[i++];
+  while (i < format.size() && flags.find(format[i]) != std::u16string_view::npos) c.written += format[i++];
   auto number = [&] {
     if (i < format.size() && format[i] == u'*') {
       ++c.stars;
-      c.spec += format[i++];
+      c.written += format[i++];
     }
-    while (i < format.size() && isDigit(format[i])) c.spec += format[i++];
+    while (i < format.size() && isDigit(format[i])) c.written += format[i++];
   };
   number();
   if (i < format.size() && format[i] == u'.') {
-    c.spec += format[i++];
+    c.written += format[i++];
     number();
   }
-  while (i < format.size() && lengths.find(format[i]) != std::u16string_view::npos) c.spec += format[i++];
-  if (i < format.size()) c.spec += format[i++];
+  while (i < format.size() && lengths.find(format[i]) != std::u16string_view::npos) c.written += format[i++];
+  if (i < format.size()) c.written += format[i++];
   c.end = i;
   return c;
 }
@@ -178,7 +178,7 @@ std::u16string resolve(const PluralFormatString& format, std::span<const FormatA
       result += formatArguments(variant(*format.entry(), c.variable, format.localization(), value),
                                 std::span<const FormatArgument>(&argument, 1));
     } else {
-      result += formatArguments(c.spec, own);
+      result += formatArguments(c.written, own);
     }
   }
   return result;
