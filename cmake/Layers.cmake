@@ -7,7 +7,9 @@
 # collections that hold values; archives of collections; the queues and run
 # loops that deliver work; bundles (folders of resources described by a
 # property list); and the user defaults, which read a bundle's identity.
-set(TQ_PLATFORM_ROOMS object system value collection archive dispatch bundle defaults)
+# Above them the scripting room: descriptors, scripts run as executables and
+# users' Unix tasks, which need JSON, queues and bundles.
+set(TQ_PLATFORM_ROOMS object system value collection archive dispatch bundle defaults script)
 # The subsystems, built on the whole platform. Colour sits below settings:
 # the defaults store reads and writes colours in their text forms.
 set(TQ_SUBSYSTEMS collections logging colour settings encodings dates keys concurrency system)

@@ -14,6 +14,7 @@
 #include "tq/platform/dispatch/All.h"
 #include "tq/platform/bundle/All.h"
 #include "tq/platform/defaults/All.h"
+#include "tq/platform/script/All.h"
 
 #include "tq/collections/All.h"
 #include "tq/logging/All.h"

@@ -7,3 +7,6 @@
 
 #include "tq/platform/bundle/Bundle.h"
 #include "tq/platform/bundle/TextPropertyList.h"
+#include "tq/platform/bundle/PluralTable.h"
+#include "tq/platform/bundle/StringTable.h"
+#include "tq/platform/bundle/ModuleDeclarations.h"

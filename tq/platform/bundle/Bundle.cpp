@@ -9,6 +9,7 @@
 
 #include "tq/platform/archive/PropertyList.h"
 #include "tq/platform/bundle/internal/ProcessExecutable.h"
+#include "tq/platform/bundle/internal/StringTables.h"
 #include "tq/platform/object/PlatformLog.h"
 #include "tq/platform/system/FileSystem.h"
 
@@ -58,6 +59,7 @@ Ref<Dictionary> readInfoDictionary(const FileSystem& fileSystem, const std::stri
 struct Registry {
   std::mutex mutex;
   std::map<std::string, Ref<Bundle>> bundles;  // by registry key
+  std::vector<Ref<Bundle>> opened;             // the same, in the order they were made
   Ref<Bundle> hostMain;
   Ref<Bundle> defaultMain;
 };
@@ -72,13 +74,17 @@ Registry& registry() {
 // registry's lock.
 Ref<Bundle> registeredBundle(Registry& registry, const FileSystem& fileSystem, const std::string& path) {
   Ref<Bundle>& slot = registry.bundles[registryKey(fileSystem, path)];
-  if (!slot) slot = make<Bundle>(path, readInfoDictionary(fileSystem, path));
+  if (!slot) {
+    slot = make<Bundle>(path, readInfoDictionary(fileSystem, path));
+    registry.opened.push_back(slot);
+  }
   return slot;
 }
 
 }  // namespace
 
-Bundle::Bundle(std::string path, Ref<Dictionary> info) : path_(std::move(path)), info_(std::move(info)) {}
+Bundle::Bundle(std::string path, Ref<Dictionary> info)
+    : path_(std::move(path)), info_(std::move(info)), tables_(std::make_shared<detail::StringTables>()) {}
 
 Ref<Bundle> Bundle::bundleWithPath(const String& path) { return bundleWithPath(path.utf8()); }
 
@@ -106,6 +112,27 @@ Ref<Bundle> Bundle::mainBundle() {
   return shared.defaultMain;
 }
 
+Ref<Array> Bundle::allBundles() {
+  const Ref<Bundle> main = mainBundle();
+  std::vector<Id> bundles{main};
+  Registry& shared = registry();
+  std::lock_guard lock(shared.mutex);
+  for (const Ref<Bundle>& bundle : shared.opened) {
+    if (bundle != main) bundles.push_back(bundle);
+  }
+  return Array::arrayWithObjects(std::move(bundles));
+}
+
+Ref<Bundle> Bundle::bundleWithIdentifier(const String& identifier) {
+  const Ref<Array> bundles = allBundles();
+  for (const Id& item : *bundles) {
+    auto bundle = cast<Bundle>(item);
+    auto own = bundle->bundleIdentifier();
+    if (own && own->isEqual(identifier)) return bundle;
+  }
+  return nullptr;
+}
+
 void Bundle::setMainBundle(Ref<Bundle> bundle) {
   Registry& shared = registry();
   std::lock_guard lock(shared.mutex);
@@ -129,5 +156,17 @@ Ref<String> Bundle::developmentLocalization() const {
 }
 
 Ref<String> Bundle::resourcePath() const { return String::fromUTF8(path_ + "/Contents/Resources"); }
+
+Ref<String> Bundle::privateFrameworksPath() const { return String::fromUTF8(path_ + "/Contents/Frameworks"); }
+
+Ref<String> Bundle::executablePath() const {
+  // A process started from inside the bundle is its executable, whatever
+  // the information dictionary says (a bare tool's bundle has none).
+  const std::string running = detail::processExecutablePath();
+  if (!running.empty() && running.starts_with(path_ + "/")) return String::fromUTF8(running);
+  auto name = cast<String>(info_->objectForKey("CFBundleExecutable"));
+  if (!name || name->length() == 0) return nullptr;
+  return String::fromUTF8(path_ + "/Contents/Linux/" + name->utf8());
+}
 
 }  // namespace tq

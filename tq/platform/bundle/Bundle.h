@@ -11,14 +11,20 @@
 // Environment seam from LANGUAGE, LC_ALL, LC_MESSAGES and LANG (see
 // `preferredLanguages`).
 
+#include <memory>
 #include <string>
 
 #include "tq/platform/collection/Array.h"
 #include "tq/platform/collection/Dictionary.h"
+#include "tq/platform/object/AssociatedObjects.h"
 #include "tq/platform/object/Object.h"
 #include "tq/platform/value/String.h"
 
 namespace tq {
+
+namespace detail {
+class StringTables;
+}
 
 class Bundle : public Object {
  public:
@@ -90,12 +96,90 @@ class Bundle : public Object {
   /// `preferredLocalizationsFromArray`).
   Ref<Array> preferredLocalizations() const;
 
+  /// The loaded bundles: the main bundle, then every bundle opened in this
+  /// process (by the host or the library), in the order they were opened.
+  static Ref<Array> allBundles();
+  /// The first loaded bundle with that identifier; nil if none.
+  static Ref<Bundle> bundleWithIdentifier(const String& identifier);
+
+  /// The bundle's executable: "Contents/Linux/" followed by the information
+  /// dictionary's "CFBundleExecutable" (nil without one); for the main bundle
+  /// of a process started from inside it, the process's own executable.
+  Ref<String> executablePath() const;
+  /// <bundle>/Contents/Frameworks (whether or not it exists).
+  Ref<String> privateFrameworksPath() const;
+
+  // ---- Localized strings ----------------------------------------------------
+  //
+  // Tables live in the localisation folders: <lang>.lproj/<table>.strings and
+  // <lang>.lproj/<table>.stringsdict (the plural table wins for a key both
+  // hold), searched in the order of `preferredLocalizations`, then the
+  // Resources folder itself. Each file is read once and kept.
+
+  /// The text of a key in a table (nil or empty: "Localizable"). A key found
+  /// in a plural table answers a `PluralFormatString`. Not found: the value
+  /// when it is not empty, else the key. Every call goes through the lookup
+  /// installed by `exchangeLocalizedStringLookup`, the platform's own at first.
+  Ref<String> localizedStringForKey(const String& key, const Ref<String>& value, const Ref<String>& table) const;
+
+  /// The platform's own lookup: what `localizedStringForKey` runs until
+  /// another is installed.
+  static Ref<String> platformLocalizedStringForKey(const Bundle& bundle, const String& key, const Ref<String>& value,
+                                                   const Ref<String>& table);
+
+  /// One localisation's tables as the platform's lookup searches them; either
+  /// may be nil.
+  struct LocalizedTable {
+    std::string localization;  // the language whose plural rules apply
+    Ref<Dictionary> plurals;
+    Ref<Dictionary> strings;
+  };
+  /// The tables the platform's lookup of `table` (nil or empty:
+  /// "Localizable") searches, in order, for the user's languages (this
+  /// thread's snapshot's while one lives). For callers that search several
+  /// bundles at once.
+  std::shared_ptr<const std::vector<LocalizedTable>> localizedTables(const Ref<String>& table) const;
+  /// The user's language variables as one text, read now (ignoring any
+  /// snapshot): equal texts mean equal lookups.
+  static std::string currentLanguageSignature();
+
+  using LocalizedStringLookup = Ref<String> (*)(const Bundle& bundle, const String& key, const Ref<String>& value,
+                                                const Ref<String>& table);
+  /// Installs another lookup for `localizedStringForKey` of every bundle and
+  /// answers the one it replaces, so that the replacement can reach it.
+  static LocalizedStringLookup exchangeLocalizedStringLookup(LocalizedStringLookup replacement);
+
+  /// While one lives, the lookups this thread makes read the user's languages
+  /// as they stood when it was made, instead of reading the environment at
+  /// every call: a lookup that searches several bundles reads them once.
+  class LanguageSnapshot {
+   public:
+    LanguageSnapshot();
+    ~LanguageSnapshot();
+    LanguageSnapshot(const LanguageSnapshot&) = delete;
+    LanguageSnapshot& operator=(const LanguageSnapshot&) = delete;
+
+    /// The signature the lookups of this thread use meanwhile.
+    const std::string& signature() const { return signature_; }
+
+   private:
+    std::string signature_;
+    const std::string* previous_;
+  };
+
+  /// Values that other layers keep with the bundle (cached build information,
+  /// a found resource bundle); released with it.
+  AssociatedObjects& associatedObjects() const { return associated_; }
+
   /// Made by `bundleWithPath` and `mainBundle`; use those.
   Bundle(std::string path, Ref<Dictionary> info);
 
  private:
+  friend class detail::StringTables;
   std::string path_;
   Ref<Dictionary> info_;
+  std::shared_ptr<detail::StringTables> tables_;
+  mutable AssociatedObjects associated_;
 };
 
 }  // namespace tq

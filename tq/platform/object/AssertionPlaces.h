@@ -49,6 +49,11 @@ inline constexpr AssertionPlace IndexMapTableRepresentation{"TQIndexMapTable", 1
 /// A version string with more than three dot-separated parts.
 inline constexpr AssertionPlace VersionStringMalformed{"TQVersionDetails", 33};
 
+/// The UUID helpers: data that is not 16 bytes long.
+inline constexpr AssertionPlace UUIDDataLength{"NSUUID+TQFoundation", 20};
+/// The UUID helpers: a compact text that is not 22 characters long.
+inline constexpr AssertionPlace UUIDBase64Length{"NSUUID+TQFoundation", 34};
+
 }  // namespace AssertionPlaces
 
 }  // namespace tq

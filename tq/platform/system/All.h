@@ -23,3 +23,4 @@
 #include "tq/platform/system/TimeZoneSetting.h"
 #include "tq/platform/system/UserFolders.h"
 #include "tq/platform/system/VectorSupport.h"
+#include "tq/platform/system/ChildProcess.h"
