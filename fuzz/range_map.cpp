@@ -24,7 +24,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (data[i] & 2) D.insert(index), destination.addIndex(index);
   }
   std::vector<std::string> maps;
-  for (const tq::Id& map : *tq::TQRangeMap::rangeMapsFromIndexes(source, destination)) {
+  auto found = tq::TQRangeMap::rangeMapsFromIndexes(source, destination);
+  for (const tq::Id& map : *found) {
     maps.push_back(map->description()->utf8());
   }
   check(maps == tq::model::rangeMaps(S, D));
