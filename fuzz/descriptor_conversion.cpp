@@ -13,8 +13,8 @@
 
 namespace {
 
-using tq::AppleEventDescriptor;
-using Descriptor = tq::Ref<AppleEventDescriptor>;
+using tq::EventDescriptor;
+using Descriptor = tq::Ref<EventDescriptor>;
 
 class Builder {
  public:
@@ -23,20 +23,20 @@ class Builder {
   Descriptor build(int depth) {
     const std::uint8_t op = next();
     switch (op % 14) {
-      case 0: return AppleEventDescriptor::descriptorWithString(*tq::str(std::string(1 + next() % 3, char('a' + next() % 26))));
-      case 1: return AppleEventDescriptor::descriptorWithInt32(std::int32_t(next()) - 100);
-      case 2: return AppleEventDescriptor::descriptorWithDouble(next() / 7.0);
-      case 3: return AppleEventDescriptor::descriptorWithBoolean(next() & 1);
-      case 4: return AppleEventDescriptor::descriptorWithDate(*tq::Date::dateWithTimeIntervalSince1970(next() * 1e7));
-      case 5: return AppleEventDescriptor::descriptorWithTypeCode(next() & 1 ? tq::AE::cMissingValue : tq::fourCharCode("zzzz"));
-      case 6: return AppleEventDescriptor::descriptorWithEnumCode(tq::fourCharCode("yes "));
-      case 7: return AppleEventDescriptor::descriptorWithDescriptorType(next() & 1 ? tq::AE::typeTrue : tq::AE::typeFalse, nullptr, 0);
-      case 8: return AppleEventDescriptor::descriptorWithDescriptorType(tq::AE::typeObjectSpecifier, "x", 1);
-      case 9: return AppleEventDescriptor::descriptorWithDescriptorType(tq::AE::keyASUserRecordFields, nullptr, 0);
-      case 10: return AppleEventDescriptor::descriptorWithDescriptorType(tq::FourCharCode(next()) << 24, "abcd", next() % 5);
+      case 0: return EventDescriptor::descriptorWithString(*tq::str(std::string(1 + next() % 3, char('a' + next() % 26))));
+      case 1: return EventDescriptor::descriptorWithInt32(std::int32_t(next()) - 100);
+      case 2: return EventDescriptor::descriptorWithDouble(next() / 7.0);
+      case 3: return EventDescriptor::descriptorWithBoolean(next() & 1);
+      case 4: return EventDescriptor::descriptorWithDate(*tq::Date::dateWithTimeIntervalSince1970(next() * 1e7));
+      case 5: return EventDescriptor::descriptorWithTypeCode(next() & 1 ? tq::AE::cMissingValue : tq::fourCharCode("zzzz"));
+      case 6: return EventDescriptor::descriptorWithEnumCode(tq::fourCharCode("yes "));
+      case 7: return EventDescriptor::descriptorWithDescriptorType(next() & 1 ? tq::AE::typeTrue : tq::AE::typeFalse, nullptr, 0);
+      case 8: return EventDescriptor::descriptorWithDescriptorType(tq::AE::typeObjectSpecifier, "x", 1);
+      case 9: return EventDescriptor::descriptorWithDescriptorType(tq::AE::keyASUserRecordFields, nullptr, 0);
+      case 10: return EventDescriptor::descriptorWithDescriptorType(tq::FourCharCode(next()) << 24, "abcd", next() % 5);
       case 11:
-      case 12: return depth < 6 ? list(depth) : AppleEventDescriptor::nullDescriptor();
-      default: return depth < 6 ? record(depth) : AppleEventDescriptor::nullDescriptor();
+      case 12: return depth < 6 ? list(depth) : EventDescriptor::nullDescriptor();
+      default: return depth < 6 ? record(depth) : EventDescriptor::nullDescriptor();
     }
   }
 
@@ -44,7 +44,7 @@ class Builder {
   std::uint8_t next() { return at_ < size_ ? data_[at_++] : 0; }
 
   Descriptor list(int depth) {
-    auto result = AppleEventDescriptor::listDescriptor();
+    auto result = EventDescriptor::listDescriptor();
     for (int n = next() % 6; n > 0; --n) result->insertDescriptor(build(depth + 1), 0);
     return result;
   }
@@ -53,7 +53,7 @@ class Builder {
     static const tq::FourCharCode keywords[] = {tq::AE::keyAEResult, tq::AE::keyURL, tq::AE::pName,
                                                 tq::AE::typeLongDateTime, tq::AE::keyASUserRecordFields,
                                                 tq::fourCharCode("othr")};
-    auto result = AppleEventDescriptor::recordDescriptor();
+    auto result = EventDescriptor::recordDescriptor();
     for (int n = next() % 5; n > 0; --n) result->setDescriptor(build(depth + 1), keywords[next() % 6]);
     return result;
   }

@@ -19,7 +19,7 @@ namespace {
 
 using namespace testing;
 namespace F = TQFoundation;
-using D = AppleEventDescriptor;
+using D = EventDescriptor;
 
 Ref<D> text(const char* value) { return D::descriptorWithString(*str(value)); }
 
@@ -45,8 +45,8 @@ TEST(TQScriptValueTest, EachKnownTypeConvertsAndOthersAreLogged) {
   EXPECT_TRUE(log.taken().empty());
   EXPECT_FALSE(F::value(*D::descriptorWithDescriptorType(fourCharCode("abcd"), nullptr, 0)));
   EXPECT_FALSE(F::value(*D::descriptorWithTypeCode(fourCharCode("utxt"))));
-  EXPECT_EQ(log.taken(), (std::vector<std::string>{"unrecognized <AppleEventDescriptor: 'abcd'> type: 'abcd'",
-                                                   "unrecognized <AppleEventDescriptor: 'type'('utxt')> type: 'type'"}));
+  EXPECT_EQ(log.taken(), (std::vector<std::string>{"unrecognized <EventDescriptor: 'abcd'> type: 'abcd'",
+                                                   "unrecognized <EventDescriptor: 'type'('utxt')> type: 'type'"}));
 }
 
 TEST(TQScriptValueTest, ArraysKeepTextRecordsAndListsAndSkipTheRest) {
@@ -143,7 +143,7 @@ TEST(TQScriptRunTest, ScriptsAreFoundInBundlesRunAndReported) {
             "Ada");
   EXPECT_FALSE(F::executeFunction(*greeter, *str("other"), nullptr, &errorInfo));
   ASSERT_TRUE(errorInfo);
-  EXPECT_EQ(describeUTF8(errorInfo->objectForKey(std::string_view(AppleScriptErrorMessage))), "no handler other");
+  EXPECT_EQ(describeUTF8(errorInfo->objectForKey(std::string_view(ScriptErrorMessage))), "no handler other");
   lines = log.taken();
   ASSERT_EQ(lines.size(), 1u);
   EXPECT_TRUE(lines[0].starts_with("errorInfo ")) << lines[0];

@@ -15,7 +15,7 @@ void merge(MutableDictionary& into, const Ref<Dictionary>& pairs) {
 
 }  // namespace
 
-Id value(const AppleEventDescriptor& descriptor) {
+Id value(const EventDescriptor& descriptor) {
   const FourCharCode type = descriptor.descriptorType();
   switch (type) {
     case AE::typeAEList: return arrayRepresentation(descriptor);
@@ -38,7 +38,7 @@ Id value(const AppleEventDescriptor& descriptor) {
   return nullptr;
 }
 
-Ref<Array> arrayRepresentation(const AppleEventDescriptor& descriptor) {
+Ref<Array> arrayRepresentation(const EventDescriptor& descriptor) {
   if (descriptor.descriptorType() != AE::typeAEList) return nullptr;
   std::vector<Id> items;
   // The count is read again after each item, as the walk always has.
@@ -56,7 +56,7 @@ Ref<Array> arrayRepresentation(const AppleEventDescriptor& descriptor) {
   return Array::arrayWithObjects(std::move(items));
 }
 
-Ref<Dictionary> keyValuePairs(const AppleEventDescriptor& descriptor) {
+Ref<Dictionary> keyValuePairs(const EventDescriptor& descriptor) {
   if (descriptor.descriptorType() != AE::typeAEList || descriptor.numberOfItems() % 2 != 0) return nullptr;
   auto result = MutableDictionary::dictionary();
   for (std::int64_t i = 1; i + 1 <= descriptor.numberOfItems(); i += 2) {
@@ -72,7 +72,7 @@ Ref<Dictionary> keyValuePairs(const AppleEventDescriptor& descriptor) {
   return cast<Dictionary>(result->copy());
 }
 
-Ref<Dictionary> dictionaryRepresentation(const AppleEventDescriptor& descriptor) {
+Ref<Dictionary> dictionaryRepresentation(const EventDescriptor& descriptor) {
   if (descriptor.descriptorType() != AE::typeAERecord) return nullptr;
   auto url = descriptor.descriptorForKeyword(AE::keyURL);
   auto name = descriptor.descriptorForKeyword(AE::pName);
@@ -80,7 +80,7 @@ Ref<Dictionary> dictionaryRepresentation(const AppleEventDescriptor& descriptor)
   auto date = descriptor.descriptorForKeyword(AE::typeLongDateTime);
   auto result = descriptor.descriptorForKeyword(AE::keyAEResult);
   auto dictionary = MutableDictionary::dictionary();
-  auto store = [&](const char* key, const Ref<AppleEventDescriptor>& item) {
+  auto store = [&](const char* key, const Ref<EventDescriptor>& item) {
     if (!item) return;
     if (Id converted = value(*item)) dictionary->setObject(converted, str(key));
   };

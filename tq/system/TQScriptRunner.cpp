@@ -9,9 +9,9 @@
 
 namespace tq::TQFoundation {
 
-Ref<AppleScript> scriptNamed(const String& name) { return scriptNamed(name, *Bundle::mainBundle()); }
+Ref<CompiledScript> scriptNamed(const String& name) { return scriptNamed(name, *Bundle::mainBundle()); }
 
-Ref<AppleScript> scriptNamed(const String& name, const String& bundleIdentifier) {
+Ref<CompiledScript> scriptNamed(const String& name, const String& bundleIdentifier) {
   auto bundle = Bundle::bundleWithIdentifier(bundleIdentifier);
   if (!bundle) {
     TQ_SYSTEM_LOG(formatUTF8("NSAppleScript: Unable find file for script '%@'", name));
@@ -20,7 +20,7 @@ Ref<AppleScript> scriptNamed(const String& name, const String& bundleIdentifier)
   return scriptNamed(name, *bundle);
 }
 
-Ref<AppleScript> scriptNamed(const String& name, const Bundle& bundle) {
+Ref<CompiledScript> scriptNamed(const String& name, const Bundle& bundle) {
   auto path = bundle.pathForResource(name, str("scpt"));
   if (!path) {
     // The message has always lacked its "to"; hosts search their logs for it.
@@ -34,36 +34,36 @@ Ref<AppleScript> scriptNamed(const String& name, const Bundle& bundle) {
     return nullptr;
   }
   Ref<Dictionary> errorInfo;
-  auto script = AppleScript::initWithContentsOfURL(*path, &errorInfo);
+  auto script = CompiledScript::initWithContentsOfURL(*path, &errorInfo);
   if (errorInfo) TQ_SYSTEM_LOG(formatUTF8("Failed to load script '%@', error: %@", name, errorInfo));
   return script;
 }
 
-Ref<AppleEventDescriptor> eventForFunction(const String& functionName, const Ref<Dictionary>& parameters) {
-  auto target = AppleEventDescriptor::descriptorWithProcessIdentifier(std::int32_t(::getpid()));
-  auto event = AppleEventDescriptor::appleEventWithEventClass(AE::kASAppleScriptSuite, AE::kASPrepositionalSubroutine,
+Ref<EventDescriptor> eventForFunction(const String& functionName, const Ref<Dictionary>& parameters) {
+  auto target = EventDescriptor::descriptorWithProcessIdentifier(std::int32_t(::getpid()));
+  auto event = EventDescriptor::eventWithEventClass(AE::kASScriptSuite, AE::kASPrepositionalSubroutine,
                                                               target, AE::kAutoGenerateReturnID, AE::kAnyTransactionID);
   if (parameters && parameters->count() > 0) {
-    auto pairs = AppleEventDescriptor::listDescriptor();
+    auto pairs = EventDescriptor::listDescriptor();
     for (const auto& [key, object] : parameters->entries()) {
-      pairs->insertDescriptor(AppleEventDescriptor::descriptorWithString(*describe(key)), 0);
-      pairs->insertDescriptor(AppleEventDescriptor::descriptorWithString(*describe(object)), 0);
+      pairs->insertDescriptor(EventDescriptor::descriptorWithString(*describe(key)), 0);
+      pairs->insertDescriptor(EventDescriptor::descriptorWithString(*describe(object)), 0);
     }
-    auto record = AppleEventDescriptor::recordDescriptor();
+    auto record = EventDescriptor::recordDescriptor();
     record->setDescriptor(pairs, AE::keyASUserRecordFields);
-    auto directObject = AppleEventDescriptor::listDescriptor();
+    auto directObject = EventDescriptor::listDescriptor();
     directObject->insertDescriptor(record, 1);
     event->setParamDescriptor(directObject, AE::keyDirectObject);
   }
   auto handler = functionName.stringByReplacingOccurrencesOfString(*str(":"), *str("_"));
-  event->setParamDescriptor(AppleEventDescriptor::descriptorWithString(*handler), AE::keyASSubroutineName);
+  event->setParamDescriptor(EventDescriptor::descriptorWithString(*handler), AE::keyASSubroutineName);
   return event;
 }
 
-Ref<AppleEventDescriptor> executeFunction(AppleScript& script, const String& functionName,
+Ref<EventDescriptor> executeFunction(CompiledScript& script, const String& functionName,
                                           const Ref<Dictionary>& parameters, Ref<Dictionary>* errorInfo) {
   Ref<Dictionary> information;
-  auto result = script.executeAppleEvent(*eventForFunction(functionName, parameters), &information);
+  auto result = script.executeEvent(*eventForFunction(functionName, parameters), &information);
   if (information) platformLog(formatUTF8("errorInfo %@", information));
   if (errorInfo) *errorInfo = information;
   return result;

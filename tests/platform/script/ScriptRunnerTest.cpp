@@ -7,7 +7,7 @@
 #include <future>
 
 #include "tests/support/TemporaryFolder.h"
-#include "tq/platform/script/AppleScript.h"
+#include "tq/platform/script/CompiledScript.h"
 #include "tq/platform/script/ScriptJSON.h"
 #include "tq/platform/script/UserUnixTask.h"
 #include "tq/platform/value/Number.h"
@@ -23,33 +23,33 @@ std::string writeScript(const TemporaryFolder& folder, const std::string& name, 
   return path.string();
 }
 
-TEST(AppleEventDescriptorTest, ValuesReadBackFromTheirBytes) {
+TEST(EventDescriptorTest, ValuesReadBackFromTheirBytes) {
   EXPECT_EQ(fourCharCode("list"), 0x6C697374u);
   EXPECT_EQ(fileTypeString(fourCharCode("ldt ")), "'ldt '");
-  EXPECT_EQ(AppleEventDescriptor::descriptorWithString(*str("héllo"))->stringValue()->utf8(), "héllo");
-  EXPECT_EQ(AppleEventDescriptor::descriptorWithInt32(-7)->int32Value(), -7);
-  EXPECT_EQ(AppleEventDescriptor::descriptorWithDouble(2.5)->doubleValue(), 2.5);
-  EXPECT_TRUE(AppleEventDescriptor::descriptorWithBoolean(true)->booleanValue());
-  EXPECT_EQ(AppleEventDescriptor::descriptorWithEnumCode(fourCharCode("yes "))->enumCodeValue(), fourCharCode("yes "));
+  EXPECT_EQ(EventDescriptor::descriptorWithString(*str("héllo"))->stringValue()->utf8(), "héllo");
+  EXPECT_EQ(EventDescriptor::descriptorWithInt32(-7)->int32Value(), -7);
+  EXPECT_EQ(EventDescriptor::descriptorWithDouble(2.5)->doubleValue(), 2.5);
+  EXPECT_TRUE(EventDescriptor::descriptorWithBoolean(true)->booleanValue());
+  EXPECT_EQ(EventDescriptor::descriptorWithEnumCode(fourCharCode("yes "))->enumCodeValue(), fourCharCode("yes "));
   auto date = Date::dateWithTimeIntervalSince1970(1'700'000'000);
-  EXPECT_EQ(AppleEventDescriptor::descriptorWithDate(*date)->dateValue()->timeIntervalSince1970(), 1'700'000'000);
+  EXPECT_EQ(EventDescriptor::descriptorWithDate(*date)->dateValue()->timeIntervalSince1970(), 1'700'000'000);
   // Values of other types read as nothing rather than reinterpreting bytes.
-  EXPECT_FALSE(AppleEventDescriptor::descriptorWithInt32(1)->stringValue());
-  EXPECT_FALSE(AppleEventDescriptor::descriptorWithString(*str("x"))->dateValue());
+  EXPECT_FALSE(EventDescriptor::descriptorWithInt32(1)->stringValue());
+  EXPECT_FALSE(EventDescriptor::descriptorWithString(*str("x"))->dateValue());
 }
 
-TEST(AppleEventDescriptorTest, ListsAndRecordsKeepOrderAndKeywords) {
-  auto list = AppleEventDescriptor::listDescriptor();
-  list->insertDescriptor(AppleEventDescriptor::descriptorWithInt32(2), 0);
-  list->insertDescriptor(AppleEventDescriptor::descriptorWithInt32(1), 1);
-  list->insertDescriptor(AppleEventDescriptor::descriptorWithInt32(3), 99);
+TEST(EventDescriptorTest, ListsAndRecordsKeepOrderAndKeywords) {
+  auto list = EventDescriptor::listDescriptor();
+  list->insertDescriptor(EventDescriptor::descriptorWithInt32(2), 0);
+  list->insertDescriptor(EventDescriptor::descriptorWithInt32(1), 1);
+  list->insertDescriptor(EventDescriptor::descriptorWithInt32(3), 99);
   ASSERT_EQ(list->numberOfItems(), 3);
   for (int i = 1; i <= 3; ++i) EXPECT_EQ(list->descriptorAtIndex(i)->int32Value(), i);
   EXPECT_FALSE(list->descriptorAtIndex(0));
   EXPECT_FALSE(list->descriptorAtIndex(4));
-  auto record = AppleEventDescriptor::recordDescriptor();
-  record->setDescriptor(AppleEventDescriptor::descriptorWithInt32(1), AE::pName);
-  record->setDescriptor(AppleEventDescriptor::descriptorWithInt32(2), AE::pName);
+  auto record = EventDescriptor::recordDescriptor();
+  record->setDescriptor(EventDescriptor::descriptorWithInt32(1), AE::pName);
+  record->setDescriptor(EventDescriptor::descriptorWithInt32(2), AE::pName);
   EXPECT_EQ(record->numberOfItems(), 1);
   EXPECT_EQ(record->descriptorForKeyword(AE::pName)->int32Value(), 2);
   EXPECT_EQ(record->keywordForDescriptorAtIndex(1), AE::pName);
@@ -84,30 +84,30 @@ TEST(ScriptJSONTest, ResultsBecomeTypedDescriptors) {
   }
 }
 
-Ref<AppleEventDescriptor> handlerCall(const char* handler, std::vector<std::pair<const char*, const char*>> params) {
-  auto event = AppleEventDescriptor::appleEventWithEventClass(AE::kASAppleScriptSuite, AE::kASPrepositionalSubroutine,
+Ref<EventDescriptor> handlerCall(const char* handler, std::vector<std::pair<const char*, const char*>> params) {
+  auto event = EventDescriptor::eventWithEventClass(AE::kASScriptSuite, AE::kASPrepositionalSubroutine,
                                                               nullptr, -1, 0);
-  auto pairs = AppleEventDescriptor::listDescriptor();
+  auto pairs = EventDescriptor::listDescriptor();
   for (auto [key, value] : params) {
-    pairs->insertDescriptor(AppleEventDescriptor::descriptorWithString(*str(key)), 0);
-    pairs->insertDescriptor(AppleEventDescriptor::descriptorWithString(*str(value)), 0);
+    pairs->insertDescriptor(EventDescriptor::descriptorWithString(*str(key)), 0);
+    pairs->insertDescriptor(EventDescriptor::descriptorWithString(*str(value)), 0);
   }
-  auto record = AppleEventDescriptor::recordDescriptor();
+  auto record = EventDescriptor::recordDescriptor();
   record->setDescriptor(pairs, AE::keyASUserRecordFields);
-  auto direct = AppleEventDescriptor::listDescriptor();
+  auto direct = EventDescriptor::listDescriptor();
   direct->insertDescriptor(record, 0);
   event->setParamDescriptor(direct, AE::keyDirectObject);
-  event->setParamDescriptor(AppleEventDescriptor::descriptorWithString(*str(handler)), AE::keyASSubroutineName);
+  event->setParamDescriptor(EventDescriptor::descriptorWithString(*str(handler)), AE::keyASSubroutineName);
   return event;
 }
 
-TEST(AppleScriptTest, TheScriptGetsItsHandlerAndParametersAndAnswersJSON) {
+TEST(CompiledScriptTest, TheScriptGetsItsHandlerAndParametersAndAnswersJSON) {
   TemporaryFolder folder("scripts");
   auto path = writeScript(folder, "echo.scpt", "printf '{\"handler\": \"%s\", \"input\": ' \"$1\"; cat; printf '}'\n");
   Ref<Dictionary> errorInfo;
-  auto script = AppleScript::initWithContentsOfURL(*str("file://" + path), &errorInfo);
+  auto script = CompiledScript::initWithContentsOfURL(*str("file://" + path), &errorInfo);
   ASSERT_TRUE(script);
-  auto result = script->executeAppleEvent(*handlerCall("greet_person", {{"who", "Ada"}, {"tone", "\"warm\""}}), &errorInfo);
+  auto result = script->executeEvent(*handlerCall("greet_person", {{"who", "Ada"}, {"tone", "\"warm\""}}), &errorInfo);
   ASSERT_TRUE(result) << describeUTF8(errorInfo);
   auto fields = result->descriptorForKeyword(AE::keyASUserRecordFields);
   ASSERT_TRUE(fields);
@@ -117,7 +117,7 @@ TEST(AppleScriptTest, TheScriptGetsItsHandlerAndParametersAndAnswersJSON) {
   EXPECT_EQ(input->descriptorAtIndex(4)->stringValue()->utf8(), "\"warm\"");
 }
 
-TEST(AppleScriptTest, FailuresBecomeErrorInformation) {
+TEST(CompiledScriptTest, FailuresBecomeErrorInformation) {
   TemporaryFolder folder("scripts");
   struct Case {
     const char* body;
@@ -128,29 +128,29 @@ TEST(AppleScriptTest, FailuresBecomeErrorInformation) {
       {"echo 'first line' >&2; echo 'no such handler' >&2; exit 4", 0, 4, "no such handler"},
       {"exit 2", 0, 2, "The script exited with status 2."},
       {"kill -KILL $$", 0, 128 + 9, "The script was ended by signal 9."},
-      {"sleep 20", 0.2, AppleScriptErrorTimedOut, "The script timed out"},
-      {"echo 'not json'", 0, AppleScriptErrorCoercion, "is not JSON"},
+      {"sleep 20", 0.2, ScriptErrorTimedOut, "The script timed out"},
+      {"echo 'not json'", 0, ScriptErrorCoercion, "is not JSON"},
   };
   int n = 0;
   for (const Case& c : cases) {
-    auto script = AppleScript::initWithContentsOfURL(*str(writeScript(folder, "s" + std::to_string(++n), c.body)));
+    auto script = CompiledScript::initWithContentsOfURL(*str(writeScript(folder, "s" + std::to_string(++n), c.body)));
     ASSERT_TRUE(script);
     script->setTimeout(c.timeout > 0 ? c.timeout : 10);
     Ref<Dictionary> info;
-    EXPECT_FALSE(script->executeAppleEvent(*handlerCall("run", {}), &info)) << c.body;
+    EXPECT_FALSE(script->executeEvent(*handlerCall("run", {}), &info)) << c.body;
     ASSERT_TRUE(info) << c.body;
-    EXPECT_EQ(cast<Number>(info->objectForKey(std::string_view(AppleScriptErrorNumber)))->integerValue(), c.number)
+    EXPECT_EQ(cast<Number>(info->objectForKey(std::string_view(ScriptErrorNumber)))->integerValue(), c.number)
         << c.body;
-    EXPECT_NE(describeUTF8(info->objectForKey(std::string_view(AppleScriptErrorMessage))).find(c.message),
+    EXPECT_NE(describeUTF8(info->objectForKey(std::string_view(ScriptErrorMessage))).find(c.message),
               std::string::npos)
         << c.body;
   }
   folder.write("plain.scpt", "not executable");
   Ref<Dictionary> info;
-  EXPECT_FALSE(AppleScript::initWithContentsOfURL(*str(folder.string() + "/plain.scpt"), &info));
-  EXPECT_EQ(cast<Number>(info->objectForKey(std::string_view(AppleScriptErrorNumber)))->integerValue(),
-            AppleScriptErrorNotExecutable);
-  EXPECT_FALSE(AppleScript::initWithContentsOfURL(*str(folder.string() + "/missing.scpt")));
+  EXPECT_FALSE(CompiledScript::initWithContentsOfURL(*str(folder.string() + "/plain.scpt"), &info));
+  EXPECT_EQ(cast<Number>(info->objectForKey(std::string_view(ScriptErrorNumber)))->integerValue(),
+            ScriptErrorNotExecutable);
+  EXPECT_FALSE(CompiledScript::initWithContentsOfURL(*str(folder.string() + "/missing.scpt")));
 }
 
 TEST(UserUnixTaskTest, CompletionCarriesTheTaskErrorOnItsQueue) {

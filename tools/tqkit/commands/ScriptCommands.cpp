@@ -70,7 +70,7 @@ int scriptRun(Arguments& arguments) {
   tq::Ref<tq::Dictionary> errorInfo;
   auto result = F::executeFunction(*script, *tq::str(words[2]), values, &errorInfo);
   if (!result) {
-    auto message = errorInfo ? errorInfo->objectForKey(std::string_view(tq::AppleScriptErrorMessage)) : nullptr;
+    auto message = errorInfo ? errorInfo->objectForKey(std::string_view(tq::ScriptErrorMessage)) : nullptr;
     throw FailureException{"handler '" + words[2] + "' failed: " + tq::describeUTF8(message)};
   }
   // A handler that returns nothing answers the null descriptor.

@@ -5,8 +5,8 @@
 // the folder, for users and tools; the library's own code includes what it
 // uses.
 
-#include "tq/platform/script/AppleEventDescriptor.h"
-#include "tq/platform/script/AppleScript.h"
+#include "tq/platform/script/EventDescriptor.h"
+#include "tq/platform/script/CompiledScript.h"
 #include "tq/platform/script/ScriptJSON.h"
 #include "tq/platform/script/ScriptSuiteRegistry.h"
 #include "tq/platform/script/UserUnixTask.h"

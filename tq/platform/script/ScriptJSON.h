@@ -27,7 +27,7 @@
 
 #include "tq/platform/collection/Dictionary.h"
 #include "tq/platform/collection/Error.h"
-#include "tq/platform/script/AppleEventDescriptor.h"
+#include "tq/platform/script/EventDescriptor.h"
 
 namespace tq::ScriptJSON {
 
@@ -37,7 +37,7 @@ inline constexpr const char* ScriptResultErrorDomain = "TQScriptResultErrorDomai
 /// The descriptor of a script's output; nil and an error when the output is
 /// not JSON or uses a form above wrongly ("$enum" of other than four
 /// characters).
-Ref<AppleEventDescriptor> readResult(std::string_view output, Ref<Error>* error = nullptr);
+Ref<EventDescriptor> readResult(std::string_view output, Ref<Error>* error = nullptr);
 
 /// The parameters as the script reads them: a JSON object of the strings.
 std::string parametersText(const Dictionary& parameters);

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tq/platform/script/AppleEventDescriptor.h"
+#include "tq/platform/script/EventDescriptor.h"
 
 namespace tq {
 

@@ -1,4 +1,4 @@
-#include "tq/platform/script/AppleScript.h"
+#include "tq/platform/script/CompiledScript.h"
 
 #include <unistd.h>
 
@@ -15,10 +15,10 @@ namespace {
 
 Ref<Dictionary> errorInformation(std::int64_t number, const std::string& message,
                                  const std::string& standardError = std::string()) {
-  std::vector<Dictionary::Entry> entries{{str(AppleScriptErrorMessage), str(message)},
-                                         {str(AppleScriptErrorBriefMessage), str(message)},
-                                         {str(AppleScriptErrorNumber), num(number)}};
-  if (!standardError.empty()) entries.emplace_back(str(AppleScriptErrorStandardError), str(standardError));
+  std::vector<Dictionary::Entry> entries{{str(ScriptErrorMessage), str(message)},
+                                         {str(ScriptErrorBriefMessage), str(message)},
+                                         {str(ScriptErrorNumber), num(number)}};
+  if (!standardError.empty()) entries.emplace_back(str(ScriptErrorStandardError), str(standardError));
   return make<Dictionary>(entries);
 }
 
@@ -36,7 +36,7 @@ std::string lastLine(const std::string& text) {
 }
 
 // The record of string parameters an event carries, as the script reads it.
-bool parameters(const AppleEventDescriptor& event, Ref<MutableDictionary>& into, std::string& problem) {
+bool parameters(const EventDescriptor& event, Ref<MutableDictionary>& into, std::string& problem) {
   auto list = event.paramDescriptorForKeyword(AE::keyDirectObject);
   if (!list) return true;
   auto record = list->descriptorAtIndex(1);
@@ -56,11 +56,11 @@ bool parameters(const AppleEventDescriptor& event, Ref<MutableDictionary>& into,
 
 Ref<Dictionary> failure(const ChildProcessResult& run, double timeout) {
   if (run.startError) {
-    return errorInformation(AppleScriptErrorCannotStart,
+    return errorInformation(ScriptErrorCannotStart,
                             std::string("The script could not be started: ") + std::strerror(run.startError));
   }
   if (run.timedOut) {
-    return errorInformation(AppleScriptErrorTimedOut,
+    return errorInformation(ScriptErrorTimedOut,
                             "The script timed out after " + std::to_string(timeout) + " seconds.", run.error);
   }
   if (run.signal) {
@@ -74,36 +74,36 @@ Ref<Dictionary> failure(const ChildProcessResult& run, double timeout) {
 
 }  // namespace
 
-Ref<AppleScript> AppleScript::initWithContentsOfURL(const String& url, Ref<Dictionary>* errorInfo) {
+Ref<CompiledScript> CompiledScript::initWithContentsOfURL(const String& url, Ref<Dictionary>* errorInfo) {
   const std::string path = pathOfURL(url.utf8());
   const auto status = FileSystem::current()->status(path);
   if (!status.exists || status.isDirectory) {
-    if (errorInfo) *errorInfo = errorInformation(AppleScriptErrorFileNotFound, "No script file at " + path + ".");
+    if (errorInfo) *errorInfo = errorInformation(ScriptErrorFileNotFound, "No script file at " + path + ".");
     return nullptr;
   }
   // The file may live in a test's rooted world; the kernel runs the real one.
   const std::string real = FileSystem::current()->resolve(path);
   if (::access(real.c_str(), X_OK) != 0) {
-    if (errorInfo) *errorInfo = errorInformation(AppleScriptErrorNotExecutable, "The script " + path + " may not be run.");
+    if (errorInfo) *errorInfo = errorInformation(ScriptErrorNotExecutable, "The script " + path + " may not be run.");
     return nullptr;
   }
-  return make<AppleScript>(real);
+  return make<CompiledScript>(real);
 }
 
-Ref<String> AppleScript::description() const { return String::fromUTF8("<AppleScript: " + path_ + ">"); }
+Ref<String> CompiledScript::description() const { return String::fromUTF8("<CompiledScript: " + path_ + ">"); }
 
-Ref<AppleEventDescriptor> AppleScript::executeAppleEvent(const AppleEventDescriptor& event, Ref<Dictionary>* errorInfo) {
+Ref<EventDescriptor> CompiledScript::executeEvent(const EventDescriptor& event, Ref<Dictionary>* errorInfo) {
   auto handler = event.paramDescriptorForKeyword(AE::keyASSubroutineName);
   auto name = handler ? handler->stringValue() : nullptr;
-  if (event.descriptorType() != AE::typeAppleEvent || event.eventClass() != AE::kASAppleScriptSuite ||
+  if (event.descriptorType() != AE::typeEvent || event.eventClass() != AE::kASScriptSuite ||
       event.eventID() != AE::kASPrepositionalSubroutine || !name) {
-    if (errorInfo) *errorInfo = errorInformation(AppleScriptErrorNotHandled, "The event names no handler.");
+    if (errorInfo) *errorInfo = errorInformation(ScriptErrorNotHandled, "The event names no handler.");
     return nullptr;
   }
   auto values = MutableDictionary::dictionary();
   std::string problem;
   if (!parameters(event, values, problem)) {
-    if (errorInfo) *errorInfo = errorInformation(AppleScriptErrorCoercion, problem);
+    if (errorInfo) *errorInfo = errorInformation(ScriptErrorCoercion, problem);
     return nullptr;
   }
   ChildProcessRequest request;
@@ -118,7 +118,7 @@ Ref<AppleEventDescriptor> AppleScript::executeAppleEvent(const AppleEventDescrip
   }
   Ref<Error> readError;
   auto result = ScriptJSON::readResult(run.output, &readError);
-  if (!result && errorInfo) *errorInfo = errorInformation(AppleScriptErrorCoercion, readError->localizedDescription());
+  if (!result && errorInfo) *errorInfo = errorInformation(ScriptErrorCoercion, readError->localizedDescription());
   return result;
 }
 

@@ -17,27 +17,27 @@
 #include <string>
 
 #include "tq/platform/collection/Dictionary.h"
-#include "tq/platform/script/AppleEventDescriptor.h"
+#include "tq/platform/script/EventDescriptor.h"
 
 namespace tq {
 
 /// The keys of a script's error information.
-inline constexpr const char* AppleScriptErrorMessage = "AppleScriptErrorMessage";
-inline constexpr const char* AppleScriptErrorBriefMessage = "AppleScriptErrorBriefMessage";
-inline constexpr const char* AppleScriptErrorNumber = "AppleScriptErrorNumber";
+inline constexpr const char* ScriptErrorMessage = "ScriptErrorMessage";
+inline constexpr const char* ScriptErrorBriefMessage = "ScriptErrorBriefMessage";
+inline constexpr const char* ScriptErrorNumber = "ScriptErrorNumber";
 /// Everything the script wrote to standard error (only when it failed).
-inline constexpr const char* AppleScriptErrorStandardError = "AppleScriptErrorStandardError";
+inline constexpr const char* ScriptErrorStandardError = "ScriptErrorStandardError";
 
 /// The error numbers the runner gives; a script that exits with status N
 /// (1-255) gives N, one ended by signal S gives 128 + S.
-inline constexpr std::int64_t AppleScriptErrorFileNotFound = -43;
-inline constexpr std::int64_t AppleScriptErrorNotExecutable = -54;
-inline constexpr std::int64_t AppleScriptErrorCannotStart = -1;
-inline constexpr std::int64_t AppleScriptErrorCoercion = -1700;
-inline constexpr std::int64_t AppleScriptErrorNotHandled = -1708;
-inline constexpr std::int64_t AppleScriptErrorTimedOut = -1712;
+inline constexpr std::int64_t ScriptErrorFileNotFound = -43;
+inline constexpr std::int64_t ScriptErrorNotExecutable = -54;
+inline constexpr std::int64_t ScriptErrorCannotStart = -1;
+inline constexpr std::int64_t ScriptErrorCoercion = -1700;
+inline constexpr std::int64_t ScriptErrorNotHandled = -1708;
+inline constexpr std::int64_t ScriptErrorTimedOut = -1712;
 
-class AppleScript : public Object {
+class CompiledScript : public Object {
  public:
   /// The time-out of a handler call unless one is set: two minutes.
   static constexpr double DefaultTimeout = 120;
@@ -45,10 +45,10 @@ class AppleScript : public Object {
   /// The script at a path (a file URL or a plain path). Nil and error
   /// information when the file does not exist, is no regular file or may not
   /// be run.
-  static Ref<AppleScript> initWithContentsOfURL(const String& url, Ref<Dictionary>* errorInfo = nullptr);
+  static Ref<CompiledScript> initWithContentsOfURL(const String& url, Ref<Dictionary>* errorInfo = nullptr);
 
-  explicit AppleScript(std::string path) : path_(std::move(path)) {}
-  std::string className() const override { return "AppleScript"; }
+  explicit CompiledScript(std::string path) : path_(std::move(path)) {}
+  std::string className() const override { return "CompiledScript"; }
   Ref<String> description() const override;
 
   const std::string& path() const { return path_; }
@@ -59,7 +59,7 @@ class AppleScript : public Object {
   /// name under 'snam', and its parameters (a list holding one record whose
   /// 'usrf' list alternates key and value texts) as the direct object. The
   /// result descriptor, or nil and error information.
-  Ref<AppleEventDescriptor> executeAppleEvent(const AppleEventDescriptor& event, Ref<Dictionary>* errorInfo = nullptr);
+  Ref<EventDescriptor> executeEvent(const EventDescriptor& event, Ref<Dictionary>* errorInfo = nullptr);
 
  private:
   std::string path_;

@@ -1,4 +1,4 @@
-#include "tq/platform/script/AppleEventDescriptor.h"
+#include "tq/platform/script/EventDescriptor.h"
 
 #include <cmath>
 #include <cstring>
@@ -18,15 +18,15 @@ std::vector<std::uint8_t> bytesOf(const T& value) {
   return bytes;
 }
 
-Ref<AppleEventDescriptor> itemAt(const std::vector<AppleEventDescriptor::Item>& items, FourCharCode keyword) {
+Ref<EventDescriptor> itemAt(const std::vector<EventDescriptor::Item>& items, FourCharCode keyword) {
   for (const auto& [key, descriptor] : items) {
     if (key == keyword) return descriptor;
   }
   return nullptr;
 }
 
-void putItem(std::vector<AppleEventDescriptor::Item>& items, FourCharCode keyword,
-             const Ref<AppleEventDescriptor>& descriptor) {
+void putItem(std::vector<EventDescriptor::Item>& items, FourCharCode keyword,
+             const Ref<EventDescriptor>& descriptor) {
   for (auto& item : items) {
     if (item.first == keyword) {
       item.second = descriptor;
@@ -45,65 +45,65 @@ std::string fileTypeString(FourCharCode code) {
 }
 
 template <class T>
-T AppleEventDescriptor::scalar() const {
+T EventDescriptor::scalar() const {
   T value{};
   if (bytes_.size() == sizeof value) std::memcpy(&value, bytes_.data(), sizeof value);
   return value;
 }
 
-Ref<AppleEventDescriptor> AppleEventDescriptor::descriptorWithDescriptorType(FourCharCode type, const void* bytes,
+Ref<EventDescriptor> EventDescriptor::descriptorWithDescriptorType(FourCharCode type, const void* bytes,
                                                                              std::size_t length) {
   const auto* begin = static_cast<const std::uint8_t*>(bytes);
-  return make<AppleEventDescriptor>(type, bytes ? std::vector<std::uint8_t>(begin, begin + length)
+  return make<EventDescriptor>(type, bytes ? std::vector<std::uint8_t>(begin, begin + length)
                                                 : std::vector<std::uint8_t>());
 }
 
-Ref<AppleEventDescriptor> AppleEventDescriptor::nullDescriptor() { return make<AppleEventDescriptor>(AE::typeNull); }
-Ref<AppleEventDescriptor> AppleEventDescriptor::listDescriptor() { return make<AppleEventDescriptor>(AE::typeAEList); }
-Ref<AppleEventDescriptor> AppleEventDescriptor::recordDescriptor() {
-  return make<AppleEventDescriptor>(AE::typeAERecord);
+Ref<EventDescriptor> EventDescriptor::nullDescriptor() { return make<EventDescriptor>(AE::typeNull); }
+Ref<EventDescriptor> EventDescriptor::listDescriptor() { return make<EventDescriptor>(AE::typeAEList); }
+Ref<EventDescriptor> EventDescriptor::recordDescriptor() {
+  return make<EventDescriptor>(AE::typeAERecord);
 }
 
-Ref<AppleEventDescriptor> AppleEventDescriptor::descriptorWithString(const String& string) {
+Ref<EventDescriptor> EventDescriptor::descriptorWithString(const String& string) {
   const std::u16string& units = string.utf16();
   return descriptorWithDescriptorType(AE::typeUnicodeText, units.data(), units.size() * sizeof(char16_t));
 }
 
-Ref<AppleEventDescriptor> AppleEventDescriptor::descriptorWithInt32(std::int32_t value) {
-  return make<AppleEventDescriptor>(AE::typeSInt32, bytesOf(value));
+Ref<EventDescriptor> EventDescriptor::descriptorWithInt32(std::int32_t value) {
+  return make<EventDescriptor>(AE::typeSInt32, bytesOf(value));
 }
 
-Ref<AppleEventDescriptor> AppleEventDescriptor::descriptorWithDouble(double value) {
-  return make<AppleEventDescriptor>(AE::typeIEEE64BitFloatingPoint, bytesOf(value));
+Ref<EventDescriptor> EventDescriptor::descriptorWithDouble(double value) {
+  return make<EventDescriptor>(AE::typeIEEE64BitFloatingPoint, bytesOf(value));
 }
 
-Ref<AppleEventDescriptor> AppleEventDescriptor::descriptorWithBoolean(bool value) {
-  return make<AppleEventDescriptor>(AE::typeBoolean, std::vector<std::uint8_t>{std::uint8_t(value ? 1 : 0)});
+Ref<EventDescriptor> EventDescriptor::descriptorWithBoolean(bool value) {
+  return make<EventDescriptor>(AE::typeBoolean, std::vector<std::uint8_t>{std::uint8_t(value ? 1 : 0)});
 }
 
-Ref<AppleEventDescriptor> AppleEventDescriptor::descriptorWithDate(const Date& date) {
+Ref<EventDescriptor> EventDescriptor::descriptorWithDate(const Date& date) {
   const auto seconds = std::int64_t(std::floor(date.timeIntervalSinceReferenceDate() + LongDateTimeTo2001));
-  return make<AppleEventDescriptor>(AE::typeLongDateTime, bytesOf(seconds));
+  return make<EventDescriptor>(AE::typeLongDateTime, bytesOf(seconds));
 }
 
-Ref<AppleEventDescriptor> AppleEventDescriptor::descriptorWithEnumCode(FourCharCode code) {
-  return make<AppleEventDescriptor>(AE::typeEnumerated, bytesOf(code));
+Ref<EventDescriptor> EventDescriptor::descriptorWithEnumCode(FourCharCode code) {
+  return make<EventDescriptor>(AE::typeEnumerated, bytesOf(code));
 }
 
-Ref<AppleEventDescriptor> AppleEventDescriptor::descriptorWithTypeCode(FourCharCode code) {
-  return make<AppleEventDescriptor>(AE::typeType, bytesOf(code));
+Ref<EventDescriptor> EventDescriptor::descriptorWithTypeCode(FourCharCode code) {
+  return make<EventDescriptor>(AE::typeType, bytesOf(code));
 }
 
-Ref<AppleEventDescriptor> AppleEventDescriptor::descriptorWithProcessIdentifier(std::int32_t pid) {
-  return make<AppleEventDescriptor>(AE::typeKernelProcessID, bytesOf(pid));
+Ref<EventDescriptor> EventDescriptor::descriptorWithProcessIdentifier(std::int32_t pid) {
+  return make<EventDescriptor>(AE::typeKernelProcessID, bytesOf(pid));
 }
 
-Ref<AppleEventDescriptor> AppleEventDescriptor::appleEventWithEventClass(FourCharCode eventClass,
+Ref<EventDescriptor> EventDescriptor::eventWithEventClass(FourCharCode eventClass,
                                                                          FourCharCode eventID,
-                                                                         const Ref<AppleEventDescriptor>& target,
+                                                                         const Ref<EventDescriptor>& target,
                                                                          std::int32_t returnID,
                                                                          std::int32_t transactionID) {
-  auto event = make<AppleEventDescriptor>(AE::typeAppleEvent);
+  auto event = make<EventDescriptor>(AE::typeEvent);
   event->eventClass_ = eventClass;
   event->eventID_ = eventID;
   event->returnID_ = returnID;
@@ -112,8 +112,8 @@ Ref<AppleEventDescriptor> AppleEventDescriptor::appleEventWithEventClass(FourCha
   return event;
 }
 
-bool AppleEventDescriptor::isEqual(const Object& other) const {
-  auto o = dynamic_cast<const AppleEventDescriptor*>(&other);
+bool EventDescriptor::isEqual(const Object& other) const {
+  auto o = dynamic_cast<const EventDescriptor*>(&other);
   if (!o || o->type_ != type_ || o->bytes_ != bytes_ || o->items_.size() != items_.size()) return false;
   if (eventClass_ != o->eventClass_ || eventID_ != o->eventID_) return false;
   for (std::size_t i = 0; i < items_.size(); ++i) {
@@ -122,8 +122,8 @@ bool AppleEventDescriptor::isEqual(const Object& other) const {
   return true;
 }
 
-Ref<String> AppleEventDescriptor::description() const {
-  std::string text = "<AppleEventDescriptor: " + fileTypeString(type_);
+Ref<String> EventDescriptor::description() const {
+  std::string text = "<EventDescriptor: " + fileTypeString(type_);
   if (auto string = stringValue()) {
     text += "(\"" + string->utf8() + "\")";
   } else if (!items_.empty()) {
@@ -142,55 +142,55 @@ Ref<String> AppleEventDescriptor::description() const {
   return String::fromUTF8(text + ">");
 }
 
-Ref<Data> AppleEventDescriptor::data() const { return Data::dataWithBytes(bytes_.data(), bytes_.size()); }
+Ref<Data> EventDescriptor::data() const { return Data::dataWithBytes(bytes_.data(), bytes_.size()); }
 
-Ref<String> AppleEventDescriptor::stringValue() const {
+Ref<String> EventDescriptor::stringValue() const {
   if (type_ != AE::typeUnicodeText) return nullptr;
   std::u16string units(bytes_.size() / 2, u'\0');
   if (!units.empty()) std::memcpy(units.data(), bytes_.data(), units.size() * 2);
   return String::fromUTF16(std::move(units));
 }
 
-std::int32_t AppleEventDescriptor::int32Value() const {
+std::int32_t EventDescriptor::int32Value() const {
   if (type_ == AE::typeSInt32) return scalar<std::int32_t>();
   if (type_ == AE::typeBoolean || type_ == AE::typeTrue || type_ == AE::typeFalse) return booleanValue() ? 1 : 0;
   return 0;
 }
 
-double AppleEventDescriptor::doubleValue() const {
+double EventDescriptor::doubleValue() const {
   if (type_ == AE::typeIEEE64BitFloatingPoint) return scalar<double>();
   if (type_ == AE::typeSInt32) return scalar<std::int32_t>();
   return 0;
 }
 
-bool AppleEventDescriptor::booleanValue() const {
+bool EventDescriptor::booleanValue() const {
   if (type_ == AE::typeTrue) return true;
   if (type_ == AE::typeBoolean) return scalar<std::uint8_t>() != 0;
   if (type_ == AE::typeSInt32) return scalar<std::int32_t>() != 0;
   return false;
 }
 
-Ref<Date> AppleEventDescriptor::dateValue() const {
+Ref<Date> EventDescriptor::dateValue() const {
   if (type_ != AE::typeLongDateTime || bytes_.size() != 8) return nullptr;
   return Date::dateWithTimeIntervalSinceReferenceDate(double(scalar<std::int64_t>()) - LongDateTimeTo2001);
 }
 
-FourCharCode AppleEventDescriptor::enumCodeValue() const {
+FourCharCode EventDescriptor::enumCodeValue() const {
   if (type_ != AE::typeEnumerated && type_ != AE::typeType) return 0;
   return scalar<FourCharCode>();
 }
 
-Ref<AppleEventDescriptor> AppleEventDescriptor::descriptorAtIndex(std::int64_t index) const {
+Ref<EventDescriptor> EventDescriptor::descriptorAtIndex(std::int64_t index) const {
   if (index < 1 || index > numberOfItems()) return nullptr;
   return items_[std::size_t(index - 1)].second;
 }
 
-FourCharCode AppleEventDescriptor::keywordForDescriptorAtIndex(std::int64_t index) const {
+FourCharCode EventDescriptor::keywordForDescriptorAtIndex(std::int64_t index) const {
   if (index < 1 || index > numberOfItems()) return 0;
   return items_[std::size_t(index - 1)].first;
 }
 
-void AppleEventDescriptor::insertDescriptor(const Ref<AppleEventDescriptor>& descriptor, std::int64_t index) {
+void EventDescriptor::insertDescriptor(const Ref<EventDescriptor>& descriptor, std::int64_t index) {
   if (!descriptor) return;
   if (index < 1 || index > numberOfItems()) {
     items_.emplace_back(0, descriptor);
@@ -199,19 +199,19 @@ void AppleEventDescriptor::insertDescriptor(const Ref<AppleEventDescriptor>& des
   }
 }
 
-void AppleEventDescriptor::setDescriptor(const Ref<AppleEventDescriptor>& descriptor, FourCharCode keyword) {
+void EventDescriptor::setDescriptor(const Ref<EventDescriptor>& descriptor, FourCharCode keyword) {
   if (descriptor) putItem(items_, keyword, descriptor);
 }
 
-Ref<AppleEventDescriptor> AppleEventDescriptor::descriptorForKeyword(FourCharCode keyword) const {
+Ref<EventDescriptor> EventDescriptor::descriptorForKeyword(FourCharCode keyword) const {
   return itemAt(items_, keyword);
 }
 
-void AppleEventDescriptor::setAttributeDescriptor(const Ref<AppleEventDescriptor>& descriptor, FourCharCode keyword) {
+void EventDescriptor::setAttributeDescriptor(const Ref<EventDescriptor>& descriptor, FourCharCode keyword) {
   if (descriptor) putItem(attributes_, keyword, descriptor);
 }
 
-Ref<AppleEventDescriptor> AppleEventDescriptor::attributeDescriptorForKeyword(FourCharCode keyword) const {
+Ref<EventDescriptor> EventDescriptor::attributeDescriptorForKeyword(FourCharCode keyword) const {
   return itemAt(attributes_, keyword);
 }
 

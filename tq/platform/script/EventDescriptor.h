@@ -41,7 +41,7 @@ inline constexpr FourCharCode typeType = fourCharCode("type");
 inline constexpr FourCharCode typeEnumerated = fourCharCode("enum");
 inline constexpr FourCharCode typeObjectSpecifier = fourCharCode("obj ");
 inline constexpr FourCharCode typeNull = fourCharCode("null");
-inline constexpr FourCharCode typeAppleEvent = fourCharCode("aevt");
+inline constexpr FourCharCode typeEvent = fourCharCode("aevt");
 inline constexpr FourCharCode typeKernelProcessID = fourCharCode("kpid");
 inline constexpr FourCharCode cMissingValue = fourCharCode("msng");
 inline constexpr FourCharCode keyDirectObject = fourCharCode("----");
@@ -50,47 +50,47 @@ inline constexpr FourCharCode keyASSubroutineName = fourCharCode("snam");
 inline constexpr FourCharCode keyAEResult = fourCharCode("rslt");
 inline constexpr FourCharCode keyURL = fourCharCode("url ");
 inline constexpr FourCharCode pName = fourCharCode("pnam");
-inline constexpr FourCharCode kASAppleScriptSuite = fourCharCode("ascr");
+inline constexpr FourCharCode kASScriptSuite = fourCharCode("ascr");
 inline constexpr FourCharCode kASPrepositionalSubroutine = fourCharCode("psbr");
 /// The return id that asks for one to be made (all 32 bits set).
 inline constexpr std::int32_t kAutoGenerateReturnID = -1;
 inline constexpr std::int32_t kAnyTransactionID = 0;
 }  // namespace AE
 
-class AppleEventDescriptor : public Object {
+class EventDescriptor : public Object {
  public:
-  using Item = std::pair<FourCharCode, Ref<AppleEventDescriptor>>;  // keyword (0 in lists), descriptor
+  using Item = std::pair<FourCharCode, Ref<EventDescriptor>>;  // keyword (0 in lists), descriptor
 
   /// A descriptor of any type with the given bytes (nil bytes: none).
-  static Ref<AppleEventDescriptor> descriptorWithDescriptorType(FourCharCode type, const void* bytes, std::size_t length);
-  static Ref<AppleEventDescriptor> nullDescriptor();
-  static Ref<AppleEventDescriptor> listDescriptor();
-  static Ref<AppleEventDescriptor> recordDescriptor();
+  static Ref<EventDescriptor> descriptorWithDescriptorType(FourCharCode type, const void* bytes, std::size_t length);
+  static Ref<EventDescriptor> nullDescriptor();
+  static Ref<EventDescriptor> listDescriptor();
+  static Ref<EventDescriptor> recordDescriptor();
   /// 'utxt': the string's UTF-16 units.
-  static Ref<AppleEventDescriptor> descriptorWithString(const String& string);
-  static Ref<AppleEventDescriptor> descriptorWithInt32(std::int32_t value);
-  static Ref<AppleEventDescriptor> descriptorWithDouble(double value);
+  static Ref<EventDescriptor> descriptorWithString(const String& string);
+  static Ref<EventDescriptor> descriptorWithInt32(std::int32_t value);
+  static Ref<EventDescriptor> descriptorWithDouble(double value);
   /// 'bool', one byte.
-  static Ref<AppleEventDescriptor> descriptorWithBoolean(bool value);
+  static Ref<EventDescriptor> descriptorWithBoolean(bool value);
   /// 'ldt ': whole seconds since 1904-01-01 00:00 UTC, 64-bit.
-  static Ref<AppleEventDescriptor> descriptorWithDate(const Date& date);
-  static Ref<AppleEventDescriptor> descriptorWithEnumCode(FourCharCode code);
-  static Ref<AppleEventDescriptor> descriptorWithTypeCode(FourCharCode code);
+  static Ref<EventDescriptor> descriptorWithDate(const Date& date);
+  static Ref<EventDescriptor> descriptorWithEnumCode(FourCharCode code);
+  static Ref<EventDescriptor> descriptorWithTypeCode(FourCharCode code);
   /// 'kpid': a process identifier, four bytes.
-  static Ref<AppleEventDescriptor> descriptorWithProcessIdentifier(std::int32_t pid);
+  static Ref<EventDescriptor> descriptorWithProcessIdentifier(std::int32_t pid);
   /// An event ('aevt') of a class and id, sent to a target.
-  static Ref<AppleEventDescriptor> appleEventWithEventClass(FourCharCode eventClass, FourCharCode eventID,
-                                                            const Ref<AppleEventDescriptor>& target,
+  static Ref<EventDescriptor> eventWithEventClass(FourCharCode eventClass, FourCharCode eventID,
+                                                            const Ref<EventDescriptor>& target,
                                                             std::int32_t returnID, std::int32_t transactionID);
 
-  explicit AppleEventDescriptor(FourCharCode type, std::vector<std::uint8_t> bytes = {})
+  explicit EventDescriptor(FourCharCode type, std::vector<std::uint8_t> bytes = {})
       : type_(type), bytes_(std::move(bytes)) {}
 
   bool isEqual(const Object& other) const override;
   std::size_t hash() const override { return type_ ^ items_.size(); }
-  /// "<AppleEventDescriptor: 'utxt'("text")>", lists and records with their items.
+  /// "<EventDescriptor: 'utxt'("text")>", lists and records with their items.
   Ref<String> description() const override;
-  std::string className() const override { return "AppleEventDescriptor"; }
+  std::string className() const override { return "EventDescriptor"; }
 
   FourCharCode descriptorType() const { return type_; }
   Ref<Data> data() const;
@@ -113,26 +113,26 @@ class AppleEventDescriptor : public Object {
   // Lists and records (and an event's parameters). Indexes start at 1.
   std::int64_t numberOfItems() const { return std::int64_t(items_.size()); }
   /// Nil past the end.
-  Ref<AppleEventDescriptor> descriptorAtIndex(std::int64_t index) const;
+  Ref<EventDescriptor> descriptorAtIndex(std::int64_t index) const;
   /// 0 for the keyword of a list item or past the end.
   FourCharCode keywordForDescriptorAtIndex(std::int64_t index) const;
   /// Inserts before `index`; 0 or past the end appends.
-  void insertDescriptor(const Ref<AppleEventDescriptor>& descriptor, std::int64_t index);
+  void insertDescriptor(const Ref<EventDescriptor>& descriptor, std::int64_t index);
   /// Records: sets (or replaces) the item under the keyword.
-  void setDescriptor(const Ref<AppleEventDescriptor>& descriptor, FourCharCode keyword);
-  Ref<AppleEventDescriptor> descriptorForKeyword(FourCharCode keyword) const;
+  void setDescriptor(const Ref<EventDescriptor>& descriptor, FourCharCode keyword);
+  Ref<EventDescriptor> descriptorForKeyword(FourCharCode keyword) const;
 
   // Events.
   FourCharCode eventClass() const { return eventClass_; }
   FourCharCode eventID() const { return eventID_; }
   std::int32_t returnID() const { return returnID_; }
   std::int32_t transactionID() const { return transactionID_; }
-  void setParamDescriptor(const Ref<AppleEventDescriptor>& descriptor, FourCharCode keyword) {
+  void setParamDescriptor(const Ref<EventDescriptor>& descriptor, FourCharCode keyword) {
     setDescriptor(descriptor, keyword);
   }
-  Ref<AppleEventDescriptor> paramDescriptorForKeyword(FourCharCode keyword) const { return descriptorForKeyword(keyword); }
-  void setAttributeDescriptor(const Ref<AppleEventDescriptor>& descriptor, FourCharCode keyword);
-  Ref<AppleEventDescriptor> attributeDescriptorForKeyword(FourCharCode keyword) const;
+  Ref<EventDescriptor> paramDescriptorForKeyword(FourCharCode keyword) const { return descriptorForKeyword(keyword); }
+  void setAttributeDescriptor(const Ref<EventDescriptor>& descriptor, FourCharCode keyword);
+  Ref<EventDescriptor> attributeDescriptorForKeyword(FourCharCode keyword) const;
 
  private:
   template <class T>
