@@ -41,7 +41,7 @@ class UserDefaultsWorldTest : public ::testing::Test {
   }
   static Ref<UserDefaults> standard() { return UserDefaults::standardUserDefaults(); }
 
-  TemporaryFolder folder;
+  SettingsFolder folder;
   ScopedEnvironment environment{
       FixedEnvironment({{"HOME", folder.file("home")}, {"XDG_CONFIG_HOME", folder.file("config")}})};
   Ref<Bundle> bundle;

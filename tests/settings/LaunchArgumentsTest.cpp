@@ -100,7 +100,7 @@ TEST(LaunchArgumentsChild, DISABLED_ReportsItsArguments) {
 }
 
 TEST(LaunchArgumentsTest, AChildProcessReadsItsCommandLineIntoTheArgumentDomain) {
-  testing::TemporaryFolder folder;
+  testing::SettingsFolder folder;
   const std::string report = folder.file("report.json");
   pid_t child =
       testing::startChildTest("LaunchArgumentsChild.DISABLED_ReportsItsArguments", {{"TQ_LAUNCH_REPORT", report}}, -1,

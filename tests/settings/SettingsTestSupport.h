@@ -27,13 +27,13 @@
 namespace tq::testing {
 
 /// A folder of its own for each test, removed afterwards.
-class TemporaryFolder {
+class SettingsFolder {
  public:
-  TemporaryFolder() {
+  SettingsFolder() {
     std::string pattern = (std::filesystem::temp_directory_path() / "tq-settings-XXXXXX").string();
     path_ = ::mkdtemp(pattern.data()) ? pattern : std::string();
   }
-  ~TemporaryFolder() {
+  ~SettingsFolder() {
     std::error_code ignored;
     std::filesystem::remove_all(path_, ignored);
   }
@@ -160,7 +160,7 @@ class SettingsTest : public ::testing::Test {
   /// Moves the wall clock past the 5-second cache.
   void expireCache() { clock->advance(std::chrono::seconds(6)); }
 
-  TemporaryFolder folder;
+  SettingsFolder folder;
   std::shared_ptr<ManualClock> clock = std::make_shared<ManualClock>(1.7e9);
   ScopedClock<WallClock> wallClock{clock};
 };
