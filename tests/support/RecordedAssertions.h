@@ -5,14 +5,8 @@
 
 #include <vector>
 
+#include "tests/support/RequireAssertions.h"
 #include "tq/platform/object/Assert.h"
-
-/// Skips a test that needs the library's assertions when they are compiled out.
-#if defined(TQ_BLOCK_ASSERTIONS) && TQ_BLOCK_ASSERTIONS
-#define TQ_REQUIRE_ASSERTIONS() GTEST_SKIP() << "assertions are compiled out"
-#else
-#define TQ_REQUIRE_ASSERTIONS() (void)0
-#endif
 
 namespace tq::testing {
 
