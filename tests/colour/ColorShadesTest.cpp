@@ -14,6 +14,7 @@ using tq::testing::hasHSBA;
 using tq::testing::hasRGBA;
 using tq::testing::raisedBy;
 using tq::testing::RecordedAssertions;
+using tq::testing::UnconvertibleColor;
 
 namespace {
 
@@ -22,12 +23,6 @@ namespace {
 // 1.35 − L = 0.87.
 Ref<Color> terracotta() { return Color::colorWithDeviceRed(0.8, 0.4, 0.2, 0.6); }
 constexpr double kHue = 1.0 / 18.0;
-
-class UnconvertibleColor : public Color {
- public:
-  UnconvertibleColor() : Color(ColorSpace::CalibratedRGB, 0.2, 0.4, 0.6, 0.5) {}
-  Ref<Color> colorUsingColorSpace(ColorSpace) const override { return nullptr; }
-};
 
 }  // namespace
 
@@ -59,7 +54,7 @@ TEST(ColorShadeFormulas, BrightnessIsHeldWithinRange) {
 }
 
 TEST(ColorShadeFormulas, ColoursThatCannotBeConvertedAreShadedAsOpaqueWhite) {
-  const UnconvertibleColor color;
+  const UnconvertibleColor color(0.5);
   EXPECT_TRUE(hasHSBA(paleShade(color), 0, 0, 1, 1));
   EXPECT_TRUE(hasHSBA(paleShadeByFactor(color, 0.3), 0, 0, 1, 1));
   EXPECT_TRUE(hasHSBA(darkShade(color), 0, 0, 0.2, 1));
@@ -98,7 +93,7 @@ TEST(ColorShadeCache, FactorsEqualToFourDecimalsShareOneShade) {
 }
 
 TEST(ColorShadeAssertions, OutOfRangeValuesAreReportedAtTheirFixedPlaces) {
-  if (!TQ_ASSERTIONS_COMPILED_IN) GTEST_SKIP() << "assertions are compiled out";
+  TQ_REQUIRE_ASSERTIONS();
   auto color = terracotta();
   RecordedAssertions recorded;
   relativeHighlightWithLevel(*color, 1.5);
@@ -107,19 +102,18 @@ TEST(ColorShadeAssertions, OutOfRangeValuesAreReportedAtTheirFixedPlaces) {
   paleShadeByFactor(*color, 1.0);
   relativeShadeWithLevel(*color, 0.0);
   ASSERT_EQ(recorded.failures.size(), 3u) << "0 and 1 are in range";
-  EXPECT_EQ(recorded.failures[0].file, "NSColor+TQFoundation");
-  EXPECT_EQ(recorded.failures[0].line, 248);
-  EXPECT_EQ(recorded.failures[0].description, "Level must be >=0 and <= 1.0");
-  EXPECT_EQ(recorded.failures[1].file, "NSColor+TQFoundation");
-  EXPECT_EQ(recorded.failures[1].line, 269);
-  EXPECT_EQ(recorded.failures[1].description, "Factor must be between 0.0 and 1.0");
-  EXPECT_EQ(recorded.failures[2].file, "NSColor+TQFoundation");
-  EXPECT_EQ(recorded.failures[2].line, 329);
-  EXPECT_EQ(recorded.failures[2].description, "Level must be >=0 and <= 1.0");
+  const std::pair<int, const char*> places[] = {{248, "Level must be >=0 and <= 1.0"},
+                                                {269, "Factor must be between 0.0 and 1.0"},
+                                                {329, "Level must be >=0 and <= 1.0"}};
+  for (std::size_t i = 0; i < 3; ++i) {
+    EXPECT_EQ(recorded.failures[i].file, "NSColor+TQFoundation") << i;
+    EXPECT_EQ(recorded.failures[i].line, places[i].first) << i;
+    EXPECT_EQ(recorded.failures[i].description, places[i].second) << i;
+  }
 }
 
 TEST(ColorShadeAssertions, TheDefaultHandlerRaisesAndNothingIsKept) {
-  if (!TQ_ASSERTIONS_COMPILED_IN) GTEST_SKIP() << "assertions are compiled out";
+  TQ_REQUIRE_ASSERTIONS();
   auto color = terracotta();
   Exception e = raisedBy([&] { paleShadeByFactor(*color, 2); });
   EXPECT_EQ(e.name(), ExceptionName::InternalInconsistency);

@@ -11,6 +11,7 @@
 using namespace tq;
 using namespace tq::TQFoundation;
 using tq::testing::hasRGBA;
+using tq::testing::UnconvertibleColor;
 
 namespace {
 
@@ -21,82 +22,75 @@ std::string forms(const Ref<Color>& color) {
          hashLabelCSSStringRepresentation(*color)->utf8();
 }
 
-/// A colour that cannot be converted to another space (as a colour standing
-/// for nothing would be).
-class UnconvertibleColor : public Color {
- public:
-  UnconvertibleColor() : Color(ColorSpace::CalibratedRGB, 0.2, 0.4, 0.6, 1) {}
-  Ref<Color> colorUsingColorSpace(ColorSpace) const override { return nullptr; }
-};
-
 }  // namespace
 
-TEST(ColorReaderChoice, ShortTextsAreNil) {
-  EXPECT_FALSE(read(""));
-  EXPECT_FALSE(read("x"));
-  EXPECT_FALSE(read("#"));
-}
-
-TEST(ColorReaderChoice, HashTextsGoToTheHashReader) {
-  EXPECT_TRUE(hasRGBA(read("#ff"), 1, 1, 1, 1));
-  EXPECT_TRUE(hasRGBA(read("#7f"), 127 / 255.0, 127 / 255.0, 127 / 255.0, 1));
-  EXPECT_FALSE(read("#fff")) << "three digits are no form";
-  EXPECT_TRUE(hasRGBA(read("#FF0000"), 1, 0, 0, 1));
-  EXPECT_TRUE(hasRGBA(read("#0aB0c0"), 10 / 255.0, 176 / 255.0, 192 / 255.0, 1));
-  EXPECT_EQ(read("#ff0000")->colorSpace(), ColorSpace::DeviceRGB);
-}
-
-TEST(ColorReaderChoice, RGBTextsNeedTheClosingParenthesis) {
-  EXPECT_TRUE(hasRGBA(read("rgb(10, 20, 30)"), 10 / 255.0, 20 / 255.0, 30 / 255.0, 1));
-  EXPECT_TRUE(hasRGBA(read("rgba(10,20,30,0.5)"), 10 / 255.0, 20 / 255.0, 30 / 255.0, 0.5));
-  // Without it the text is a name (no blank), or a Json form (a blank),
-  // neither of which reads.
-  EXPECT_FALSE(read("rgb(1,2,3"));
-  EXPECT_FALSE(read("rgb(1, 2, 3"));
-  EXPECT_FALSE(read("RGB(1,2,3)")) << "the prefix is matched exactly, so this is a name";
-}
-
-TEST(ColorReaderChoice, BlankSeparatedTextsAreJsonAndOthersNames) {
-  EXPECT_TRUE(hasRGBA(read("255 0 0"), 1, 0, 0, 1));
-  EXPECT_TRUE(hasRGBA(read("255 0 0 50"), 1, 0, 0, 0.5));
-  EXPECT_FALSE(read("255 0"));
-  EXPECT_FALSE(read("255,0,0")) << "no blank: a name, and no colour has it";
+// Each reader on the texts that pick its branches; components in 0-255, the
+// alpha as read. The chooser (colorFromStringRepresentation) sends short
+// texts to nothing, "#" to the hash reader, "rgb(" with its ")" to the CSS
+// reader, texts with a blank to the Json reader, and the rest to the names.
+TEST(ColorReaders, ReadWhatTheirFormAllowsAndNothingElse) {
+  using Reader = Ref<Color> (*)(const String&);
+  const Reader any = colorFromStringRepresentation, json = colorFromJsonStringRepresentation,
+               css = colorFromRGBCSSStringRepresentation, hash = colorFromHashLabelCSSStringRepresentation;
+  struct Row {
+    Reader reader;
+    const char* text;
+    bool reads;
+    double red, green, blue, alpha;
+  };
+  const Row rows[] = {
+      {any, "", false},
+      {any, "x", false},
+      {any, "#", false},
+      {any, "#ff", true, 255, 255, 255, 1},
+      {any, "#7f", true, 127, 127, 127, 1},
+      {any, "#fff", false},  // three digits are no form
+      {any, "#FF0000", true, 255, 0, 0, 1},
+      {any, "#0aB0c0", true, 10, 176, 192, 1},
+      {any, "rgb(10, 20, 30)", true, 10, 20, 30, 1},
+      {any, "rgba(10,20,30,0.5)", true, 10, 20, 30, 0.5},
+      // Without ")" the text is a name (no blank) or a Json form (a blank), neither of which reads.
+      {any, "rgb(1,2,3", false},
+      {any, "rgb(1, 2, 3", false},
+      {any, "RGB(1,2,3)", false},  // the prefix is matched exactly, so this is a name
+      {any, "255 0 0", true, 255, 0, 0, 1},
+      {any, "255 0 0 50", true, 255, 0, 0, 0.5},
+      {any, "255 0", false},
+      {any, "255,0,0", false},  // no blank: a name, and no colour has it
+      {json, "  0   128 255  ", true, 0, 128, 255, 1},
+      {json, "1 2 3 x", true, 1, 2, 3, 1},            // a fourth that is no number
+      {json, "300 -5 0 150", true, 300, -5, 0, 1.5},  // not clamped
+      {json, "", false},
+      {json, "1\t2\t3", false} /* tabs are not skipped */,
+      {json, "1 2 x 3", false},
+      {css, "10 20 30", true, 10, 20, 30, 1},
+      {css, "rgba(1,2,3,.25)", true, 1, 2, 3, 0.25},
+      {css, "rgb(1,2,3) trailing", true, 1, 2, 3, 1},
+      {css, "rgba(1,2,3,2)", true, 1, 2, 3, 2},
+      {css, "rgb(1,2)", false},
+      {css, "rgb(1;2;3)", false},
+      {css, "", false},
+      {hash, "x00ff00", true, 0, 255, 0, 1},  // any first character is dropped
+      {hash, "#0g0000", true, 0, 0, 0, 1},    // a pair reads as far as it is hexadecimal
+      {hash, "#gg0000", false},
+      {hash, "#00gg00", false},
+      {hash, "#00ff0", false},
+      {hash, "#00ff000", false},
+      {hash, "#f", false},
+      {hash, "", false},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.text);
+    auto color = row.reader(*str(row.text));
+    if (!row.reads) {
+      EXPECT_FALSE(color);
+      continue;
+    }
+    EXPECT_TRUE(hasRGBA(color, row.red / 255, row.green / 255, row.blue / 255, row.alpha));
+    if (color) EXPECT_EQ(color->colorSpace(), ColorSpace::DeviceRGB);
+  }
   EXPECT_EQ(read("Red").get(), Color::namedColor("redColor").get());
   EXPECT_EQ(read("red").get(), Color::namedColor("redColor").get());
-}
-
-TEST(ColorJsonReader, ReadsThreeOrFourIntegersSeparatedByBlanksOnly) {
-  auto json = [](const char* text) { return colorFromJsonStringRepresentation(*str(text)); };
-  EXPECT_TRUE(hasRGBA(json("  0   128 255  "), 0, 128 / 255.0, 1, 1));
-  EXPECT_TRUE(hasRGBA(json("1 2 3 x"), 1 / 255.0, 2 / 255.0, 3 / 255.0, 1)) << "a fourth that is no number";
-  EXPECT_TRUE(hasRGBA(json("300 -5 0 150"), 300 / 255.0, -5 / 255.0, 0, 1.5)) << "not clamped";
-  EXPECT_FALSE(json(""));
-  EXPECT_FALSE(json("1\t2\t3")) << "tabs are not skipped";
-  EXPECT_FALSE(json("1 2 x 3"));
-  EXPECT_EQ(json("1 2 3")->colorSpace(), ColorSpace::DeviceRGB);
-}
-
-TEST(ColorCSSReader, SkipsTheCharactersOfRGBAParenthesesCommasAndBlanks) {
-  auto css = [](const char* text) { return colorFromRGBCSSStringRepresentation(*str(text)); };
-  EXPECT_TRUE(hasRGBA(css("10 20 30"), 10 / 255.0, 20 / 255.0, 30 / 255.0, 1));
-  EXPECT_TRUE(hasRGBA(css("rgba(1,2,3,.25)"), 1 / 255.0, 2 / 255.0, 3 / 255.0, 0.25));
-  EXPECT_TRUE(hasRGBA(css("rgb(1,2,3) trailing"), 1 / 255.0, 2 / 255.0, 3 / 255.0, 1));
-  EXPECT_TRUE(hasRGBA(css("rgba(1,2,3,2)"), 1 / 255.0, 2 / 255.0, 3 / 255.0, 2)) << "alpha as read";
-  EXPECT_FALSE(css("rgb(1,2)"));
-  EXPECT_FALSE(css("rgb(1;2;3)"));
-  EXPECT_FALSE(css(""));
-}
-
-TEST(ColorHashReader, DropsTheFirstCharacterAndReadsThreeHexPairs) {
-  auto hash = [](const char* text) { return colorFromHashLabelCSSStringRepresentation(*str(text)); };
-  EXPECT_TRUE(hasRGBA(hash("x00ff00"), 0, 1, 0, 1)) << "any first character is dropped";
-  EXPECT_TRUE(hasRGBA(hash("#0g0000"), 0, 0, 0, 1)) << "a pair reads as far as it is hexadecimal";
-  EXPECT_FALSE(hash("#gg0000"));
-  EXPECT_FALSE(hash("#00gg00"));
-  EXPECT_FALSE(hash("#00ff0"));
-  EXPECT_FALSE(hash("#00ff000"));
-  EXPECT_FALSE(hash("#f"));
-  EXPECT_FALSE(hash(""));
 }
 
 TEST(ColorNamedReader, LowerCasesAndAppendsColorElseTriesTheTextAsGiven) {
@@ -123,9 +117,10 @@ TEST(ColorWriters, TruncateTowardZero) {
 TEST(ColorWriters, OutOfRangeComponentsStayUnsigned) {
   EXPECT_EQ(jsonStringRepresentation(*Color::colorWithDeviceRed(300 / 255.0, -0.5, std::nan(""), 1.5))->utf8(),
             "300 0 0 150");
-  EXPECT_EQ(jsonStringRepresentation(*Color::colorWithDeviceRed(std::numeric_limits<double>::infinity(), 0, 0, 1))
-                ->utf8(),
-            "9223372036854775807 0 0 100") << "held at what the readers read back";
+  EXPECT_EQ(
+      jsonStringRepresentation(*Color::colorWithDeviceRed(std::numeric_limits<double>::infinity(), 0, 0, 1))->utf8(),
+      "9223372036854775807 0 0 100")
+      << "held at what the readers read back";
   EXPECT_EQ(jsonStringRepresentation(UnconvertibleColor())->utf8(), "0 0 0 0");
 }
 
@@ -140,8 +135,8 @@ TEST(ColorWriters, TheJsonFormReadsBackAsTheNormalisedColour) {
     readBack->getComponents(r);
     for (int i = 0; i < 4; ++i) EXPECT_EQ(n[i], r[i]) << describeUTF8(color) << " component " << i;
   }
-  EXPECT_TRUE(hasRGBA(normalizedRGBColor(*Color::colorWithDeviceRed(0.5, 1, 0.999, 0.337)), 127 / 255.0, 1,
-                      254 / 255.0, 0.33));
+  EXPECT_TRUE(
+      hasRGBA(normalizedRGBColor(*Color::colorWithDeviceRed(0.5, 1, 0.999, 0.337)), 127 / 255.0, 1, 254 / 255.0, 0.33));
 }
 
 TEST(StringToColorTransformer, ReadsTextAndWritesTheJsonForm) {
@@ -149,8 +144,8 @@ TEST(StringToColorTransformer, ReadsTextAndWritesTheJsonForm) {
   EXPECT_EQ(transformer->transformedValueClass(), "Color");
   EXPECT_TRUE(transformer->allowsReverseTransformation());
   EXPECT_EQ(transformer->transformedValue(str("red")).get(), Color::namedColor("redColor").get());
-  EXPECT_TRUE(hasRGBA(cast<Color>(transformer->transformedValue(str("#102030"))), 16 / 255.0, 32 / 255.0,
-                      48 / 255.0, 1));
+  EXPECT_TRUE(
+      hasRGBA(cast<Color>(transformer->transformedValue(str("#102030"))), 16 / 255.0, 32 / 255.0, 48 / 255.0, 1));
   EXPECT_FALSE(transformer->transformedValue(str("no colour")));
   EXPECT_FALSE(transformer->transformedValue(num(1)));
   EXPECT_FALSE(transformer->transformedValue(nullptr));
