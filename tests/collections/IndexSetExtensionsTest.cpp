@@ -32,10 +32,10 @@ TEST(IndexSetListParser, ReadsNumbersBetweenCommasAndSpacesAndAddsZeroForATraili
 
 TEST(IndexSetListParser, ReportsTheEndlessLoopOnAnUnexpectedCharacterAndAnswersWhatItRead) {
   TQ_REQUIRE_ASSERTIONS();
-  testing::CollectedAssertions assertions;
+  testing::RecordedAssertions assertions;
   auto set = tq_indexSetWithStringList("5,x,6");
-  ASSERT_EQ(assertions.reports.size(), 1u);
-  EXPECT_EQ(assertions.reports[0].description, "tq_indexSetWithStringList: loops without end on the character 'x'");
+  ASSERT_EQ(assertions.failures.size(), 1u);
+  EXPECT_EQ(assertions.failures[0].description, "tq_indexSetWithStringList: loops without end on the character 'x'");
   // The one 0 that the first idle round added stays, as the loop would add it.
   EXPECT_EQ(indexesOf(*set), (V{0, 5}));
 }

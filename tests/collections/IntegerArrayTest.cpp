@@ -74,9 +74,8 @@ TEST(IntegerArrayTable, AppendsUnderOneKeyAndDescribesDistinctElements) {
   table.addInteger(1, 4);
   EXPECT_EQ(table.integerArrayAtIndex(-3)->count(), 3u);
   EXPECT_EQ(table.integerArrayAtIndex(5), nullptr);
-  std::string text = table.description()->utf8();
-  EXPECT_EQ(text.substr(0, 21), "<TQIntegerArrayTable ");
-  EXPECT_EQ(text.substr(text.find('>')), ">\n\t -3 = 2,7\n\t 4 = 1");
+  EXPECT_EQ(table.description()->utf8().substr(0, 21), "<TQIntegerArrayTable ");
+  EXPECT_EQ(testing::afterAddress(table.description()), ">\n\t -3 = 2,7\n\t 4 = 1");
   std::vector<std::int64_t> keys;
   table.enumerateIntegerKeysAndArraysWithBlock([&](std::int64_t key, const Ref<TQMutableIntegerArray>&, bool*) {
     keys.push_back(key);
@@ -100,8 +99,7 @@ TEST(IntegerKeyDictionary, StoresRemovesAndListsKeysOverTheWholeRange) {
   dictionary->setObjectForKeyedSubscript(nullptr, num(2u));
   dictionary->removeObjectForInteger(99);
   EXPECT_EQ(dictionary->count(), 2u);
-  std::string debug = dictionary->debugDescription()->utf8();
-  EXPECT_EQ(debug.substr(debug.find('>')), "> 2 entries");
+  EXPECT_EQ(testing::afterAddress(dictionary->debugDescription()), "> 2 entries");
 
   auto frozen = std::static_pointer_cast<TQIntegerKeyDictionary>(dictionary->copy());
   dictionary->removeAllObjects();
@@ -126,16 +124,16 @@ TEST(IntegerKeyDictionary, EnumerationWalksASnapshotThatTheCallbackMayEdit) {
 TEST(IntegerKeyDictionary, AssertsOnNonNumberKeysAndNilObjects) {
   TQ_REQUIRE_ASSERTIONS();
   auto dictionary = make<TQMutableIntegerKeyDictionary>();
-  testing::CollectedAssertions assertions;
+  testing::RecordedAssertions assertions;
   EXPECT_EQ(dictionary->objectForKeyedSubscript(str("1")), nullptr);
   dictionary->setObject(nullptr, 3);
-  ASSERT_EQ(assertions.reports.size(), 2u);
-  EXPECT_EQ(assertions.reports[0].description,
+  ASSERT_EQ(assertions.failures.size(), 2u);
+  EXPECT_EQ(assertions.failures[0].description,
             "Invalid parameter not satisfying: [key isKindOfClass:[NSNumber class]]");
-  EXPECT_EQ(assertions.reports[0].line, 40);
-  EXPECT_EQ(assertions.reports[1].description, "Invalid parameter not satisfying: object");
-  EXPECT_EQ(assertions.reports[1].file, "TQIntegerKeyDictionary");
-  EXPECT_EQ(assertions.reports[1].line, 120);
+  EXPECT_EQ(assertions.failures[0].line, 40);
+  EXPECT_EQ(assertions.failures[1].description, "Invalid parameter not satisfying: object");
+  EXPECT_EQ(assertions.failures[1].file, "TQIntegerKeyDictionary");
+  EXPECT_EQ(assertions.failures[1].line, 120);
   EXPECT_EQ(dictionary->count(), 0u);
 }
 

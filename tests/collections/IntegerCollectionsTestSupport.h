@@ -6,24 +6,18 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/RequireAssertions.h"
+#include "tests/support/RecordedAssertions.h"
 #include "tq/platform/collection/IndexSet.h"
-#include "tq/platform/object/Assert.h"
 
 namespace tq::testing {
 
-/// Collects assertion reports of the calling thread instead of raising.
-class CollectedAssertions {
- public:
-  CollectedAssertions() : previous_(setAssertionHandler([this](const AssertionFailure& f) { reports.push_back(f); })) {}
-  ~CollectedAssertions() { setAssertionHandler(previous_); }
-  std::vector<AssertionFailure> reports;
-
- private:
-  AssertionHandler previous_;
-};
-
 /// The indexes of a set, ascending.
 inline std::vector<Index> indexesOf(const IndexSet& set) { return set.allIndexes(); }
+
+/// A description from the '>' that closes its "<Class: 0x...>" head on.
+inline std::string afterAddress(const Ref<String>& description) {
+  const std::string text = description->utf8();
+  return text.substr(text.find('>'));
+}
 
 }  // namespace tq::testing
