@@ -67,31 +67,26 @@ TEST(MutableOrderedDictionarySetting, AtIndexWithANewKeyInsertsTheKeyListAtTheFr
 
 // --- Insertion positions ----------------------------------------------------------
 
-TEST(MutableOrderedDictionaryInserting, ExistingKeyPositionRules) {
+TEST(MutableOrderedDictionaryInserting, ExistingKeysMoveNewKeysGoToTheFrontIndexZeroWraps) {
   auto d = lettered(4);
   d->insertObject(num(4), str("d"), 1);  // e = 3, t = 0
   EXPECT_EQ(keysOf(*d), "d,a,b,c");
-
   auto e = lettered(4);
   e->insertObject(num(1), str("a"), 2);  // e = 0, t = 2
   EXPECT_EQ(keysOf(*e), "b,c,a,d");
   EXPECT_TRUE(isConsistent(*e));
-}
 
-TEST(MutableOrderedDictionaryInserting, NewKeyAlwaysGoesToTheFront) {
-  auto d = lettered(3);
-  d->insertObject(num(9), str("n"), 2);
-  EXPECT_EQ(keysOf(*d), "n,a,b,c");
-  d->insertEntriesFromOrderedDictionary(
+  auto n = lettered(3);
+  n->insertObject(num(9), str("n"), 2);
+  EXPECT_EQ(keysOf(*n), "n,a,b,c");
+  n->insertEntriesFromOrderedDictionary(
       *TQOrderedDictionary::withObjects(arr({num(7), num(8)}), arr({str("x"), str("y")})), 1);
-  EXPECT_EQ(keysOf(*d), "y,x,n,a,b,c");
-  EXPECT_TRUE(isConsistent(*d));
-}
+  EXPECT_EQ(keysOf(*n), "y,x,n,a,b,c");
+  EXPECT_TRUE(isConsistent(*n));
 
-TEST(MutableOrderedDictionaryInserting, MovingAKeyToIndexZeroWrapsAndRaises) {
-  auto d = lettered(3);
-  EXPECT_EQ(raisedBy([&] { d->insertObject(num(3), str("c"), 0); }).name(), ExceptionName::Range);
-  EXPECT_EQ(keysOf(*d), "a,b");  // removed from its old place before the insertion failed
+  auto wrapped = lettered(3);
+  EXPECT_EQ(raisedBy([&] { wrapped->insertObject(num(3), str("c"), 0); }).name(), ExceptionName::Range);
+  EXPECT_EQ(keysOf(*wrapped), "a,b");  // removed from its old place before the insertion failed
 }
 
 // --- Removing -------------------------------------------------------------------------
@@ -104,33 +99,28 @@ TEST(MutableOrderedDictionaryRemoving, AbsentTargetsRaiseRange) {
   EXPECT_EQ(raisedBy([&] { d->removeEntry(*dict({{str("a"), num(2)}})); }).name(), ExceptionName::Range);
   EXPECT_EQ(raisedBy([&] { d->removeEntryWithObjectIdenticalTo(num(1)); }).name(), ExceptionName::Range);
   EXPECT_EQ(keysOf(*d), "a,b");
-  EXPECT_EQ(raisedBy([&] {
-              d->removeEntriesWithKeysInArray(*arr({str("a"), str("q"), str("b")}));
-            }).name(),
-            ExceptionName::Range);
+  auto removeThree = [&] { d->removeEntriesWithKeysInArray(*arr({str("a"), str("q"), str("b")})); };
+  EXPECT_EQ(raisedBy(removeThree).name(), ExceptionName::Range);
   EXPECT_EQ(keysOf(*d), "b");  // what was removed before the failure stays removed
   d->removeLastEntry();
   EXPECT_EQ(raisedBy([&] { d->removeLastEntry(); }).name(), ExceptionName::Range);
 }
 
-TEST(MutableOrderedDictionaryRemoving, RangeRemovalTakesEverySecondEntry) {
+TEST(MutableOrderedDictionaryRemoving, RangeRemovalTakesEverySecondEntryIndexSetRemovalTheRun) {
   auto d = lettered(4);
   d->removeEntriesInRange(Range{0, 2});
   EXPECT_EQ(keysOf(*d), "b,d");
   EXPECT_TRUE(isConsistent(*d));
-
   auto e = lettered(4);
   EXPECT_EQ(raisedBy([&] { e->removeEntriesInRange(Range{0, 3}); }).name(), ExceptionName::Range);
   EXPECT_EQ(keysOf(*e), "b,d");
   e->removeEntriesInRange(Range{1, 0});
   EXPECT_EQ(keysOf(*e), "b,d");
-}
 
-TEST(MutableOrderedDictionaryRemoving, IndexSetRemovalDropsTheRun) {
-  auto d = lettered(5);
-  d->removeEntriesAtIndexes(*make<IndexSet>(std::vector<Range>{{0, 2}, {3, 1}}));
-  EXPECT_EQ(keysOf(*d), "c,e");
-  EXPECT_TRUE(isConsistent(*d));
+  auto f = lettered(5);
+  f->removeEntriesAtIndexes(*make<IndexSet>(std::vector<Range>{{0, 2}, {3, 1}}));
+  EXPECT_EQ(keysOf(*f), "c,e");
+  EXPECT_TRUE(isConsistent(*f));
 }
 
 TEST(MutableOrderedDictionaryRemoving, EntryInRangeRemovesByTheRelativeIndex) {
@@ -258,10 +248,8 @@ TEST(OrderedDictionaryFiltering, InPlaceFilterWorksOnlyWhenEverythingPasses) {
   d->filterEntriesUsingPredicateForObjects([](const Id&) { return true; });
   EXPECT_EQ(keysOf(*d), "a,b,c");
   EXPECT_TRUE(isConsistent(*d));
-  EXPECT_EQ(raisedBy([&] {
-              d->filterEntriesUsingPredicateForObjects(keepingIndexes(*d, {0, 2}));
-            }).name(),
-            ExceptionName::Range);
+  auto filterTwo = [&] { d->filterEntriesUsingPredicateForObjects(keepingIndexes(*d, {0, 2})); };
+  EXPECT_EQ(raisedBy(filterTwo).name(), ExceptionName::Range);
   EXPECT_EQ(keysOf(*d), "a,b,c");
   EXPECT_TRUE(isConsistent(*d));
 }

@@ -3,8 +3,8 @@
 #include <atomic>
 
 #include "OrderedDictionaryTestSupport.h"
-#include "tq/platform/object/Assert.h"
 #include "tq/platform/collection/Set.h"
+#include "tq/platform/object/Assert.h"
 
 namespace tq {
 namespace {
@@ -141,10 +141,8 @@ TEST(OrderedDictionarySearching, KeyOfObjectSearchesTheArgument) {
   };
   EXPECT_EQ(describeUTF8(d->keyOfObject(list, Range{0, 3}, BinarySearchingOptions::None, findSix)), "b");
   EXPECT_EQ(describeUTF8(d->keyOfObject(nullptr, Range{0, 3}, BinarySearchingOptions::None, findSix)), "a");
-  EXPECT_EQ(raisedBy([&] {
-              d->keyOfObject(num(2), Range{0, 3}, BinarySearchingOptions::None, findSix);
-            }).name(),
-            ExceptionName::UnrecognizedMessage);
+  auto searchTwo = [&] { d->keyOfObject(num(2), Range{0, 3}, BinarySearchingOptions::None, findSix); };
+  EXPECT_EQ(raisedBy(searchTwo).name(), ExceptionName::UnrecognizedMessage);
 }
 
 TEST(OrderedDictionarySearching, FirstInCommon) {
@@ -420,12 +418,12 @@ TEST(OrderedDictionaryDescription, AKeyListThatHoldsItselfRaisesInsteadOfRecursi
   EXPECT_EQ(e.reason(), "description of a collection that contains itself");
   EXPECT_EQ(raisedBy([&] { d->descriptionWithLocale(nullptr, 0); }).name(), ExceptionName::InternalInconsistency);
 
-  std::vector<AssertionFailure> reports;
-  AssertionHandler previous = setAssertionHandler([&](const AssertionFailure& f) { reports.push_back(f); });
-  std::string keys = describeUTF8(d->allKeys()->Object::description());
-  EXPECT_EQ(describeUTF8(d), "{\n\t(\n    " + keys + ",\n    a,\n    b\n) = 9;\n\ta = 1;\n\tb = 2\n}");
-  setAssertionHandler(previous);
-  EXPECT_EQ(reports.size(), 1u);
+  {
+    RecordedAssertions reports;
+    std::string keys = describeUTF8(d->allKeys()->Object::description());
+    EXPECT_EQ(describeUTF8(d), "{\n\t(\n    " + keys + ",\n    a,\n    b\n) = 9;\n\ta = 1;\n\tb = 2\n}");
+    EXPECT_EQ(reports.failures.size(), 1u);
+  }
 
   // Copies share the key list, so they are equal without a walk; two
   // dictionaries each holding its own key list would compare without end.

@@ -13,10 +13,10 @@
 #include "tests/support/RaisedException.h"
 #include "tests/support/RecordedAssertions.h"
 #include "tq/concurrency/TQOperationQueue.h"
-#include "tq/platform/object/Assert.h"
 #include "tq/platform/dispatch/DispatchSemaphore.h"
-#include "tq/platform/object/Exception.h"
 #include "tq/platform/dispatch/RunLoop.h"
+#include "tq/platform/object/Assert.h"
+#include "tq/platform/object/Exception.h"
 #include "tq/platform/value/String.h"
 
 namespace tq {
@@ -286,13 +286,6 @@ TEST(TQOperationQueueTest, MainQueueOperationHoldsBackTheFinalOperation) {
   EXPECT_FALSE(finalRan.load()) << "the final operation waits for the main-queue operation";
   EXPECT_TRUE(RunLoop::main().runUntil([&] { return finalRan.load(); }, 5));
   EXPECT_TRUE(onMain.load());
-}
-
-TEST(TQOperationQueueTest, SerialQueueFactory) {
-  auto queue = newSerialQueueWithName(str("serial"), QualityOfService::Utility);
-  EXPECT_EQ(queue->maxConcurrentOperationCount(), 1);
-  EXPECT_EQ(queue->name()->utf8(), "serial");
-  EXPECT_EQ(queue->qualityOfService(), QualityOfService::Utility);
 }
 
 }  // namespace

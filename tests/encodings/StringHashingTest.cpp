@@ -14,11 +14,9 @@ using namespace TQFoundationHashing;
 std::string md5(std::string_view text) { return hexMD5String(*str(text))->utf8(); }
 
 TEST(StringHashing, MD5MatchesTheReferenceSuite) {
+  // One block, padding that spills into a second block, and two blocks.
   EXPECT_EQ(md5(""), "d41d8cd98f00b204e9800998ecf8427e");
-  EXPECT_EQ(md5("a"), "0cc175b9c0f1b6a831c399e269772661");
   EXPECT_EQ(md5("abc"), "900150983cd24fb0d6963f7d28e17f72");
-  EXPECT_EQ(md5("message digest"), "f96b697d7cb7938d525a2f31aaf161d0");
-  EXPECT_EQ(md5("abcdefghijklmnopqrstuvwxyz"), "c3fcd3d76192e4007dfb496cca67e13b");
   EXPECT_EQ(md5("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789"), "d174ab98d277d9f5a5611c2c9f419d9f");
   EXPECT_EQ(md5("12345678901234567890123456789012345678901234567890123456789012345678901234567890"),
             "57edf4a22be3c955ac49da2e2107b67a");
@@ -49,7 +47,6 @@ TEST(StringHashing, SHA256AndItsShortForm) {
   EXPECT_EQ(sha256HashString(*str("\u00e9"))->utf8(), sha256HashString(*String::fromUTF8("\xc3\xa9"))->utf8());
   EXPECT_EQ(shortSHAHashString(*str(""))->utf8(), "47DEQpj8HBSa");
   EXPECT_EQ(shortSHAHashString(*str("abc"))->utf8(), "ungWv48Bz_pB");  // "+" written as "_"
-  EXPECT_EQ(shortSHAHashString(*str("hello"))->utf8(), "LPJNul_wow4m");
 }
 
 TEST(StringHashing, RawMD5AndItsTruncation) {

@@ -44,6 +44,7 @@ TEST(ModifiedUTF7Test, MailboxNamesBothWays) {
   EXPECT_EQ(UTF7Encoding::decodedUTF7String(*str("a&-b"))->utf8(), "a&b");
   EXPECT_EQ(UTF7Encoding::decodedUTF7String(*str("caf\u00e9")), nullptr);
   EXPECT_EQ(UTF7Encoding::decodedUTF7String(*str("&AOk")), nullptr);
+  EXPECT_EQ(UTF7Encoding::decodedUTF7String(*str("&Jjo!")), nullptr);
   // Modified UTF-7 is Base64 of UTF-16 units, so even an unpaired surrogate has a form.
   EXPECT_EQ(UTF7Encoding::encodedUTF7String(String(std::u16string(1, char16_t(0xD800))))->utf8(), "&2AA-");
 }

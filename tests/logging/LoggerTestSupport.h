@@ -34,7 +34,6 @@ inline std::string readWholeFile(const fs::path& path) {
   return out.str();
 }
 
-// 2024-05-02 09:15:03.120 UTC, as seconds since the reference date.
 /// The moment every logger test writes at (2024-05-02 09:15:03.120 UTC).
 inline constexpr double fixedMomentSince1970 = 1714641303.120 + 0.0001;
 

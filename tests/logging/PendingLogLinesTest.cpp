@@ -65,20 +65,5 @@ TEST(PendingLogLinesTest, LinesComeBackInOrderWithEveryPieceAcrossChunkBoundarie
   }
 }
 
-TEST(PendingLogLinesTest, SwapHandsOverAndClearEmpties) {
-  PendingLogLines a, b;
-  LogFileLine line;
-  line.text = "one";
-  a.append(line);
-  EXPECT_FALSE(a.empty());
-  a.swap(b);
-  EXPECT_TRUE(a.empty());
-  ASSERT_EQ(copies(b).size(), 1u);
-  EXPECT_EQ(copies(b)[0].text, "one");
-  b.clear();
-  EXPECT_TRUE(b.empty());
-  EXPECT_TRUE(copies(b).empty());
-}
-
 }  // namespace
 }  // namespace tq::detail

@@ -5,7 +5,8 @@
 // sanitizer). Under ThreadSanitizer the default is 8 x 10,000;
 // TQ_STRESS_LINES sets the per-thread count explicitly.
 
-#include <charconv>
+#include <cstdio>
+#include <sstream>
 #include <thread>
 #include <vector>
 
@@ -56,33 +57,24 @@ TEST(TQLoggerStressTest, EightThreadsLoseNothingAndKeepTheirOrder) {
   for (auto& thread : threads) thread.join();
   logger->flush();
 
-  std::string contents = readWholeFile(path);
+  // Each line: "STAMP 🧵 N : worker T line I payload-...".
+  const std::string text = readWholeFile(path);
+  EXPECT_TRUE(text.ends_with("\n")) << "unterminated last line";
+  std::istringstream contents(text);
   std::vector<long> next(kThreads, 0);
   long lines = 0, malformed = 0;
-  std::size_t pos = 0;
-  const std::string marker = " : worker ";
-  while (pos < contents.size()) {
-    std::size_t end = contents.find('\n', pos);
-    ASSERT_NE(end, std::string::npos) << "unterminated last line";
-    std::string_view line(contents.data() + pos, end - pos);
-    pos = end + 1;
-    ++lines;
-    // "STAMP 🧵 N : worker T line I payload-..."
-    std::size_t at = line.find(marker);
-    if (line.size() < 24 || line[4] != '-' || line[19] != '.' || at == std::string_view::npos ||
-        !line.ends_with(" payload-abcdefghijklmnopqrstuvwxyz")) {
+  const std::string marker = " : worker ", payload = " payload-abcdefghijklmnopqrstuvwxyz";
+  for (std::string line; std::getline(contents, line); ++lines) {
+    const std::size_t at = line.find(marker);
+    int t = -1;
+    long i = -1;
+    char tail[40] = "";
+    if (line.size() < 24 || line[4] != '-' || line[19] != '.' || at == std::string::npos ||
+        std::sscanf(line.c_str() + at + marker.size(), "%d line %ld%39[^\n]", &t, &i, tail) != 3 || t < 0 ||
+        t >= kThreads || tail != payload) {
       ++malformed;
       continue;
     }
-    int t = 0;
-    long i = 0;
-    const char* p = line.data() + at + marker.size();
-    auto r1 = std::from_chars(p, line.data() + line.size(), t);
-    if (r1.ec != std::errc() || t < 0 || t >= kThreads || std::string_view(r1.ptr, 6) != " line ") {
-      ++malformed;
-      continue;
-    }
-    std::from_chars(r1.ptr + 6, line.data() + line.size(), i);
     EXPECT_EQ(i, next[t]) << "thread " << t << " out of order";
     next[t] = i + 1;
   }
