@@ -33,8 +33,7 @@ TEST(AppearancePortal, ReadsTheSchemeFromEitherVersionAndFollowsItsSignal) {
     ASSERT_TRUE(portal.ready());
     int changes = 0;
     std::string error;
-    auto appearance = PortalAppearance::connect(
-        bus.address(), [&] { ++changes; }, 2.0, &error);
+    auto appearance = PortalAppearance::connect(bus.address(), [&] { ++changes; }, 2.0, &error);
     ASSERT_TRUE(appearance) << error;
     EXPECT_EQ(appearance->scheme(), PortalAppearance::Scheme::PreferDark) << "first version: " << firstVersion;
     EXPECT_EQ(appearance->isDark(), std::optional<bool>(true));
@@ -62,8 +61,7 @@ TEST(AppearancePortal, WithoutAPortalTheEnvironmentDecidesUntilThePortalSpeaks) 
   FakeSettingsPortal portal(bus.address(), 1);
   ASSERT_TRUE(portal.ready());
   portal.setScheme(2);
-  EXPECT_TRUE(
-      RunLoop::main().runUntil([&] { return appearance->scheme() == PortalAppearance::Scheme::PreferLight; }, 5.0));
+  EXPECT_TRUE(RunLoop::main().runUntil([&] { return appearance->scheme() == PortalAppearance::Scheme::PreferLight; }, 5.0));
   ScopedEnvironment environment(FixedEnvironment({{"TQ_APPEARANCE", "dark"}}));
   EXPECT_FALSE(chain.isDark()) << "a stated preference comes before the environment";
 

@@ -22,18 +22,13 @@ TEST(CharsetTest, NamesAndAliasesInAnyCaseAndUnknownNamesAreInvalid) {
   // Each charset's own name is checked both ways for every named charset
   // below; here, the spellings mail carries and the names that are no charset.
   const std::string tooLong(200, 'a');
-  const std::pair<std::string_view, StringEncoding> cases[] = {{"Iso-8859-2", ISOLatin2StringEncoding},
-                                                               {"us-ascii", ASCIIStringEncoding},
-                                                               {"utf-16", UnicodeStringEncoding},
-                                                               {"macintosh", MacOSRomanStringEncoding},
-                                                               {"latin1", ISOLatin1StringEncoding},
-                                                               {"utf8", UTF8StringEncoding},
-                                                               {"cp1252", WindowsCP1252StringEncoding},
-                                                               {"ks_c_5601-1987", DOSKoreanStringEncoding},
-                                                               {"x-unknown", InvalidStringEncoding},
-                                                               {"utf-8*en", InvalidStringEncoding},
-                                                               {"", InvalidStringEncoding},
-                                                               {tooLong, InvalidStringEncoding}};
+  const std::pair<std::string_view, StringEncoding> cases[] = {
+      {"Iso-8859-2", ISOLatin2StringEncoding},   {"us-ascii", ASCIIStringEncoding},
+      {"utf-16", UnicodeStringEncoding},         {"macintosh", MacOSRomanStringEncoding},
+      {"latin1", ISOLatin1StringEncoding},       {"utf8", UTF8StringEncoding},
+      {"cp1252", WindowsCP1252StringEncoding},   {"ks_c_5601-1987", DOSKoreanStringEncoding},
+      {"x-unknown", InvalidStringEncoding},      {"utf-8*en", InvalidStringEncoding},
+      {"", InvalidStringEncoding},               {tooLong, InvalidStringEncoding}};
   for (const auto& [name, encoding] : cases) EXPECT_EQ(Charset::encodingForIANAName(name), encoding) << name;
   EXPECT_EQ(Charset::encodingForIANAName(std::u16string_view(u"utf-8\u00e9")), InvalidStringEncoding);
   EXPECT_EQ(Charset::ianaName(ISOLatin2StringEncoding), "ISO-8859-2");
@@ -45,9 +40,9 @@ TEST(CharsetTest, NamesAndAliasesInAnyCaseAndUnknownNamesAreInvalid) {
 TEST(CharsetTest, RepeatedLookupsOfManyNamesKeepTheirAnswers) {
   // Text names are answered from a per-thread memory of the last sixteen;
   // more names than it holds, in turn, must each keep the first answer.
-  const char* names[] = {"utf-8",      "UTF-8",  "iso-8859-1", "windows-1252", "koi8-r",       "no-such-charset",
-                         "ISO-8859-2", "utf-16", "us-ascii",   "Shift_JIS",    "iso-8859-16",  "x",
-                         "big5",       "euc-kr", "gb2312",     "KOI8-U",       "windows-1250", "iso-2022-jp"};
+  const char* names[] = {"utf-8",   "UTF-8",    "iso-8859-1", "windows-1252", "koi8-r",      "no-such-charset",
+                         "ISO-8859-2", "utf-16", "us-ascii", "Shift_JIS",  "iso-8859-16",  "x",
+                         "big5",  "euc-kr",   "gb2312",   "KOI8-U",     "windows-1250", "iso-2022-jp"};
   for (int round = 0; round < 3; ++round) {
     for (const char* name : names) {
       const std::string_view narrow(name);

@@ -155,18 +155,12 @@ TEST(QuotedPrintableBodyEncoderTest, UTF8BodiesAgreeWithTheCharacterWalkAcrossLo
     std::u16string units;
     std::string escaped;
   };
-  const Piece pieces[] = {{u"a", "a"},
-                          {u"Zz09", "Zz09"},
-                          {u" ", " "},
-                          {u"%&'()*+,-./:;<>?_", "%&'()*+,-./:;<>?_"},
-                          {u"=", "=3D"},
-                          {u"!\"#$@[\\]^`{|}~", "=21=22=23=24=40=5B=5C=5D=5E=60=7B=7C=7D=7E"},
-                          {u"\t", "=09"},
-                          {u"\r", "\r"},
-                          {u"\n", "\n"},
-                          {u"\r\n", "\r\n"},
-                          {u"\u00e9", "=C3=A9"},
-                          {u"\u20ac", "=E2=82=AC"},
+  const Piece pieces[] = {{u"a", "a"},          {u"Zz09", "Zz09"},
+                          {u" ", " "},          {u"%&'()*+,-./:;<>?_", "%&'()*+,-./:;<>?_"},
+                          {u"=", "=3D"},        {u"!\"#$@[\\]^`{|}~", "=21=22=23=24=40=5B=5C=5D=5E=60=7B=7C=7D=7E"},
+                          {u"\t", "=09"},       {u"\r", "\r"},
+                          {u"\n", "\n"},       {u"\r\n", "\r\n"},
+                          {u"\u00e9", "=C3=A9"}, {u"\u20ac", "=E2=82=AC"},
                           {u"\U0001F600", "=F0=9F=98=80"}};
   std::mt19937 random(11);
   for (int round = 0; round < 150; ++round) {
@@ -216,11 +210,9 @@ TEST(QuotedPrintableBodyEncoderTest, BytesAndTextAgreeWhereTheEncoderCutsTheBody
   auto escape = [](std::string_view bytes) {
     std::string escaped;
     for (unsigned char c : bytes) {
-      const bool plain =
-          (c >= 0x20 && c <= 0x7D && std::string_view("=!\"#$@[\\]^`{|}~").find(char(c)) == std::string_view::npos) ||
-          c == '\r' || c == '\n';
-      escaped += plain ? std::string(1, char(c))
-                       : "=" + std::string(1, "0123456789ABCDEF"[c >> 4]) + "0123456789ABCDEF"[c & 15];
+      const bool plain = (c >= 0x20 && c <= 0x7D && std::string_view("=!\"#$@[\\]^`{|}~").find(char(c)) == std::string_view::npos) ||
+                         c == '\r' || c == '\n';
+      escaped += plain ? std::string(1, char(c)) : "=" + std::string(1, "0123456789ABCDEF"[c >> 4]) + "0123456789ABCDEF"[c & 15];
     }
     return escaped;
   };
@@ -245,9 +237,8 @@ TEST(QuotedPrintableBodyEncoderTest, UnpairedSurrogatesLeaveUTF8ForSixteenBitUni
   // However far into a long body the stray half is, and whichever half it is;
   // with no charset asked for, there is no smallest-charset fallback either.
   const std::u16string plain(10000, u'a');
-  for (const std::u16string& body :
-       {plain + char16_t(0xD83D), char16_t(0xDE00) + plain, plain + char16_t(0xD83D) + u"b" + plain,
-        plain + u"\U0001F600" + char16_t(0xDE00)}) {
+  for (const std::u16string& body : {plain + char16_t(0xD83D), char16_t(0xDE00) + plain,
+                                     plain + char16_t(0xD83D) + u"b" + plain, plain + u"\U0001F600" + char16_t(0xDE00)}) {
     for (StringEncoding asked : {UTF8StringEncoding, StringEncoding(0)}) {
       StringEncoding used = 99;
       EXPECT_NE(quotedPrintableStringForPlainTextBody(String(body), asked, &used), nullptr);
