@@ -103,7 +103,7 @@ TEST(LaunchArgumentsTest, AChildProcessReadsItsCommandLineIntoTheArgumentDomain)
   testing::SettingsFolder folder;
   const std::string report = folder.file("report.json");
   pid_t child =
-      testing::startChildTest("LaunchArgumentsChild.DISABLED_ReportsItsArguments", {{"TQ_LAUNCH_REPORT", report}}, -1,
+      testing::startChildTest("LaunchArgumentsChild.DISABLED_ReportsItsArguments", {{"TQ_LAUNCH_REPORT", report}},
                               {"-greeting", "hello there", "-verbose", "YES", "-quiet", "0", "-count", "5", "-list",
                                "(a, \"b c\")", "--", "-after", "x"});
   ASSERT_GT(child, 0);

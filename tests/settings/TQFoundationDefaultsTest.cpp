@@ -4,10 +4,10 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/settings/SettingsTestSupport.h"
-#include "tq/platform/collection/KeyValueObserving.h"
 #include <fcntl.h>
 #include <unistd.h>
+#include "tests/settings/SettingsTestSupport.h"
+#include "tq/platform/collection/KeyValueObserving.h"
 
 #include <atomic>
 #include <optional>
@@ -16,8 +16,8 @@
 #include <vector>
 
 #include "tq/platform/defaults/UserDefaults.h"
-#include "tq/platform/system/FileCoordinator.h"
 #include "tq/platform/object/Assert.h"
+#include "tq/platform/system/FileCoordinator.h"
 #include "tq/platform/value/Color.h"
 
 namespace tq {
@@ -115,8 +115,8 @@ TEST_F(TQFoundationDefaultsTest, ReadsOnManyThreadsFollowAnArgumentDomainReplace
     readers.emplace_back([&] {
       while (replacing.load()) {
         auto value = cast<String>(store->defaultForKey(*key));
-        if (!value || !(value->isEqualToString("first") || value->isEqualToString("a") ||
-                        value->isEqualToString("b") || value->isEqualToString("last"))) {
+        if (!value || !(value->isEqualToString("first") || value->isEqualToString("a") || value->isEqualToString("b") ||
+                        value->isEqualToString("last"))) {
           ++wrong;
         }
       }
@@ -214,8 +214,8 @@ TEST_F(TQFoundationDefaultsTest, BulkLookupFindsEachKeyInItsLayerAndLeavesMissin
   store->setDefault(num(1), "stored");
   store->setVolatileDefault(num(2), "volatile");
   store->registerDefaults(*dict({{str("registered"), num(3)}}));
-  auto found = store->defaultsForKeys(*Array::arrayWithObjects({str("stored"), str("volatile"), str("registered"),
-                                                                 str("missing")}));
+  auto found = store->defaultsForKeys(
+      *Array::arrayWithObjects({str("stored"), str("volatile"), str("registered"), str("missing")}));
   EXPECT_TRUE(found->isEqual(*dict({{str("stored"), num(1)}, {str("volatile"), num(2)}, {str("registered"), num(3)}})));
 }
 
@@ -230,7 +230,8 @@ TEST_F(TQFoundationDefaultsTest, SetUpWritesInitialValuesAndTheVersionToANewFile
   EXPECT_TRUE(contents->objectForKey("TQgreeting")->isEqual(*str("hello")));
   EXPECT_TRUE(contents->objectForKey("TQcount")->isEqual(*num(3)));
   EXPECT_TRUE(contents->objectForKey("TQupgradeMark")->isEqual(*str("upgraded")));
-  EXPECT_TRUE(contents->objectForKey("defaultVersions")->isEqual(*dict({{str("com.example.initial"), str("20200911")}})));
+  EXPECT_TRUE(
+      contents->objectForKey("defaultVersions")->isEqual(*dict({{str("com.example.initial"), str("20200911")}})));
   EXPECT_TRUE(store->buildBranch()->isEqual(*str("main")));
   EXPECT_TRUE(store->buildCommit()->isEqual(*str("abc123")));
 }
@@ -239,8 +240,8 @@ TEST_F(TQFoundationDefaultsTest, StoredValuesWinAndACurrentVersionIsNeverUpgrade
   writeFile(dict({{str("TQgreeting"), str("stored")},
                   {str("defaultVersions"), dict({{str("com.example.initial"), str("20200911")}})}}));
   StoreSetting setting = prefixed("TQ");
-  setting.bundle = makeBundle(folder.file("Initial.bundle"), "com.example.initial",
-                              dict({{str("greeting"), str("hello")}}));
+  setting.bundle =
+      makeBundle(folder.file("Initial.bundle"), "com.example.initial", dict({{str("greeting"), str("hello")}}));
   auto store = makeStore("Defaults.plist", setting);
   EXPECT_TRUE(store->upgradedFrom.empty());
   EXPECT_EQ(store->repairCalls, 1);
@@ -266,7 +267,8 @@ TEST_F(TQFoundationDefaultsTest, AnOlderStoredVersionIsUpgradedFromThatVersion) 
   writeFile(dict({{str("defaultVersions"), dict({{str("com.example.product"), str("20190101")}})}}));
   auto store = makeStore();
   EXPECT_EQ(store->upgradedFrom, (std::vector<std::int64_t>{20190101}));
-  EXPECT_TRUE(fileContents()->objectForKey("defaultVersions")->isEqual(*dict({{str("com.example.product"), str("20200911")}})));
+  EXPECT_TRUE(
+      fileContents()->objectForKey("defaultVersions")->isEqual(*dict({{str("com.example.product"), str("20200911")}})));
 }
 
 // A file system that notes, at each read of the defaults file, whether some
@@ -275,22 +277,12 @@ class LockWitness : public FileSystem {
  public:
   explicit LockWitness(std::string file) : file_(std::move(file)) {}
   std::optional<std::string> readFile(const std::string& path, std::error_code* error) const override {
-    if (path == file_) exclusiveAtRead.push_back(heldExclusively());
+    if (path == file_) exclusiveAtRead.push_back(testing::lockHeldExclusively(file_));
     return FileSystem::readFile(path, error);
   }
   mutable std::vector<bool> exclusiveAtRead;
 
  private:
-  bool heldExclusively() const {
-    int fd = ::open(FileCoordinator::lockFilePath(file_).c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) return false;
-    struct flock probe {};
-    probe.l_type = F_RDLCK;  // only an exclusive hold stands in a reader's way
-    probe.l_whence = SEEK_SET;
-    bool exclusive = ::fcntl(fd, F_OFD_GETLK, &probe) == 0 && probe.l_type != F_UNLCK;
-    ::close(fd);
-    return exclusive;
-  }
   std::string file_;
 };
 
@@ -323,7 +315,8 @@ class SharedStore : public TQDefaultsSubclass<SharedStore> {
   Ref<String> pathToDefaults() const override { return str(path()); }
   static const std::string& path() {
     static const std::string file =
-        (std::filesystem::temp_directory_path() / ("tq-shared-store-" + std::to_string(::getpid()) + ".plist")).string();
+        (std::filesystem::temp_directory_path() / ("tq-shared-store-" + std::to_string(::getpid()) + ".plist"))
+            .string();
     return file;
   }
 };
