@@ -131,6 +131,17 @@ class PlatformLogRecorder {
   PlatformLogHandler previous_ = nullptr;
 };
 
+/// What an observer heard: "will <key>" before a change when asked for
+/// prior notice, "did <key>" after.
+class Announcements : public Object {
+ public:
+  void observeValueForKeyPath(const String& keyPath, const Id&, const Ref<Dictionary>& change, void*) override {
+    bool prior = change && change->objectForKey("notificationIsPrior");
+    heard.push_back((prior ? "will " : "did ") + keyPath.utf8());
+  }
+  std::vector<std::string> heard;
+};
+
 /// The fixture of the settings tests: a folder, a manual wall clock (so the
 /// 5-second cache is the test's to expire), and no managers left behind.
 class SettingsTest : public ::testing::Test {

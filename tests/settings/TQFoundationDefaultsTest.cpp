@@ -4,20 +4,16 @@
 
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
-#include <unistd.h>
-#include "tests/settings/SettingsTestSupport.h"
-#include "tq/platform/collection/KeyValueObserving.h"
-
 #include <atomic>
-#include <optional>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "tests/settings/SettingsTestSupport.h"
+#include "tq/platform/collection/KeyValueObserving.h"
 #include "tq/platform/defaults/UserDefaults.h"
 #include "tq/platform/object/Assert.h"
-#include "tq/platform/system/FileCoordinator.h"
 #include "tq/platform/value/Color.h"
 
 namespace tq {
@@ -25,7 +21,6 @@ namespace {
 
 using testing::makeBundle;
 using testing::SettingsTest;
-using testing::StoreSetting;
 using testing::TestStore;
 
 class TQFoundationDefaultsTest : public SettingsTest {
@@ -35,17 +30,12 @@ class TQFoundationDefaultsTest : public SettingsTest {
     UserDefaults::resetStandardUserDefaults();
     SettingsTest::TearDown();
   }
-  StoreSetting prefixed(const std::string& prefix) {
-    StoreSetting setting;
-    setting.prefix = prefix;
-    return setting;
-  }
 };
 
 TEST_F(TQFoundationDefaultsTest, LayersAnswerInOrderVolatileArgumentsFileRegistered) {
   UserDefaults::setArguments({"-layered", "fromArguments"});
   UserDefaults::resetStandardUserDefaults();
-  auto store = makeStore("Defaults.plist", prefixed("TQ"));
+  auto store = makeStore("Defaults.plist", {.prefix = "TQ"});
   store->registerDefaults(*dict({{str("layered"), str("registered")}}));
   EXPECT_TRUE(store->defaultForKey("layered")->isEqual(*str("fromArguments")));
 
@@ -73,7 +63,7 @@ TEST_F(TQFoundationDefaultsTest, LayersAnswerInOrderVolatileArgumentsFileRegiste
 TEST_F(TQFoundationDefaultsTest, AChangedArgumentDomainReachesTheNextReadOfAKeyReadBefore) {
   UserDefaults::setArguments({"-TQwide", "yes"});
   UserDefaults::resetStandardUserDefaults();
-  auto store = makeStore("Defaults.plist", prefixed("TQ"));
+  auto store = makeStore("Defaults.plist", {.prefix = "TQ"});
   store->setDefault(str("stored"), "wide");
   EXPECT_TRUE(store->boolForKey("wide"));
   EXPECT_TRUE(store->defaultForKey("wide")->isEqual(*str("yes")));
@@ -102,23 +92,21 @@ TEST_F(TQFoundationDefaultsTest, AChangedArgumentDomainReachesTheNextReadOfAKeyR
 TEST_F(TQFoundationDefaultsTest, ReadsOnManyThreadsFollowAnArgumentDomainReplacedMeanwhile) {
   UserDefaults::setArguments({"-wide", "first"});
   UserDefaults::resetStandardUserDefaults();
-  auto store = makeStore("Defaults.plist", prefixed("TQ"));
+  auto store = makeStore("Defaults.plist", {.prefix = "TQ"});
   store->setDefault(str("stored"), "wide");
   auto standard = UserDefaults::standardUserDefaults();
   const auto argumentDomain = str(UserDefaults::ArgumentDomain);
   const auto key = str("wide");
 
+  const std::set<std::string> domainValues{"first", "a", "b", "last"};
   std::atomic<bool> replacing{true};
   std::atomic<int> wrong{0};
   std::vector<std::thread> readers;
   for (int t = 0; t < 3; ++t) {
     readers.emplace_back([&] {
-      while (replacing.load()) {
+      while (replacing) {
         auto value = cast<String>(store->defaultForKey(*key));
-        if (!value || !(value->isEqualToString("first") || value->isEqualToString("a") || value->isEqualToString("b") ||
-                        value->isEqualToString("last"))) {
-          ++wrong;
-        }
+        wrong += !value || !domainValues.count(value->utf8());
       }
     });
   }
@@ -132,9 +120,7 @@ TEST_F(TQFoundationDefaultsTest, ReadsOnManyThreadsFollowAnArgumentDomainReplace
 
   std::vector<std::string> seen(3);
   readers.clear();
-  for (int t = 0; t < 3; ++t) {
-    readers.emplace_back([&, t] { seen[t] = store->stringForKey(*key)->utf8(); });
-  }
+  for (auto& value : seen) readers.emplace_back([&] { value = store->stringForKey(*key)->utf8(); });
   for (auto& reader : readers) reader.join();
   EXPECT_EQ(seen, std::vector<std::string>(3, "last"));
   EXPECT_EQ(store->stringForKey(*key)->utf8(), "last");
@@ -171,9 +157,7 @@ TEST_F(TQFoundationDefaultsTest, TypedWritersStoreOnlyValuesOfTheirKind) {
 }
 
 TEST_F(TQFoundationDefaultsTest, KeysArePrefixedOnceAndUnprefixedKeysKeepTheirNames) {
-  auto setting = prefixed("Kit");
-  setting.unprefixed = {"shared"};
-  auto store = makeStore("Defaults.plist", setting);
+  auto store = makeStore("Defaults.plist", {.prefix = "Kit", .unprefixed = {"shared"}});
   EXPECT_TRUE(store->_componentKeyForKey("color")->isEqual(*str("Kitcolor")));
   EXPECT_TRUE(store->mappedKeyForComponentKey("Kitcolor")->isEqual(*str("color")));
   EXPECT_TRUE(store->_componentKeyForKey("Kitcolor")->isEqual(*str("Kitcolor")));
@@ -190,27 +174,19 @@ TEST_F(TQFoundationDefaultsTest, KeysArePrefixedOnceAndUnprefixedKeysKeepTheirNa
 
 // An observer of a plain key hears of a change written under its component
 // key, as another process's write announces it.
-class KeyObserver : public Object {
- public:
-  void observeValueForKeyPath(const String& keyPath, const Id&, const Ref<Dictionary>&, void*) override {
-    heard.push_back(keyPath.utf8());
-  }
-  std::vector<std::string> heard;
-};
-
 TEST_F(TQFoundationDefaultsTest, ObserversOfEitherNameHearOfAChange) {
-  auto store = makeStore("Defaults.plist", prefixed("TQ"));
-  auto observer = make<KeyObserver>();
+  auto store = makeStore("Defaults.plist", {.prefix = "TQ"});
+  auto observer = make<testing::Announcements>();
   addObserver(store, observer, *str("volume"), KeyValueObservingOptions::New, nullptr);
   addObserver(store, observer, *str("TQvolume"), KeyValueObservingOptions::None, nullptr);
   store->setInteger(11, "volume");
-  EXPECT_EQ(observer->heard, (std::vector<std::string>{"TQvolume", "volume"}));
+  EXPECT_EQ(observer->heard, (std::vector<std::string>{"did TQvolume", "did volume"}));
   removeObserver(store, observer, *str("volume"));
   removeObserver(store, observer, *str("TQvolume"));
 }
 
 TEST_F(TQFoundationDefaultsTest, BulkLookupFindsEachKeyInItsLayerAndLeavesMissingKeysOut) {
-  auto store = makeStore("Defaults.plist", prefixed("TQ"));
+  auto store = makeStore("Defaults.plist", {.prefix = "TQ"});
   store->setDefault(num(1), "stored");
   store->setVolatileDefault(num(2), "volatile");
   store->registerDefaults(*dict({{str("registered"), num(3)}}));
@@ -220,10 +196,10 @@ TEST_F(TQFoundationDefaultsTest, BulkLookupFindsEachKeyInItsLayerAndLeavesMissin
 }
 
 TEST_F(TQFoundationDefaultsTest, SetUpWritesInitialValuesAndTheVersionToANewFile) {
-  StoreSetting setting = prefixed("TQ");
-  setting.bundle = makeBundle(folder.file("Initial.bundle"), "com.example.initial",
-                              dict({{str("greeting"), str("hello")}, {str("TQcount"), num(3)}}));
-  auto store = makeStore("Defaults.plist", setting);
+  auto store = makeStore("Defaults.plist",
+                         {.bundle = makeBundle(folder.file("Initial.bundle"), "com.example.initial",
+                                               dict({{str("greeting"), str("hello")}, {str("TQcount"), num(3)}})),
+                          .prefix = "TQ"});
   EXPECT_EQ(store->upgradedFrom, (std::vector<std::int64_t>{0}));
   auto contents = fileContents();
   ASSERT_NE(contents, nullptr);
@@ -239,10 +215,9 @@ TEST_F(TQFoundationDefaultsTest, SetUpWritesInitialValuesAndTheVersionToANewFile
 TEST_F(TQFoundationDefaultsTest, StoredValuesWinAndACurrentVersionIsNeverUpgraded) {
   writeFile(dict({{str("TQgreeting"), str("stored")},
                   {str("defaultVersions"), dict({{str("com.example.initial"), str("20200911")}})}}));
-  StoreSetting setting = prefixed("TQ");
-  setting.bundle =
-      makeBundle(folder.file("Initial.bundle"), "com.example.initial", dict({{str("greeting"), str("hello")}}));
-  auto store = makeStore("Defaults.plist", setting);
+  auto store = makeStore("Defaults.plist", {.bundle = makeBundle(folder.file("Initial.bundle"), "com.example.initial",
+                                                                 dict({{str("greeting"), str("hello")}})),
+                                            .prefix = "TQ"});
   EXPECT_TRUE(store->upgradedFrom.empty());
   EXPECT_EQ(store->repairCalls, 1);
   EXPECT_TRUE(store->stringForKey("greeting")->isEqual(*str("stored")));
@@ -252,14 +227,11 @@ TEST_F(TQFoundationDefaultsTest, ANewInitialKeyOrARepairIsWrittenOtherwiseTheFil
   auto versions = dict({{str("com.example.product"), str("20200911")}});
   writeFile(dict({{str("defaultVersions"), versions}}));
   auto before = std::filesystem::last_write_time(folder.file("Defaults.plist"));
-  StoreSetting quiet;
-  auto store = makeStore("Defaults.plist", quiet);
+  auto store = makeStore();
   EXPECT_EQ(std::filesystem::last_write_time(folder.file("Defaults.plist")), before);
   _TQDefaultsFileManager::forgetManagers();
 
-  StoreSetting repairing;
-  repairing.repairs = true;
-  auto repaired = makeStore("Defaults.plist", repairing);
+  auto repaired = makeStore("Defaults.plist", {.repairs = true});
   EXPECT_TRUE(fileContents()->objectForKey("repairMark")->isEqual(*str("repaired")));
 }
 
@@ -299,11 +271,13 @@ TEST_F(TQFoundationDefaultsTest, SetUpReadsAndWritesTheFileUnderOneExclusiveHold
   EXPECT_TRUE(fileContents()->objectForKey("fromOther")->isEqual(*num(1)));
 }
 
-TEST_F(TQFoundationDefaultsTest, StoresOfOneFileShareOneManager) {
+TEST_F(TQFoundationDefaultsTest, StoresOfOneFileShareOneManagerEvenThroughASymbolicLink) {
   auto first = makeStore();
-  auto second = makeStore();
+  std::filesystem::create_directory_symlink(folder.path(), folder.file("link"));
+  auto second = makeStore("", {.path = folder.file("link/Defaults.plist")});
   EXPECT_EQ(first->_manager_().get(), second->_manager_().get());
   EXPECT_EQ(first->_manager_()->defaultManagersByUuid()->count(), 2u);
+  EXPECT_TRUE(first->_manager_()->defaultsPathURL()->isEqual(*str(folder.file("Defaults.plist"))));
   first->setInteger(5, "shared");
   EXPECT_EQ(second->integerForKey("shared"), 5);
 }
