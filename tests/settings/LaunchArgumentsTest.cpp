@@ -6,7 +6,6 @@
 
 #include <atomic>
 #include <fstream>
-#include <sstream>
 #include <thread>
 
 #include "tests/settings/AdvancedSettingsTestSupport.h"
@@ -108,11 +107,9 @@ TEST(LaunchArgumentsTest, AChildProcessReadsItsCommandLineIntoTheArgumentDomain)
                                "(a, \"b c\")", "--", "-after", "x"});
   ASSERT_GT(child, 0);
   ASSERT_EQ(testing::waitForChild(child, 60), 0);
-  std::ifstream in(report);
-  std::stringstream text;
-  text << in.rdbuf();
-  auto found = cast<Dictionary>(JSON::read(text.str()));
-  ASSERT_TRUE(found) << text.str();
+  const std::string text = FileSystem::system()->readFile(report).value_or("");
+  auto found = cast<Dictionary>(JSON::read(text));
+  ASSERT_TRUE(found) << text;
   EXPECT_TRUE(isEqual(found->objectForKey("greeting"), str("hello there")));
   EXPECT_TRUE(isEqual(found->objectForKey("count"), str("5"))) << "a command-line value has no number form";
   EXPECT_TRUE(isEqual(found->objectForKey("list"), arr({str("a"), str("b c")})));
