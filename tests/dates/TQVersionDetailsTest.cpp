@@ -3,9 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/RecordedAssertions.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tq/dates/TQVersionDetails.h"
-#include "tq/platform/object/Assert.h"
 #include "tq/platform/object/Exception.h"
 #include "tq/platform/system/OperatingSystemVersion.h"
 
@@ -32,6 +32,7 @@ TEST(TQVersionDetailsTest, ReadsEachPartAsALeadingInteger) {
 }
 
 TEST(TQVersionDetailsTest, MoreThanThreePartsFailTheAssertionAtItsFixedPlace) {
+  TQ_REQUIRE_ASSERTIONS();
   EXPECT_FALSE(TQVersionDetails::initWithVersionString(Ref<String>()));
   try {
     TQVersionDetails::initWithVersionString("1.2.3.4");
@@ -40,12 +41,10 @@ TEST(TQVersionDetailsTest, MoreThanThreePartsFailTheAssertionAtItsFixedPlace) {
     EXPECT_EQ(e.reason(), "malformed version string 1.2.3.4");
   }
   // A handler that returns lets parsing go on with the first three parts.
-  AssertionFailure seen;
-  AssertionHandler previous = setAssertionHandler([&](const AssertionFailure& failure) { seen = failure; });
+  testing::RecordedAssertions recorded;
   Ref<TQVersionDetails> version = TQVersionDetails::initWithVersionString("1.2.3b4.5");
-  setAssertionHandler(previous);
-  EXPECT_EQ(seen.file, "TQVersionDetails");
-  EXPECT_EQ(seen.line, 33);
+  ASSERT_EQ(recorded.failures.size(), 1u);
+  EXPECT_EQ(recorded.failures[0].file + ":" + std::to_string(recorded.failures[0].line), "TQVersionDetails:33");
   ASSERT_TRUE(version);
   EXPECT_EQ(version->debugDescription()->utf8(), "1.2.3b4");
 }

@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "tests/settings/SettingsTestSupport.h"
+#include "tests/support/RecordedAssertions.h"
 #include "tq/platform/collection/KeyValueObserving.h"
 #include "tq/platform/defaults/UserDefaults.h"
-#include "tq/platform/object/Assert.h"
 #include "tq/platform/value/Color.h"
 
 namespace tq {
@@ -310,22 +310,19 @@ TEST_F(TQFoundationDefaultsTest, ClassCallsReachTheSubclasssOwnSharedInstance) {
 }
 
 TEST_F(TQFoundationDefaultsTest, TheBaseClassAndAForgetfulSubclassReportTheirAssertions) {
-  std::vector<AssertionFailure> seen;
-  auto previous = setAssertionHandler([&](const AssertionFailure& failure) { seen.push_back(failure); });
+  TQ_REQUIRE_ASSERTIONS();
+  testing::RecordedAssertions recorded;
   // The base names no file: its set-up reports that and goes on without one.
   auto base = TQFoundationDefaults::sharedDefaults();
   // A subclass that does not declare its own shared instance reaches the
   // base's, after the report.
   auto forgetful = TestStore::sharedDefaults();
-  setAssertionHandler(previous);
-
+  const auto seen = recorded.failures;
   ASSERT_EQ(seen.size(), 2u);
   EXPECT_EQ(seen[0].description, "SubClasses must override this method and not call super");
-  EXPECT_EQ(seen[0].file, "TQFoundationDefaults");
-  EXPECT_EQ(seen[0].line, 454);
+  EXPECT_EQ(seen[0].file + ":" + std::to_string(seen[0].line), "TQFoundationDefaults:454");
   EXPECT_EQ(seen[1].description, "SubClasses TQFoundationDefaults must implement +sharedDefaults");
-  EXPECT_EQ(seen[1].file, "TQFoundationDefaults");
-  EXPECT_EQ(seen[1].line, 465);
+  EXPECT_EQ(seen[1].file + ":" + std::to_string(seen[1].line), "TQFoundationDefaults:465");
   EXPECT_EQ(forgetful.get(), base.get());
   EXPECT_EQ(base->_manager_(), nullptr);
   EXPECT_EQ(base->defaultForKey("anything"), nullptr);
