@@ -212,27 +212,25 @@ TEST_F(TQFoundationDefaultsTest, SetUpWritesInitialValuesAndTheVersionToANewFile
   EXPECT_TRUE(store->buildCommit()->isEqual(*str("abc123")));
 }
 
-TEST_F(TQFoundationDefaultsTest, StoredValuesWinAndACurrentVersionIsNeverUpgraded) {
+// A file at the current version whose keys hold every initial value: the
+// set-up asks for a repair, and writes only when the repair changed something.
+TEST_F(TQFoundationDefaultsTest, ACurrentFileKeepsItsValuesAndIsLeftAloneUnlessARepairChangesIt) {
   writeFile(dict({{str("TQgreeting"), str("stored")},
                   {str("defaultVersions"), dict({{str("com.example.initial"), str("20200911")}})}}));
-  auto store = makeStore("Defaults.plist", {.bundle = makeBundle(folder.file("Initial.bundle"), "com.example.initial",
-                                                                 dict({{str("greeting"), str("hello")}})),
-                                            .prefix = "TQ"});
-  EXPECT_TRUE(store->upgradedFrom.empty());
+  const auto before = std::filesystem::last_write_time(folder.file("Defaults.plist"));
+  testing::StoreSetting initial{.bundle = makeBundle(folder.file("Initial.bundle"), "com.example.initial",
+                                                     dict({{str("greeting"), str("hello")}})),
+                                .prefix = "TQ"};
+  auto store = makeStore("Defaults.plist", initial);
+  EXPECT_TRUE(store->upgradedFrom.empty()) << "a current version is never upgraded";
   EXPECT_EQ(store->repairCalls, 1);
-  EXPECT_TRUE(store->stringForKey("greeting")->isEqual(*str("stored")));
-}
-
-TEST_F(TQFoundationDefaultsTest, ANewInitialKeyOrARepairIsWrittenOtherwiseTheFileIsLeftAlone) {
-  auto versions = dict({{str("com.example.product"), str("20200911")}});
-  writeFile(dict({{str("defaultVersions"), versions}}));
-  auto before = std::filesystem::last_write_time(folder.file("Defaults.plist"));
-  auto store = makeStore();
+  EXPECT_TRUE(store->stringForKey("greeting")->isEqual(*str("stored"))) << "a stored value wins over the initial one";
   EXPECT_EQ(std::filesystem::last_write_time(folder.file("Defaults.plist")), before);
-  _TQDefaultsFileManager::forgetManagers();
 
-  auto repaired = makeStore("Defaults.plist", {.repairs = true});
-  EXPECT_TRUE(fileContents()->objectForKey("repairMark")->isEqual(*str("repaired")));
+  _TQDefaultsFileManager::forgetManagers();
+  initial.repairs = true;
+  makeStore("Defaults.plist", initial);
+  EXPECT_TRUE(fileContents()->objectForKey("TQrepairMark")->isEqual(*str("repaired")));
 }
 
 TEST_F(TQFoundationDefaultsTest, AnOlderStoredVersionIsUpgradedFromThatVersion) {
