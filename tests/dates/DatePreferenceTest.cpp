@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+
 #include "DateTestSupport.h"
 #include "tq/dates/DatePreference.h"
 #include "tq/platform/value/Number.h"
@@ -13,84 +15,61 @@ namespace {
 using testing::DateWorld;
 using testing::local;
 
-Ref<DatePreference> preset(std::int16_t day, std::uint64_t hour = 0, std::uint64_t minute = 0) {
+Ref<DatePreference> preset(std::int16_t day, std::uint64_t hour = 0, std::uint64_t minute = 0, std::uint64_t days = 0) {
   auto preference = make<DatePreference>();
   preference->relativeDateType = day;
   preference->atHour = hour, preference->atMinute = minute;
+  preference->offsetDayAmount = days;
   return preference;
 }
 
-Ref<DatePreference> offset(std::int16_t unit, std::uint64_t amount) {
+// An offset from now; with `hour` given, days land at that time.
+Ref<DatePreference> offset(std::int16_t unit, std::uint64_t amount, std::optional<std::uint64_t> hour = {},
+                           std::uint64_t minute = 0) {
   auto preference = make<DatePreference>();
   preference->datePreferenceType = DatePreference::OffsetFromNow;
   preference->relativeTimeType = unit;
   preference->offsetTimeAmount = amount;
+  preference->offsetHasTimeComponent = hour.has_value();
+  preference->atHour = hour.value_or(0), preference->atMinute = minute;
   return preference;
 }
 
-struct EvaluationCase {
-  const char* name;
-  const char* now;
-  const char* zone;
-  Ref<DatePreference> (*make)();
-  const char* expected;
-};
-
-class DatePreferenceEvaluationTest : public ::testing::TestWithParam<EvaluationCase> {};
-
-TEST_P(DatePreferenceEvaluationTest, ResolvesRelativeToNow) {
-  const EvaluationCase& c = GetParam();
-  DateWorld world(c.now, c.zone);
-  EXPECT_EQ(local(c.make()->dateRelativeToNow()), c.expected) << c.name;
+TEST(DatePreferenceTest, ResolvesRelativeToNow) {
+  const char* const lastOfJanuary = "2024-01-31T22:30:45Z";
+  const struct {
+    const char* name;
+    const char* now;
+    const char* zone;
+    Ref<DatePreference> preference;
+    const char* expected;
+  } rows[] = {
+      {"today at 9", lastOfJanuary, "UTC", preset(0, 9), "2024-01-31 09:00:00"},
+      {"tomorrow at 23:30 on a month end", lastOfJanuary, "UTC", preset(1, 23, 30), "2024-02-01 23:30:00"},
+      {"in 30 days rolls over months", lastOfJanuary, "UTC", preset(2, 8, 0, 30), "2024-03-01 08:00:00"},
+      {"presets 3 to 10 are today", lastOfJanuary, "UTC", preset(7, 6, 5), "2024-01-31 06:05:00"},
+      {"an unknown preset is today", lastOfJanuary, "UTC", preset(55, 6), "2024-01-31 06:00:00"},
+      {"next Tuesday on a Tuesday is a week away, at midnight", "2024-02-13T10:00:00Z", "UTC", preset(13, 9, 30),
+       "2024-02-20 00:00:00"},
+      {"next Saturday on a Tuesday", "2024-02-13T10:00:00Z", "UTC", preset(17, 9), "2024-02-17 00:00:00"},
+      {"first of next month from December", "2024-12-15T10:00:00Z", "UTC", preset(101, 7), "2025-01-01 07:00:00"},
+      {"last of February in a leap year", "2024-02-10T10:00:00Z", "UTC", preset(102, 18), "2024-02-29 18:00:00"},
+      {"last of February otherwise", "2023-02-10T10:00:00Z", "UTC", preset(102, 18), "2023-02-28 18:00:00"},
+      {"90 minutes, seconds dropped", lastOfJanuary, "UTC", offset(0, 90), "2024-02-01 00:00:00"},
+      // Hours are added to the wall clock's hour: 01:30 + 3 is 04:30, two
+      // hours later on the night that skips one.
+      {"3 hours across spring-forward", "2024-03-10T06:30:00Z", "America/New_York", offset(1, 3),
+       "2024-03-10 04:30:00"},
+      {"2 days at a set time", lastOfJanuary, "UTC", offset(2, 2, 14, 15), "2024-02-02 14:15:00"},
+      {"an unknown offset unit is now", lastOfJanuary, "UTC", offset(9, 4), "2024-01-31 22:30:00"},
+      {"a preset at a time the night skips", "2024-03-09T15:00:00Z", "America/New_York", preset(1, 2, 30),
+       "2024-03-10 03:30:00"},
+      {"tomorrow in Kolkata", "2024-01-31T20:00:00Z", "Asia/Kolkata", preset(1, 8), "2024-02-02 08:00:00"}};
+  for (const auto& row : rows) {
+    DateWorld world(row.now, row.zone);
+    EXPECT_EQ(local(row.preference->dateRelativeToNow()), row.expected) << row.name;
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Presets, DatePreferenceEvaluationTest,
-    ::testing::Values(
-        EvaluationCase{"today at 9", "2024-01-31T22:30:45Z", "UTC", [] { return preset(0, 9); }, "2024-01-31 09:00:00"},
-        EvaluationCase{"tomorrow at 23:30 on a month end", "2024-01-31T22:30:45Z", "UTC",
-                       [] { return preset(1, 23, 30); }, "2024-02-01 23:30:00"},
-        EvaluationCase{"in 30 days rolls over months", "2024-01-31T22:30:45Z", "UTC",
-                       [] {
-                         auto p = preset(2, 8);
-                         p->offsetDayAmount = 30;
-                         return p;
-                       },
-                       "2024-03-01 08:00:00"},
-        EvaluationCase{"presets 3 to 10 are today", "2024-01-31T22:30:45Z", "UTC", [] { return preset(7, 6, 5); },
-                       "2024-01-31 06:05:00"},
-        EvaluationCase{"an unknown preset is today", "2024-01-31T22:30:45Z", "UTC", [] { return preset(55, 6); },
-                       "2024-01-31 06:00:00"},
-        EvaluationCase{"next Tuesday on a Tuesday is a week away, at midnight", "2024-02-13T10:00:00Z", "UTC",
-                       [] { return preset(13, 9, 30); }, "2024-02-20 00:00:00"},
-        EvaluationCase{"next Saturday on a Tuesday", "2024-02-13T10:00:00Z", "UTC", [] { return preset(17, 9); },
-                       "2024-02-17 00:00:00"},
-        EvaluationCase{"first of next month from December", "2024-12-15T10:00:00Z", "UTC",
-                       [] { return preset(101, 7); }, "2025-01-01 07:00:00"},
-        EvaluationCase{"last of February in a leap year", "2024-02-10T10:00:00Z", "UTC", [] { return preset(102, 18); },
-                       "2024-02-29 18:00:00"},
-        EvaluationCase{"last of February otherwise", "2023-02-10T10:00:00Z", "UTC", [] { return preset(102, 18); },
-                       "2023-02-28 18:00:00"},
-        EvaluationCase{"90 minutes, seconds dropped", "2024-01-31T22:30:45Z", "UTC", [] { return offset(0, 90); },
-                       "2024-02-01 00:00:00"},
-        // Hours are added to the wall clock's hour: 01:30 + 3 is 04:30, two
-        // hours later on the night that skips one.
-        EvaluationCase{"3 hours across spring-forward", "2024-03-10T06:30:00Z", "America/New_York",
-                       [] { return offset(1, 3); }, "2024-03-10 04:30:00"},
-        EvaluationCase{"2 days at a set time", "2024-01-31T22:30:45Z", "UTC",
-                       [] {
-                         auto p = offset(2, 2);
-                         p->offsetHasTimeComponent = true;
-                         p->atHour = 14, p->atMinute = 15;
-                         return p;
-                       },
-                       "2024-02-02 14:15:00"},
-        EvaluationCase{"an unknown offset unit is now", "2024-01-31T22:30:45Z", "UTC", [] { return offset(9, 4); },
-                       "2024-01-31 22:30:00"},
-        EvaluationCase{"a preset at a time the night skips", "2024-03-09T15:00:00Z", "America/New_York",
-                       [] { return preset(1, 2, 30); }, "2024-03-10 03:30:00"},
-        EvaluationCase{"tomorrow in Kolkata", "2024-01-31T20:00:00Z", "Asia/Kolkata", [] { return preset(1, 8); },
-                       "2024-02-02 08:00:00"}));
 
 TEST(DatePreferenceTest, DictionaryFormLeavesOutWhatItDoesNotStore) {
   auto preference = preset(1, 9, 30);
@@ -107,10 +86,7 @@ TEST(DatePreferenceTest, DictionaryFormLeavesOutWhatItDoesNotStore) {
   EXPECT_EQ(readBack->atHour * 100 + readBack->atMinute, 930u);
   EXPECT_EQ(readBack->customLabel->utf8(), "Morning");
 
-  auto days = offset(DatePreference::OffsetDays, 3);
-  days->offsetHasTimeComponent = true;
-  days->atHour = 8;
-  Ref<Dictionary> stored = days->dictionaryRepresentation();
+  Ref<Dictionary> stored = offset(DatePreference::OffsetDays, 3, 8)->dictionaryRepresentation();
   EXPECT_EQ(stored->count(), 3u);
   readBack = DatePreference::initWithDictionaryRepresentation(*stored);
   EXPECT_EQ(readBack->offsetTimeAmount, 3u);
@@ -135,9 +111,7 @@ TEST(DatePreferenceTest, MissingKeysReadAsZero) {
 TEST(DatePreferenceTest, AmountsBeyondTheCalendarGiveNil) {
   DateWorld world("2024-01-31T22:30:45Z", "UTC");
   EXPECT_FALSE(offset(DatePreference::OffsetMinutes, ~0ull)->dateRelativeToNow());
-  auto days = preset(DatePreference::InDays);
-  days->offsetDayAmount = 1ull << 40;
-  EXPECT_FALSE(days->dateRelativeToNow());
+  EXPECT_FALSE(preset(DatePreference::InDays, 0, 0, 1ull << 40)->dateRelativeToNow());
 }
 
 TEST(DatePreferenceTest, PickerTimeIsTodayAtTheChosenTime) {
@@ -153,15 +127,14 @@ TEST(DatePreferenceTest, ShortLabels) {
     Ref<DatePreference> preference;
     const char* expected;
   };
-  auto inDays = preset(DatePreference::InDays, 9, 5);
-  inDays->offsetDayAmount = 3;
   auto labelled = preset(1);
   labelled->customLabel = str("Later");
-  for (const Case& c : {Case{preset(0), "Today"}, Case{preset(1, 9, 30), "Tomorrow at 09:30"},
-                        Case{inDays, "In 3 days at 09:05"}, Case{preset(13, 9), "Next Tuesday"},
-                        Case{preset(101), "First of next month"}, Case{preset(102), "Last day of this month"},
-                        Case{offset(0, 1), "In 1 minute"}, Case{offset(1, 5), "In 5 hours"},
-                        Case{offset(2, 1), "In 1 day"}, Case{offset(7, 1), "Now"}, Case{labelled, "Later"}}) {
+  for (const Case& c :
+       {Case{preset(0), "Today"}, Case{preset(1, 9, 30), "Tomorrow at 09:30"},
+        Case{preset(DatePreference::InDays, 9, 5, 3), "In 3 days at 09:05"}, Case{preset(13, 9), "Next Tuesday"},
+        Case{preset(101), "First of next month"}, Case{preset(102), "Last day of this month"},
+        Case{offset(0, 1), "In 1 minute"}, Case{offset(1, 5), "In 5 hours"}, Case{offset(2, 1), "In 1 day"},
+        Case{offset(7, 1), "Now"}, Case{labelled, "Later"}}) {
     EXPECT_EQ(c.preference->shortLabel()->utf8(), c.expected);
   }
 }

@@ -3,43 +3,36 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
-
+#include "tests/support/RecordedAssertions.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tq/dates/TQVersionDetails.h"
-#include "tq/platform/object/Assert.h"
 #include "tq/platform/object/Exception.h"
 #include "tq/platform/system/OperatingSystemVersion.h"
 
 namespace tq {
 namespace {
 
-struct ParseCase {
-  const char* text;
-  std::int64_t major, minor, maintenance, build;
-};
-
-class VersionParseTest : public ::testing::TestWithParam<ParseCase> {};
-
-TEST_P(VersionParseTest, ReadsEachPartAsALeadingInteger) {
-  const ParseCase& c = GetParam();
-  Ref<TQVersionDetails> version = TQVersionDetails::initWithVersionString(c.text);
-  ASSERT_TRUE(version);
-  EXPECT_EQ(version->major(), c.major);
-  EXPECT_EQ(version->minor(), c.minor);
-  EXPECT_EQ(version->maintenance(), c.maintenance);
-  EXPECT_EQ(version->build(), c.build);
-  EXPECT_FALSE(version->branchName());
+TEST(TQVersionDetailsTest, ReadsEachPartAsALeadingInteger) {
+  const struct {
+    const char* text;
+    std::int64_t major, minor, maintenance, build;
+  } rows[] = {{"4.2.1b123", 4, 2, 1, 123}, {"10", 10, 0, 0, 0},           {"4.2", 4, 2, 0, 0},
+              {"1.x.3", 1, 0, 3, 0},       {" -2.+3.4b5b6", -2, 3, 4, 5}, {"", 0, 0, 0, 0},
+              {"1.2.", 1, 2, 0, 0},        {"7.1.0beta", 7, 1, 0, 0},     {"3.0.12rc4", 3, 0, 12, 0}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.text);
+    Ref<TQVersionDetails> version = TQVersionDetails::initWithVersionString(row.text);
+    ASSERT_TRUE(version);
+    EXPECT_EQ(version->major(), row.major);
+    EXPECT_EQ(version->minor(), row.minor);
+    EXPECT_EQ(version->maintenance(), row.maintenance);
+    EXPECT_EQ(version->build(), row.build);
+    EXPECT_FALSE(version->branchName());
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(Texts, VersionParseTest,
-                         ::testing::Values(ParseCase{"4.2.1b123", 4, 2, 1, 123}, ParseCase{"10", 10, 0, 0, 0},
-                                           ParseCase{"4.2", 4, 2, 0, 0}, ParseCase{"1.x.3", 1, 0, 3, 0},
-                                           ParseCase{" -2.+3.4b5b6", -2, 3, 4, 5}, ParseCase{"", 0, 0, 0, 0},
-                                           ParseCase{"1.2.", 1, 2, 0, 0}, ParseCase{"7.1.0beta", 7, 1, 0, 0},
-                                           ParseCase{"3.0.12rc4", 3, 0, 12, 0}));
-
 TEST(TQVersionDetailsTest, MoreThanThreePartsFailTheAssertionAtItsFixedPlace) {
+  TQ_REQUIRE_ASSERTIONS();
   EXPECT_FALSE(TQVersionDetails::initWithVersionString(Ref<String>()));
   try {
     TQVersionDetails::initWithVersionString("1.2.3.4");
@@ -48,48 +41,34 @@ TEST(TQVersionDetailsTest, MoreThanThreePartsFailTheAssertionAtItsFixedPlace) {
     EXPECT_EQ(e.reason(), "malformed version string 1.2.3.4");
   }
   // A handler that returns lets parsing go on with the first three parts.
-  AssertionFailure seen;
-  AssertionHandler previous = setAssertionHandler([&](const AssertionFailure& failure) { seen = failure; });
+  testing::RecordedAssertions recorded;
   Ref<TQVersionDetails> version = TQVersionDetails::initWithVersionString("1.2.3b4.5");
-  setAssertionHandler(previous);
-  EXPECT_EQ(seen.file, "TQVersionDetails");
-  EXPECT_EQ(seen.line, 33);
+  ASSERT_EQ(recorded.failures.size(), 1u);
+  EXPECT_EQ(recorded.failures[0].file + ":" + std::to_string(recorded.failures[0].line), "TQVersionDetails:33");
   ASSERT_TRUE(version);
   EXPECT_EQ(version->debugDescription()->utf8(), "1.2.3b4");
 }
 
-struct CompareCase {
-  const char* a;
-  const char* b;
-  std::uint16_t options;
-  ComparisonResult expected;
-};
-
-class VersionCompareTest : public ::testing::TestWithParam<CompareCase> {};
-
-TEST_P(VersionCompareTest, LevelsNestUnderTheOnesAbove) {
-  const CompareCase& c = GetParam();
-  auto a = TQVersionDetails::initWithVersionString(c.a), b = TQVersionDetails::initWithVersionString(c.b);
-  EXPECT_EQ(a->compare(*b, c.options), c.expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Options, VersionCompareTest,
-    ::testing::Values(CompareCase{"4.2.1b5", "4.2.1b7", 15, ComparisonResult::Ascending},
-                      CompareCase{"4.2.1b5", "4.2.1b7", 0, ComparisonResult::Ascending},
-                      CompareCase{"4.2.1b5", "4.2.1b7", 2, ComparisonResult::Same},
-                      CompareCase{"4.2.1b5", "4.2.1b7", 1, ComparisonResult::Same},
-                      CompareCase{"4.2.1b5", "4.2.1b7", 7, ComparisonResult::Ascending},
-                      CompareCase{"4.3.0", "4.2.9", 4, ComparisonResult::Descending},
-                      CompareCase{"4.3.0", "4.2.9", 15, ComparisonResult::Descending},
-                      CompareCase{"4.3.0", "4.2.9", 2, ComparisonResult::Same},
-                      CompareCase{"4.2.9", "4.2.10", 6, ComparisonResult::Ascending},
-                      CompareCase{"4.2.9", "4.2.10", 8, ComparisonResult::Same},
-                      CompareCase{"5", "4.9.9b9", 8, ComparisonResult::Descending}));
-
-TEST(TQVersionDetailsTest, ComparingWithNilIsDescending) {
+TEST(TQVersionDetailsTest, ComparisonLevelsNestUnderTheOnesAbove) {
+  const struct {
+    const char* a;
+    const char* b;
+    std::uint16_t options;
+    ComparisonResult expected;
+  } rows[] = {
+      {"4.2.1b5", "4.2.1b7", 15, ComparisonResult::Ascending}, {"4.2.1b5", "4.2.1b7", 0, ComparisonResult::Ascending},
+      {"4.2.1b5", "4.2.1b7", 2, ComparisonResult::Same},       {"4.2.1b5", "4.2.1b7", 1, ComparisonResult::Same},
+      {"4.2.1b5", "4.2.1b7", 7, ComparisonResult::Ascending},  {"4.3.0", "4.2.9", 4, ComparisonResult::Descending},
+      {"4.3.0", "4.2.9", 15, ComparisonResult::Descending},    {"4.3.0", "4.2.9", 2, ComparisonResult::Same},
+      {"4.2.9", "4.2.10", 6, ComparisonResult::Ascending},     {"4.2.9", "4.2.10", 8, ComparisonResult::Same},
+      {"5", "4.9.9b9", 8, ComparisonResult::Descending}};
+  for (const auto& row : rows) {
+    auto a = TQVersionDetails::initWithVersionString(row.a), b = TQVersionDetails::initWithVersionString(row.b);
+    EXPECT_EQ(a->compare(*b, row.options), row.expected) << row.a << " " << row.b << " options " << row.options;
+  }
   EXPECT_EQ(TQVersionDetails::initWithVersionString("0")->compare(Ref<TQVersionDetails>()),
-            ComparisonResult::Descending);
+            ComparisonResult::Descending)
+      << "against nil";
 }
 
 TEST(TQVersionDetailsTest, DisplayFormsAndDescriptions) {
@@ -117,20 +96,19 @@ TEST(TQVersionDetailsTest, CopiesKeepEveryField) {
 }
 
 TEST(TQVersionDetailsTest, ReadsTheBundleVersionOrNil) {
-  const std::filesystem::path bundle = std::filesystem::temp_directory_path() / ("tq-version-" + std::to_string(getpid()));
-  std::filesystem::create_directories(bundle / "Contents");
-  EXPECT_FALSE(TQVersionDetails::versionDetailsForBundleAtPath(*str(bundle.string())));
-  std::ofstream(bundle / "Contents/Info.plist")
-      << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>"
-         "<key>CFBundleVersion</key><string>3.1b7</string></dict></plist>\n";
-  auto version = TQVersionDetails::versionDetailsForBundleAtPath(*str(bundle.string()));
+  testing::TemporaryFolder bundle("version");
+  const auto path = str(bundle.folder("Contents").parent_path().string());
+  EXPECT_FALSE(TQVersionDetails::versionDetailsForBundleAtPath(*path));
+  bundle.write("Contents/Info.plist",
+               "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>"
+               "<key>CFBundleVersion</key><string>3.1b7</string></dict></plist>\n");
+  auto version = TQVersionDetails::versionDetailsForBundleAtPath(*path);
   ASSERT_TRUE(version);
   EXPECT_EQ(version->debugDescription()->utf8(), "3.1.0b0");
-  std::ofstream(bundle / "Contents/Info.plist")
-      << "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>CFBundleShortVersionString</key>"
-         "<string>3.1</string></dict></plist>\n";
-  EXPECT_FALSE(TQVersionDetails::versionDetailsForBundleAtPath(*str(bundle.string())));
-  std::filesystem::remove_all(bundle);
+  bundle.write("Contents/Info.plist",
+               "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>"
+               "<key>CFBundleShortVersionString</key><string>3.1</string></dict></plist>\n");
+  EXPECT_FALSE(TQVersionDetails::versionDetailsForBundleAtPath(*path));
 }
 
 TEST(TQVersionDetailsTest, SystemVersionComesFromTheKernelRelease) {

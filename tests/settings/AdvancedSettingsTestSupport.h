@@ -21,7 +21,6 @@ namespace tq::testing {
 class UserDefaultsWorldTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_FALSE(folder.path().empty());
     bundle = makeBundle(folder.file("Host.app"), "org.example.host");
     Bundle::setMainBundle(bundle);
     UserDefaults::setArguments({});

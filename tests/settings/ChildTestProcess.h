@@ -27,14 +27,10 @@ namespace tq::testing {
 
 using ChildVariables = std::vector<std::pair<std::string, std::string>>;
 
-/// The descriptor on which a child started with a report pipe writes.
-inline constexpr int kChildReportDescriptor = 3;
-
 /// Starts this program running only the disabled test `test`, with
 /// `variables` added to its environment; answers its process id, or -1.
-/// When `reportWriteEnd` is given it becomes the child's descriptor 3.
 /// `extraArguments` follow the test program's own on its command line.
-inline pid_t startChildTest(const std::string& test, const ChildVariables& variables, int reportWriteEnd = -1,
+inline pid_t startChildTest(const std::string& test, const ChildVariables& variables,
                             std::vector<std::string> extraArguments = {}) {
   std::vector<std::string> environment;
   for (char** entry = environ; *entry; ++entry) environment.emplace_back(*entry);
@@ -55,13 +51,9 @@ inline pid_t startChildTest(const std::string& test, const ChildVariables& varia
   // The child's own test report would only clutter this one's; its stderr
   // stays, so that a failure or a sanitizer report in the child is seen.
   ::posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-  // Duplicated above 3 first: a dup2 onto itself would keep close-on-exec.
-  int report = reportWriteEnd >= 0 ? ::fcntl(reportWriteEnd, F_DUPFD_CLOEXEC, 10) : -1;
-  if (report >= 0) ::posix_spawn_file_actions_adddup2(&actions, report, kChildReportDescriptor);
   pid_t pid = -1;
   int failed = ::posix_spawn(&pid, program.c_str(), &actions, nullptr, argv.data(), envp.data());
   ::posix_spawn_file_actions_destroy(&actions);
-  if (report >= 0) ::close(report);
   return failed ? -1 : pid;
 }
 

@@ -1,11 +1,12 @@
-// Merging a batch of new values into the file's latest contents: the list of
-// changed keys, dotted keys into stored dictionaries, removals, colours and
-// the change log.
+// Merging a batch of new values into the file's latest contents (the list of
+// changed keys, dotted keys into stored dictionaries, removals, the change
+// log), and the change set of contents brought up to date from the file.
 
 #include <gtest/gtest.h>
 
 #include "tests/settings/SettingsTestSupport.h"
 #include "tq/platform/value/Color.h"
+#include "tq/settings/DictionaryChangeSet.h"
 
 namespace tq {
 namespace {
@@ -84,6 +85,38 @@ TEST(DefaultsMergeTest, LogPreferenceChangesWritesEachPlainChangeToThePlatformLo
   auto silent = mutableDict({{str("logPreferenceChanges"), num(false)}});
   merge(Dictionary::dictionary(), silent, dict({{str("answer"), num(42)}}));
   EXPECT_TRUE(PlatformLogRecorder::messages().empty());
+}
+
+using TQFoundation::changesForUpdatingDictionaryWithEntries;
+
+TEST(DictionaryChangeSetTest, RecordsChangedAndAddedKeysButNotRemovals) {
+  auto receiver = mutableDict({{str("same"), num(1)}, {str("changed"), str("old")}, {str("removed"), num(2)}});
+  auto entries = dict({{str("same"), num(1)}, {str("changed"), str("new")}, {str("added"), num(true)}});
+  auto changes = changesForUpdatingDictionaryWithEntries(*receiver, entries.get());
+  EXPECT_TRUE(changes->isEqual(*dict({{str("changed"), str("new")}, {str("added"), num(true)}})))
+      << "a removal has no value to record";
+  EXPECT_TRUE(receiver->isEqual(*entries));
+  EXPECT_EQ(cast<MutableDictionary>(Id(changes)), nullptr) << "the answer is an immutable copy";
+
+  EXPECT_EQ(changesForUpdatingDictionaryWithEntries(*receiver, nullptr)->count(), 0u);
+  EXPECT_TRUE(receiver->isEqual(*entries)) << "nil entries change nothing";
+}
+
+TEST(DictionaryChangeSetTest, NestedMutableDictionariesAreUpdatedInPlaceOthersReplacedWhole) {
+  auto inner = mutableDict({{str("x"), num(1)}, {str("deep"), mutableDict({{str("y"), num(2)}})}});
+  auto frozen = dict({{str("x"), num(1)}});
+  auto receiver = mutableDict({{str("outer"), inner}, {str("frozen"), frozen}, {str("scalar"), num(1)}});
+  auto entries = dict({{str("outer"), dict({{str("x"), num(5)}, {str("deep"), dict({{str("y"), num(3)}})}})},
+                       {str("frozen"), dict({{str("x"), num(2)}})},
+                       {str("scalar"), dict({{str("x"), num(2)}})}});
+  auto changes = changesForUpdatingDictionaryWithEntries(*receiver, entries.get());
+  EXPECT_TRUE(changes->isEqual(*dict({{str("outer.x"), num(5)},
+                                      {str("outer.deep.y"), num(3)},
+                                      {str("frozen"), dict({{str("x"), num(2)}})},
+                                      {str("scalar"), dict({{str("x"), num(2)}})}})));
+  EXPECT_EQ(receiver->objectForKey("outer").get(), inner.get()) << "the nested dictionary itself was updated";
+  EXPECT_TRUE(inner->objectForKey("x")->isEqual(*num(5)));
+  EXPECT_NE(receiver->objectForKey("frozen").get(), frozen.get()) << "an immutable one is replaced";
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 
 #include <atomic>
 #include <fstream>
-#include <sstream>
 #include <thread>
 
 #include "tests/settings/AdvancedSettingsTestSupport.h"
@@ -103,16 +102,14 @@ TEST(LaunchArgumentsTest, AChildProcessReadsItsCommandLineIntoTheArgumentDomain)
   testing::SettingsFolder folder;
   const std::string report = folder.file("report.json");
   pid_t child =
-      testing::startChildTest("LaunchArgumentsChild.DISABLED_ReportsItsArguments", {{"TQ_LAUNCH_REPORT", report}}, -1,
+      testing::startChildTest("LaunchArgumentsChild.DISABLED_ReportsItsArguments", {{"TQ_LAUNCH_REPORT", report}},
                               {"-greeting", "hello there", "-verbose", "YES", "-quiet", "0", "-count", "5", "-list",
                                "(a, \"b c\")", "--", "-after", "x"});
   ASSERT_GT(child, 0);
   ASSERT_EQ(testing::waitForChild(child, 60), 0);
-  std::ifstream in(report);
-  std::stringstream text;
-  text << in.rdbuf();
-  auto found = cast<Dictionary>(JSON::read(text.str()));
-  ASSERT_TRUE(found) << text.str();
+  const std::string text = FileSystem::system()->readFile(report).value_or("");
+  auto found = cast<Dictionary>(JSON::read(text));
+  ASSERT_TRUE(found) << text;
   EXPECT_TRUE(isEqual(found->objectForKey("greeting"), str("hello there")));
   EXPECT_TRUE(isEqual(found->objectForKey("count"), str("5"))) << "a command-line value has no number form";
   EXPECT_TRUE(isEqual(found->objectForKey("list"), arr({str("a"), str("b c")})));

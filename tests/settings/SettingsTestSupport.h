@@ -3,6 +3,7 @@
 // whose file and bundle the test chooses, a recorder of the platform log and
 // of a store's notifications, and a clock the test moves by hand.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -12,12 +13,14 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/TemporaryFolder.h"
 #include "tq/platform/archive/PropertyList.h"
 #include "tq/platform/bundle/Bundle.h"
 #include "tq/platform/collection/Dictionary.h"
 #include "tq/platform/dispatch/RunLoop.h"
 #include "tq/platform/object/PlatformLog.h"
 #include "tq/platform/system/Clocks.h"
+#include "tq/platform/system/FileCoordinator.h"
 #include "tq/platform/system/FileSystem.h"
 #include "tq/platform/value/Number.h"
 #include "tq/platform/value/String.h"
@@ -27,22 +30,24 @@
 namespace tq::testing {
 
 /// A folder of its own for each test, removed afterwards.
-class SettingsFolder {
- public:
-  SettingsFolder() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "tq-settings-XXXXXX").string();
-    path_ = ::mkdtemp(pattern.data()) ? pattern : std::string();
-  }
-  ~SettingsFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
-  const std::string& path() const { return path_; }
-  std::string file(const std::string& name) const { return path_ + "/" + name; }
-
- private:
-  std::string path_;
+struct SettingsFolder : TemporaryFolder {
+  SettingsFolder() : TemporaryFolder("settings") {}
+  std::string path() const { return string(); }
+  std::string file(const std::string& name) const { return string() + "/" + name; }
 };
+
+/// Whether some open file description holds the lock of `file`
+/// exclusively, as a writer does while it flushes.
+inline bool lockHeldExclusively(const std::string& file) {
+  int fd = ::open(FileCoordinator::lockFilePath(file).c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return false;
+  struct flock probe {};
+  probe.l_type = F_RDLCK;  // only an exclusive hold stands in a reader's way
+  probe.l_whence = SEEK_SET;
+  bool exclusive = ::fcntl(fd, F_OFD_GETLK, &probe) == 0 && probe.l_type != F_UNLCK;
+  ::close(fd);
+  return exclusive;
+}
 
 /// A bundle folder with an identifier and, optionally, initial defaults.
 inline Ref<Bundle> makeBundle(const std::string& folder, const std::string& identifier,
@@ -126,11 +131,21 @@ class PlatformLogRecorder {
   PlatformLogHandler previous_ = nullptr;
 };
 
+/// What an observer heard: "will <key>" before a change when asked for
+/// prior notice, "did <key>" after.
+class Announcements : public Object {
+ public:
+  void observeValueForKeyPath(const String& keyPath, const Id&, const Ref<Dictionary>& change, void*) override {
+    bool prior = change && change->objectForKey("notificationIsPrior");
+    heard.push_back((prior ? "will " : "did ") + keyPath.utf8());
+  }
+  std::vector<std::string> heard;
+};
+
 /// The fixture of the settings tests: a folder, a manual wall clock (so the
 /// 5-second cache is the test's to expire), and no managers left behind.
 class SettingsTest : public ::testing::Test {
  protected:
-  void SetUp() override { ASSERT_FALSE(folder.path().empty()); }
   void TearDown() override {
     RunLoop::main().drain();
     _TQDefaultsFileManager::forgetManagers();

@@ -18,15 +18,6 @@ using testing::PlatformLogRecorder;
 using testing::SettingsTest;
 using testing::TestStore;
 
-class Announcements : public Object {
- public:
-  void observeValueForKeyPath(const String& keyPath, const Id&, const Ref<Dictionary>& change, void*) override {
-    bool prior = change && change->objectForKey("notificationIsPrior");
-    heard.push_back((prior ? "will " : "did ") + keyPath.utf8());
-  }
-  std::vector<std::string> heard;
-};
-
 using TQDefaultsFileManagerTest = SettingsTest;
 
 TEST_F(TQDefaultsFileManagerTest, ReadsComeFromMemoryForFiveSecondsThenFromTheFile) {
@@ -37,7 +28,7 @@ TEST_F(TQDefaultsFileManagerTest, ReadsComeFromMemoryForFiveSecondsThenFromTheFi
   EXPECT_EQ(store->integerForKey("level"), 1);
   EXPECT_EQ(_TQDefaultsFileManager::cachedReadCount(), servedBefore + 1);
 
-  auto observer = make<Announcements>();
+  auto observer = make<testing::Announcements>();
   addObserver(store, observer, *str("level"), KeyValueObservingOptions::Prior, nullptr);
   expireCache();
   EXPECT_EQ(store->integerForKey("level"), 2);
@@ -132,7 +123,7 @@ TEST_F(TQDefaultsFileManagerTest, ADottedKeyChangesADictionaryThisProcessStoredA
 TEST_F(TQDefaultsFileManagerTest, AnotherProcesssChangeIsAnnouncedButItsRemovalsAreNot) {
   auto store = makeStore();
   store->setInteger(1, "gone");
-  auto observer = make<Announcements>();
+  auto observer = make<testing::Announcements>();
   addObserver(store, observer, *str("changed"), KeyValueObservingOptions::Prior, nullptr);
   store->notified.clear();
 
@@ -196,16 +187,6 @@ TEST_F(TQDefaultsFileManagerTest, AFolderThatCannotBeMadeIsReportedAndTheManager
   EXPECT_EQ(manager->defaultsDictionary()->count(), 0u);
 }
 
-TEST_F(TQDefaultsFileManagerTest, OneManagerPerFileEvenThroughASymbolicLink) {
-  auto store = makeStore();
-  std::filesystem::create_directory_symlink(folder.path(), folder.file("link"));
-  testing::StoreSetting linked;
-  linked.path = folder.file("link/Defaults.plist");
-  auto viaLink = makeStore("", linked);
-  EXPECT_EQ(store->_manager_().get(), viaLink->_manager_().get());
-  EXPECT_TRUE(store->_manager_()->defaultsPathURL()->isEqual(*str(folder.file("Defaults.plist"))));
-}
-
 TEST_F(TQDefaultsFileManagerTest, CoordinationThatCannotBeHadIsReportedAndNothingIsLost) {
   auto store = makeStore();
   store->setInteger(1, "before");
@@ -235,11 +216,13 @@ class ScriptedEventsTest : public SettingsTest {
  protected:
   /// Moves time on and drains the main run loop until `heard` holds.
   bool waitUntil(const std::function<bool()>& heard) {
-    return testing::eventually([&] {
-      monotonic->advance(std::chrono::milliseconds(500));
-      RunLoop::main().drain();
-      return heard();
-    }, 20.0, std::chrono::milliseconds(5));
+    return testing::eventually(
+        [&] {
+          monotonic->advance(std::chrono::milliseconds(500));
+          RunLoop::main().drain();
+          return heard();
+        },
+        20.0, std::chrono::milliseconds(5));
   }
   void inject(std::vector<FileChange> changes) { source->inject(folder.path(), changes); }
 

@@ -4,20 +4,16 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/settings/SettingsTestSupport.h"
-#include "tq/platform/collection/KeyValueObserving.h"
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <atomic>
-#include <optional>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "tests/settings/SettingsTestSupport.h"
+#include "tests/support/RecordedAssertions.h"
+#include "tq/platform/collection/KeyValueObserving.h"
 #include "tq/platform/defaults/UserDefaults.h"
-#include "tq/platform/system/FileCoordinator.h"
-#include "tq/platform/object/Assert.h"
 #include "tq/platform/value/Color.h"
 
 namespace tq {
@@ -25,7 +21,6 @@ namespace {
 
 using testing::makeBundle;
 using testing::SettingsTest;
-using testing::StoreSetting;
 using testing::TestStore;
 
 class TQFoundationDefaultsTest : public SettingsTest {
@@ -35,17 +30,12 @@ class TQFoundationDefaultsTest : public SettingsTest {
     UserDefaults::resetStandardUserDefaults();
     SettingsTest::TearDown();
   }
-  StoreSetting prefixed(const std::string& prefix) {
-    StoreSetting setting;
-    setting.prefix = prefix;
-    return setting;
-  }
 };
 
 TEST_F(TQFoundationDefaultsTest, LayersAnswerInOrderVolatileArgumentsFileRegistered) {
   UserDefaults::setArguments({"-layered", "fromArguments"});
   UserDefaults::resetStandardUserDefaults();
-  auto store = makeStore("Defaults.plist", prefixed("TQ"));
+  auto store = makeStore("Defaults.plist", {.prefix = "TQ"});
   store->registerDefaults(*dict({{str("layered"), str("registered")}}));
   EXPECT_TRUE(store->defaultForKey("layered")->isEqual(*str("fromArguments")));
 
@@ -73,7 +63,7 @@ TEST_F(TQFoundationDefaultsTest, LayersAnswerInOrderVolatileArgumentsFileRegiste
 TEST_F(TQFoundationDefaultsTest, AChangedArgumentDomainReachesTheNextReadOfAKeyReadBefore) {
   UserDefaults::setArguments({"-TQwide", "yes"});
   UserDefaults::resetStandardUserDefaults();
-  auto store = makeStore("Defaults.plist", prefixed("TQ"));
+  auto store = makeStore("Defaults.plist", {.prefix = "TQ"});
   store->setDefault(str("stored"), "wide");
   EXPECT_TRUE(store->boolForKey("wide"));
   EXPECT_TRUE(store->defaultForKey("wide")->isEqual(*str("yes")));
@@ -102,23 +92,21 @@ TEST_F(TQFoundationDefaultsTest, AChangedArgumentDomainReachesTheNextReadOfAKeyR
 TEST_F(TQFoundationDefaultsTest, ReadsOnManyThreadsFollowAnArgumentDomainReplacedMeanwhile) {
   UserDefaults::setArguments({"-wide", "first"});
   UserDefaults::resetStandardUserDefaults();
-  auto store = makeStore("Defaults.plist", prefixed("TQ"));
+  auto store = makeStore("Defaults.plist", {.prefix = "TQ"});
   store->setDefault(str("stored"), "wide");
   auto standard = UserDefaults::standardUserDefaults();
   const auto argumentDomain = str(UserDefaults::ArgumentDomain);
   const auto key = str("wide");
 
+  const std::set<std::string> domainValues{"first", "a", "b", "last"};
   std::atomic<bool> replacing{true};
   std::atomic<int> wrong{0};
   std::vector<std::thread> readers;
   for (int t = 0; t < 3; ++t) {
     readers.emplace_back([&] {
-      while (replacing.load()) {
+      while (replacing) {
         auto value = cast<String>(store->defaultForKey(*key));
-        if (!value || !(value->isEqualToString("first") || value->isEqualToString("a") ||
-                        value->isEqualToString("b") || value->isEqualToString("last"))) {
-          ++wrong;
-        }
+        wrong += !value || !domainValues.count(value->utf8());
       }
     });
   }
@@ -132,9 +120,7 @@ TEST_F(TQFoundationDefaultsTest, ReadsOnManyThreadsFollowAnArgumentDomainReplace
 
   std::vector<std::string> seen(3);
   readers.clear();
-  for (int t = 0; t < 3; ++t) {
-    readers.emplace_back([&, t] { seen[t] = store->stringForKey(*key)->utf8(); });
-  }
+  for (auto& value : seen) readers.emplace_back([&] { value = store->stringForKey(*key)->utf8(); });
   for (auto& reader : readers) reader.join();
   EXPECT_EQ(seen, std::vector<std::string>(3, "last"));
   EXPECT_EQ(store->stringForKey(*key)->utf8(), "last");
@@ -171,9 +157,7 @@ TEST_F(TQFoundationDefaultsTest, TypedWritersStoreOnlyValuesOfTheirKind) {
 }
 
 TEST_F(TQFoundationDefaultsTest, KeysArePrefixedOnceAndUnprefixedKeysKeepTheirNames) {
-  auto setting = prefixed("Kit");
-  setting.unprefixed = {"shared"};
-  auto store = makeStore("Defaults.plist", setting);
+  auto store = makeStore("Defaults.plist", {.prefix = "Kit", .unprefixed = {"shared"}});
   EXPECT_TRUE(store->_componentKeyForKey("color")->isEqual(*str("Kitcolor")));
   EXPECT_TRUE(store->mappedKeyForComponentKey("Kitcolor")->isEqual(*str("color")));
   EXPECT_TRUE(store->_componentKeyForKey("Kitcolor")->isEqual(*str("Kitcolor")));
@@ -190,83 +174,71 @@ TEST_F(TQFoundationDefaultsTest, KeysArePrefixedOnceAndUnprefixedKeysKeepTheirNa
 
 // An observer of a plain key hears of a change written under its component
 // key, as another process's write announces it.
-class KeyObserver : public Object {
- public:
-  void observeValueForKeyPath(const String& keyPath, const Id&, const Ref<Dictionary>&, void*) override {
-    heard.push_back(keyPath.utf8());
-  }
-  std::vector<std::string> heard;
-};
-
 TEST_F(TQFoundationDefaultsTest, ObserversOfEitherNameHearOfAChange) {
-  auto store = makeStore("Defaults.plist", prefixed("TQ"));
-  auto observer = make<KeyObserver>();
+  auto store = makeStore("Defaults.plist", {.prefix = "TQ"});
+  auto observer = make<testing::Announcements>();
   addObserver(store, observer, *str("volume"), KeyValueObservingOptions::New, nullptr);
   addObserver(store, observer, *str("TQvolume"), KeyValueObservingOptions::None, nullptr);
   store->setInteger(11, "volume");
-  EXPECT_EQ(observer->heard, (std::vector<std::string>{"TQvolume", "volume"}));
+  EXPECT_EQ(observer->heard, (std::vector<std::string>{"did TQvolume", "did volume"}));
   removeObserver(store, observer, *str("volume"));
   removeObserver(store, observer, *str("TQvolume"));
 }
 
 TEST_F(TQFoundationDefaultsTest, BulkLookupFindsEachKeyInItsLayerAndLeavesMissingKeysOut) {
-  auto store = makeStore("Defaults.plist", prefixed("TQ"));
+  auto store = makeStore("Defaults.plist", {.prefix = "TQ"});
   store->setDefault(num(1), "stored");
   store->setVolatileDefault(num(2), "volatile");
   store->registerDefaults(*dict({{str("registered"), num(3)}}));
-  auto found = store->defaultsForKeys(*Array::arrayWithObjects({str("stored"), str("volatile"), str("registered"),
-                                                                 str("missing")}));
+  auto found = store->defaultsForKeys(
+      *Array::arrayWithObjects({str("stored"), str("volatile"), str("registered"), str("missing")}));
   EXPECT_TRUE(found->isEqual(*dict({{str("stored"), num(1)}, {str("volatile"), num(2)}, {str("registered"), num(3)}})));
 }
 
 TEST_F(TQFoundationDefaultsTest, SetUpWritesInitialValuesAndTheVersionToANewFile) {
-  StoreSetting setting = prefixed("TQ");
-  setting.bundle = makeBundle(folder.file("Initial.bundle"), "com.example.initial",
-                              dict({{str("greeting"), str("hello")}, {str("TQcount"), num(3)}}));
-  auto store = makeStore("Defaults.plist", setting);
+  auto store = makeStore("Defaults.plist",
+                         {.bundle = makeBundle(folder.file("Initial.bundle"), "com.example.initial",
+                                               dict({{str("greeting"), str("hello")}, {str("TQcount"), num(3)}})),
+                          .prefix = "TQ"});
   EXPECT_EQ(store->upgradedFrom, (std::vector<std::int64_t>{0}));
   auto contents = fileContents();
   ASSERT_NE(contents, nullptr);
   EXPECT_TRUE(contents->objectForKey("TQgreeting")->isEqual(*str("hello")));
   EXPECT_TRUE(contents->objectForKey("TQcount")->isEqual(*num(3)));
   EXPECT_TRUE(contents->objectForKey("TQupgradeMark")->isEqual(*str("upgraded")));
-  EXPECT_TRUE(contents->objectForKey("defaultVersions")->isEqual(*dict({{str("com.example.initial"), str("20200911")}})));
+  EXPECT_TRUE(
+      contents->objectForKey("defaultVersions")->isEqual(*dict({{str("com.example.initial"), str("20200911")}})));
   EXPECT_TRUE(store->buildBranch()->isEqual(*str("main")));
   EXPECT_TRUE(store->buildCommit()->isEqual(*str("abc123")));
 }
 
-TEST_F(TQFoundationDefaultsTest, StoredValuesWinAndACurrentVersionIsNeverUpgraded) {
+// A file at the current version whose keys hold every initial value: the
+// set-up asks for a repair, and writes only when the repair changed something.
+TEST_F(TQFoundationDefaultsTest, ACurrentFileKeepsItsValuesAndIsLeftAloneUnlessARepairChangesIt) {
   writeFile(dict({{str("TQgreeting"), str("stored")},
                   {str("defaultVersions"), dict({{str("com.example.initial"), str("20200911")}})}}));
-  StoreSetting setting = prefixed("TQ");
-  setting.bundle = makeBundle(folder.file("Initial.bundle"), "com.example.initial",
-                              dict({{str("greeting"), str("hello")}}));
-  auto store = makeStore("Defaults.plist", setting);
-  EXPECT_TRUE(store->upgradedFrom.empty());
+  const auto before = std::filesystem::last_write_time(folder.file("Defaults.plist"));
+  testing::StoreSetting initial{.bundle = makeBundle(folder.file("Initial.bundle"), "com.example.initial",
+                                                     dict({{str("greeting"), str("hello")}})),
+                                .prefix = "TQ"};
+  auto store = makeStore("Defaults.plist", initial);
+  EXPECT_TRUE(store->upgradedFrom.empty()) << "a current version is never upgraded";
   EXPECT_EQ(store->repairCalls, 1);
-  EXPECT_TRUE(store->stringForKey("greeting")->isEqual(*str("stored")));
-}
-
-TEST_F(TQFoundationDefaultsTest, ANewInitialKeyOrARepairIsWrittenOtherwiseTheFileIsLeftAlone) {
-  auto versions = dict({{str("com.example.product"), str("20200911")}});
-  writeFile(dict({{str("defaultVersions"), versions}}));
-  auto before = std::filesystem::last_write_time(folder.file("Defaults.plist"));
-  StoreSetting quiet;
-  auto store = makeStore("Defaults.plist", quiet);
+  EXPECT_TRUE(store->stringForKey("greeting")->isEqual(*str("stored"))) << "a stored value wins over the initial one";
   EXPECT_EQ(std::filesystem::last_write_time(folder.file("Defaults.plist")), before);
-  _TQDefaultsFileManager::forgetManagers();
 
-  StoreSetting repairing;
-  repairing.repairs = true;
-  auto repaired = makeStore("Defaults.plist", repairing);
-  EXPECT_TRUE(fileContents()->objectForKey("repairMark")->isEqual(*str("repaired")));
+  _TQDefaultsFileManager::forgetManagers();
+  initial.repairs = true;
+  makeStore("Defaults.plist", initial);
+  EXPECT_TRUE(fileContents()->objectForKey("TQrepairMark")->isEqual(*str("repaired")));
 }
 
 TEST_F(TQFoundationDefaultsTest, AnOlderStoredVersionIsUpgradedFromThatVersion) {
   writeFile(dict({{str("defaultVersions"), dict({{str("com.example.product"), str("20190101")}})}}));
   auto store = makeStore();
   EXPECT_EQ(store->upgradedFrom, (std::vector<std::int64_t>{20190101}));
-  EXPECT_TRUE(fileContents()->objectForKey("defaultVersions")->isEqual(*dict({{str("com.example.product"), str("20200911")}})));
+  EXPECT_TRUE(
+      fileContents()->objectForKey("defaultVersions")->isEqual(*dict({{str("com.example.product"), str("20200911")}})));
 }
 
 // A file system that notes, at each read of the defaults file, whether some
@@ -275,22 +247,12 @@ class LockWitness : public FileSystem {
  public:
   explicit LockWitness(std::string file) : file_(std::move(file)) {}
   std::optional<std::string> readFile(const std::string& path, std::error_code* error) const override {
-    if (path == file_) exclusiveAtRead.push_back(heldExclusively());
+    if (path == file_) exclusiveAtRead.push_back(testing::lockHeldExclusively(file_));
     return FileSystem::readFile(path, error);
   }
   mutable std::vector<bool> exclusiveAtRead;
 
  private:
-  bool heldExclusively() const {
-    int fd = ::open(FileCoordinator::lockFilePath(file_).c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) return false;
-    struct flock probe {};
-    probe.l_type = F_RDLCK;  // only an exclusive hold stands in a reader's way
-    probe.l_whence = SEEK_SET;
-    bool exclusive = ::fcntl(fd, F_OFD_GETLK, &probe) == 0 && probe.l_type != F_UNLCK;
-    ::close(fd);
-    return exclusive;
-  }
   std::string file_;
 };
 
@@ -307,11 +269,13 @@ TEST_F(TQFoundationDefaultsTest, SetUpReadsAndWritesTheFileUnderOneExclusiveHold
   EXPECT_TRUE(fileContents()->objectForKey("fromOther")->isEqual(*num(1)));
 }
 
-TEST_F(TQFoundationDefaultsTest, StoresOfOneFileShareOneManager) {
+TEST_F(TQFoundationDefaultsTest, StoresOfOneFileShareOneManagerEvenThroughASymbolicLink) {
   auto first = makeStore();
-  auto second = makeStore();
+  std::filesystem::create_directory_symlink(folder.path(), folder.file("link"));
+  auto second = makeStore("", {.path = folder.file("link/Defaults.plist")});
   EXPECT_EQ(first->_manager_().get(), second->_manager_().get());
   EXPECT_EQ(first->_manager_()->defaultManagersByUuid()->count(), 2u);
+  EXPECT_TRUE(first->_manager_()->defaultsPathURL()->isEqual(*str(folder.file("Defaults.plist"))));
   first->setInteger(5, "shared");
   EXPECT_EQ(second->integerForKey("shared"), 5);
 }
@@ -323,7 +287,8 @@ class SharedStore : public TQDefaultsSubclass<SharedStore> {
   Ref<String> pathToDefaults() const override { return str(path()); }
   static const std::string& path() {
     static const std::string file =
-        (std::filesystem::temp_directory_path() / ("tq-shared-store-" + std::to_string(::getpid()) + ".plist")).string();
+        (std::filesystem::temp_directory_path() / ("tq-shared-store-" + std::to_string(::getpid()) + ".plist"))
+            .string();
     return file;
   }
 };
@@ -343,22 +308,19 @@ TEST_F(TQFoundationDefaultsTest, ClassCallsReachTheSubclasssOwnSharedInstance) {
 }
 
 TEST_F(TQFoundationDefaultsTest, TheBaseClassAndAForgetfulSubclassReportTheirAssertions) {
-  std::vector<AssertionFailure> seen;
-  auto previous = setAssertionHandler([&](const AssertionFailure& failure) { seen.push_back(failure); });
+  TQ_REQUIRE_ASSERTIONS();
+  testing::RecordedAssertions recorded;
   // The base names no file: its set-up reports that and goes on without one.
   auto base = TQFoundationDefaults::sharedDefaults();
   // A subclass that does not declare its own shared instance reaches the
   // base's, after the report.
   auto forgetful = TestStore::sharedDefaults();
-  setAssertionHandler(previous);
-
+  const auto seen = recorded.failures;
   ASSERT_EQ(seen.size(), 2u);
   EXPECT_EQ(seen[0].description, "SubClasses must override this method and not call super");
-  EXPECT_EQ(seen[0].file, "TQFoundationDefaults");
-  EXPECT_EQ(seen[0].line, 454);
+  EXPECT_EQ(seen[0].file + ":" + std::to_string(seen[0].line), "TQFoundationDefaults:454");
   EXPECT_EQ(seen[1].description, "SubClasses TQFoundationDefaults must implement +sharedDefaults");
-  EXPECT_EQ(seen[1].file, "TQFoundationDefaults");
-  EXPECT_EQ(seen[1].line, 465);
+  EXPECT_EQ(seen[1].file + ":" + std::to_string(seen[1].line), "TQFoundationDefaults:465");
   EXPECT_EQ(forgetful.get(), base.get());
   EXPECT_EQ(base->_manager_(), nullptr);
   EXPECT_EQ(base->defaultForKey("anything"), nullptr);
