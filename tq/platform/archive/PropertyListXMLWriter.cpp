@@ -26,10 +26,11 @@ namespace tq::plist_detail {
 
 namespace {
 
-// The document prologue of format 1.0; readers look for this exact text.
+// The document prologue of format 1.0. No document-type line: readers of the
+// format never validate against one, and the reader still accepts a file that
+// carries one.
 constexpr std::string_view XMLPrologue =
     "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-    "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" \"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
     "<plist version=\"1.0\">\n";
 constexpr std::string_view XMLEpilogue = "</plist>\n";
 
