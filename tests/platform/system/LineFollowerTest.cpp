@@ -68,14 +68,6 @@ TEST_F(LineFollowerTest, AppendsInPiecesComeOutAsWholeLines) {
   EXPECT_TRUE(readsOn(follower, "")) << "nothing new";
 }
 
-TEST_F(LineFollowerTest, ACharacterCutByTheReadWaitsWithItsLine) {
-  append("caf\xC3");
-  LineFollower follower(path_);
-  EXPECT_TRUE(readsOn(follower, "")) << "the first read opens the file";
-  append("\xA9\n");
-  EXPECT_TRUE(readsOn(follower, "caf\xC3\xA9\n"));
-}
-
 TEST_F(LineFollowerTest, TheUnfinishedLastLineCanBeTakenAndReadingGoesOnAfterIt) {
   append("one\ntwo\nthree without end");
   LineFollower follower(path_);
