@@ -1,7 +1,8 @@
-// The XML property-list writer. Its output is byte-for-byte the conventional
-// layout (tabs, sorted keys, self-closing empty containers, Base64 lines that
-// count tabs as eight columns), so that files written here diff cleanly against
-// files written by other tools and by hand.
+// The XML property-list writer. Its output is the conventional layout (tabs,
+// sorted keys, self-closing empty containers, Base64 lines that count tabs as
+// eight columns), so that files written here diff cleanly against files
+// written by other tools and by hand, but for the document-type line, which
+// it leaves out.
 //
 // A settings store writes its whole file at every flush, so the writer works
 // in one buffer: each element asks once for room for its worst case and is
