@@ -5,11 +5,9 @@
 
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
-#include <cstdio>
 #include <limits>
 
+#include "tests/support/TemporaryFolder.h"
 #include "tq/platform/archive/PropertyList.h"
 #include "tq/platform/collection/Array.h"
 #include "tq/platform/collection/Dictionary.h"
@@ -261,11 +259,12 @@ TEST(KeyedArchive, ArchivesACyclicGraphButRefusesToRebuildIt) {
 }
 
 TEST(KeyedArchive, WritesAndReadsFiles) {
-  auto path = testing::TempDir() + "tq-archive-" + std::to_string(::getpid()) + ".archive";
+  tq::testing::TemporaryFolder folder("archive");
+  const std::string path = folder.string() + "/x.archive";
   Ref<Error> error;
   ASSERT_TRUE(KeyedArchiver::archiveRootObjectToFile(arr({str("a"), num(1)}), path, &error)) << describeUTF8(error);
   EXPECT_TRUE(isEqual(KeyedUnarchiver::unarchiveObjectWithFile(path, &error), arr({str("a"), num(1)})));
-  std::remove(path.c_str());
+  std::filesystem::remove(path);
   EXPECT_FALSE(KeyedUnarchiver::unarchiveObjectWithFile(path, &error));
   EXPECT_EQ(error->code(), KeyedArchiveFileError);
   EXPECT_FALSE(KeyedArchiver::archiveRootObjectToFile(arr({}), "/nonexistent-dir/x.archive", &error));

@@ -6,7 +6,6 @@
 #include <atomic>
 #include <chrono>
 #include <cstdio>
-#include <filesystem>
 #include <latch>
 #include <mutex>
 #include <thread>
@@ -16,6 +15,7 @@
 
 #include "tests/support/Eventually.h"
 #include "tests/support/RaisedException.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tq/platform/dispatch/DispatchGroup.h"
 #include "tq/platform/dispatch/DispatchQueue.h"
 #include "tq/platform/dispatch/DispatchSemaphore.h"
@@ -214,7 +214,8 @@ TEST(DispatchSourceTest, ReadSourceFiresForPipeData) {
 }
 
 TEST(DispatchSourceTest, ReadSourceOnARegularFileFiresWhenTheFileGrows) {
-  auto path = std::filesystem::temp_directory_path() / ("tq-read-source-" + std::to_string(::getpid()));
+  testing::TemporaryFolder folder("read-source");
+  const auto path = folder.path() / "growing";
   FILE* writer = std::fopen(path.c_str(), "w");
   ASSERT_NE(writer, nullptr);
   int fd = ::open(path.c_str(), O_RDONLY);
@@ -237,7 +238,6 @@ TEST(DispatchSourceTest, ReadSourceOnARegularFileFiresWhenTheFileGrows) {
   source->cancel();
   ::close(fd);
   std::fclose(writer);
-  std::filesystem::remove(path);
 }
 
 }  // namespace
