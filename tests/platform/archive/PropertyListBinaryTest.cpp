@@ -6,10 +6,10 @@
 #include <chrono>
 #include <limits>
 
+#include "tq/platform/archive/PropertyList.h"
 #include "tq/platform/collection/Array.h"
 #include "tq/platform/collection/Dictionary.h"
 #include "tq/platform/value/Number.h"
-#include "tq/platform/archive/PropertyList.h"
 #include "tq/platform/value/String.h"
 
 using namespace tq;
@@ -114,6 +114,7 @@ TEST(BinaryPropertyListReader, ReadsSixteenByteIntegers) {
 }
 
 TEST(BinaryPropertyListReader, RefusesHostileStructure) {
+  const std::string justTrue = Assembly{{"\x09"}}.build();
   const std::string array1 = "\xA1\x01", self = std::string("\xA1\x00", 2), text = "\x51x";
   Assembly deep;
   for (int i = 0; i < 600; ++i) deep.objects.push_back("\xA1" + bigEndian(i + 1, 2));
@@ -126,14 +127,9 @@ TEST(BinaryPropertyListReader, RefusesHostileStructure) {
     std::string bytes;
     const char* expected;
   } cases[] = {
-      {"truncated trailer", Assembly{{"\x09"}}.build().substr(0, 30), "too short"},
-      {"cut trailer",
-       [] {
-         auto b = Assembly{{"\x09"}}.build();
-         return b.substr(0, b.size() - 1);
-       }(),
-       "invalid offset or reference size"},
-      {"wrong version", "bplist01" + Assembly{{"\x09"}}.build().substr(8), "unsupported version"},
+      {"truncated trailer", justTrue.substr(0, 30), "too short"},
+      {"cut trailer", justTrue.substr(0, justTrue.size() - 1), "invalid offset or reference size"},
+      {"wrong version", "bplist01" + justTrue.substr(8), "unsupported version"},
       {"offset out of range", Assembly{{"\x09"}, 0, 1, 1, {}, {}, {200}}.build(), "offset of object 0 out of range"},
       {"offset into the header", Assembly{{"\x09"}, 0, 1, 1, {}, {}, {3}}.build(), "out of range"},
       {"table outside the data", Assembly{{"\x09"}, 0, 1, 1, {}, std::uint64_t(1) << 60}.build(), "offset table"},

@@ -4,8 +4,6 @@
 
 #include <atomic>
 #include <functional>
-#include <mutex>
-#include <set>
 #include <vector>
 
 #include "tests/support/RaisedException.h"
@@ -33,11 +31,17 @@ TEST(ArrayRanges, FailuresNameTheMethodAndTheBounds) {
   const std::pair<std::function<void()>, std::string> failures[] = {
       {[&] { list->objectAtIndex(3); }, "*** -[Array objectAtIndex:]: index 3 beyond bounds [0 .. 2]"},
       {[] { Array::array()->objectAtIndex(0); }, "*** -[Array objectAtIndex:]: index 0 beyond bounds for empty array"},
-      {[&] { list->subarrayWithRange({2, 2}); },
+      {[&] {
+         list->subarrayWithRange({2, 2});
+       },
        "*** -[Array subarrayWithRange:]: range {2, 2} extends beyond bounds [0 .. 2]"},
-      {[] { Array::array()->subarrayWithRange({0, 1}); },
+      {[] {
+         Array::array()->subarrayWithRange({0, 1});
+       },
        "*** -[Array subarrayWithRange:]: range {0, 1} extends beyond bounds for empty array"},
-      {[&] { list->objectsAtIndexes(IndexSet({1, 3})); },
+      {[&] {
+         list->objectsAtIndexes(IndexSet({1, 3}));
+       },
        "*** -[Array objectsAtIndexes:]: index 3 in index set beyond bounds [0 .. 2]"}};
   for (const auto& [call, reason] : failures) {
     Exception e = raisedBy(call);
@@ -124,17 +128,9 @@ TEST(ArraySorting, SortsAreStable) {
     return compareSelector(*cast<Array>(a)->objectAtIndex(0), *cast<Array>(b)->objectAtIndex(0));
   };
   auto sorted = list->sortedArrayUsingComparator(byKey);
-  bool stable = true;
-  for (Index i = 1; i < sorted->count(); ++i) {
-    auto prev = cast<Array>(sorted->objectAtIndex(i - 1)), cur = cast<Array>(sorted->objectAtIndex(i));
-    if (isEqual(prev->objectAtIndex(0), cur->objectAtIndex(0))) {
-      stable =
-          stable && compareSelector(*prev->objectAtIndex(1), *cur->objectAtIndex(1)) == ComparisonResult::Ascending;
-    }
-  }
-  EXPECT_TRUE(stable);
-  EXPECT_TRUE(isEqual(cast<Array>(sorted->firstObject())->objectAtIndex(1), num(0)));
-  EXPECT_TRUE(isEqual(cast<Array>(sorted->lastObject())->objectAtIndex(1), num(39)));
+  // Key by key, and within a key in the original order.
+  for (Index i = 0; i < 40; ++i)
+    EXPECT_TRUE(isEqual(cast<Array>(sorted->objectAtIndex(i))->objectAtIndex(1), num(int(i / 10 + i % 10 * 4)))) << i;
   auto descending = numbers({2, 9, 4})->sortedArrayUsingDescriptors({make<SortDescriptor>(nullptr, false)});
   EXPECT_TRUE(descending->isEqualToArray(*numbers({9, 4, 2})));
   auto words = arr({str("b"), str("C"), str("a")})->sortedArrayUsingSelector(caseInsensitiveCompareSelector);

@@ -4,9 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <sstream>
 #include <thread>
 #include <tuple>
 
@@ -29,12 +27,7 @@ namespace {
 namespace fs = std::filesystem;
 using testing::TemporaryFolder;
 
-std::string readFile(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream out;
-  out << in.rdbuf();
-  return out.str();
-}
+std::string readFile(const fs::path& path) { return FileSystem::system()->readFile(path.string()).value_or(""); }
 
 Id fileContents(const fs::path& path) { return PropertyList::read(readFile(path)); }
 bool fileHolds(const fs::path& path, const Id& expected) { return isEqual(fileContents(path), expected); }

@@ -6,7 +6,6 @@
 #include <atomic>
 #include <chrono>
 #include <cstdio>
-#include <filesystem>
 #include <latch>
 #include <mutex>
 #include <thread>
@@ -15,6 +14,8 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/Eventually.h"
+#include "tests/support/RaisedException.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tq/platform/dispatch/DispatchGroup.h"
 #include "tq/platform/dispatch/DispatchQueue.h"
 #include "tq/platform/dispatch/DispatchSemaphore.h"
@@ -69,12 +70,7 @@ TEST(DispatchQueueTest, ConcurrentQueueRunsItemsAtTheSameTime) {
 
 TEST(DispatchQueueTest, BarrierWaitsForEarlierItemsAndHoldsBackLaterOnes) {
   auto queue = DispatchQueue::createConcurrent("test.barrier");
-  std::mutex m;
-  std::vector<std::string> events;
-  auto record = [&](std::string e) {
-    std::lock_guard lock(m);
-    events.push_back(std::move(e));
-  };
+  testing::Recorder<> record;
   for (int i = 0; i < 3; ++i) {
     queue->async([&] {
       std::this_thread::sleep_for(20ms);
@@ -84,10 +80,8 @@ TEST(DispatchQueueTest, BarrierWaitsForEarlierItemsAndHoldsBackLaterOnes) {
   queue->barrierAsync([&] { record("barrier"); });
   for (int i = 0; i < 3; ++i) queue->async([&] { record("after"); });
   queue->barrierSync([] {});
-  ASSERT_EQ(events.size(), 7u);
-  for (int i = 0; i < 3; ++i) EXPECT_EQ(events[i], "before");
-  EXPECT_EQ(events[3], "barrier");
-  for (int i = 4; i < 7; ++i) EXPECT_EQ(events[i], "after");
+  EXPECT_EQ(record.snapshot(),
+            (std::vector<std::string>{"before", "before", "before", "barrier", "after", "after", "after"}));
 }
 
 TEST(DispatchQueueTest, SyncRethrowsAndLabelsAreVisibleInsideWork) {
@@ -143,12 +137,7 @@ TEST(DispatchGroupTest, NotifyOnAnEmptyGroupRunsAtOnceAndUnbalancedLeaveRaises) 
   DispatchSemaphore ran;
   group->notify(DispatchQueue::global(), [&] { ran.signal(); });
   EXPECT_TRUE(ran.waitFor(5));
-  try {
-    group->leave();
-    FAIL() << "unbalanced leave must raise";
-  } catch (const Exception& e) {
-    EXPECT_EQ(e.name(), ExceptionName::InternalInconsistency);
-  }
+  EXPECT_EQ(testing::raisedBy([&] { group->leave(); }).name(), ExceptionName::InternalInconsistency);
 }
 
 TEST(DispatchSemaphoreTest, CountsSignalsAndTimesOut) {
@@ -208,24 +197,25 @@ TEST(DispatchSourceTest, ReadSourceFiresForPipeData) {
     std::lock_guard lock(m);
     if (n > 0) received.append(buffer, std::size_t(n));
   });
+  auto receivedIs = [&](const char* text) {
+    return eventually([&] {
+      std::lock_guard lock(m);
+      return received == text;
+    });
+  };
   source->resume();
   ASSERT_EQ(::write(fds[1], "abc", 3), 3);
-  EXPECT_TRUE(eventually([&] {
-    std::lock_guard lock(m);
-    return received == "abc";
-  }));
+  EXPECT_TRUE(receivedIs("abc"));
   ASSERT_EQ(::write(fds[1], "de", 2), 2);
-  EXPECT_TRUE(eventually([&] {
-    std::lock_guard lock(m);
-    return received == "abcde";
-  }));
+  EXPECT_TRUE(receivedIs("abcde"));
   source->cancel();
   ::close(fds[1]);
   ::close(fds[0]);
 }
 
 TEST(DispatchSourceTest, ReadSourceOnARegularFileFiresWhenTheFileGrows) {
-  auto path = std::filesystem::temp_directory_path() / ("tq-read-source-" + std::to_string(::getpid()));
+  testing::TemporaryFolder folder("read-source");
+  const auto path = folder.path() / "growing";
   FILE* writer = std::fopen(path.c_str(), "w");
   ASSERT_NE(writer, nullptr);
   int fd = ::open(path.c_str(), O_RDONLY);
@@ -248,7 +238,6 @@ TEST(DispatchSourceTest, ReadSourceOnARegularFileFiresWhenTheFileGrows) {
   source->cancel();
   ::close(fd);
   std::fclose(writer);
-  std::filesystem::remove(path);
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 #include <atomic>
 #include <chrono>
 #include <latch>
-#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -13,10 +12,9 @@
 #include "tests/support/Eventually.h"
 #include "tq/platform/collection/Array.h"
 #include "tq/platform/dispatch/DispatchSemaphore.h"
-#include "tq/platform/object/Exception.h"
 #include "tq/platform/dispatch/OperationQueue.h"
 #include "tq/platform/dispatch/RunLoop.h"
-#include "tq/platform/value/String.h"
+#include "tq/platform/object/Exception.h"
 
 namespace tq {
 namespace {
@@ -59,43 +57,44 @@ TEST(OperationQueueTest, DependencyInAnotherQueueHoldsTheOperationBack) {
   EXPECT_TRUE(a->isFinished());
 }
 
-TEST(OperationQueueTest, HigherQueuePriorityStartsFirstAndEqualsKeepTheirOrder) {
-  auto queue = make<OperationQueue>();
-  queue->setMaxConcurrentOperationCount(1);
-  queue->setSuspended(true);
-  Recorder record;
-  auto add = [&](std::string name, OperationQueuePriority priority) {
-    auto o = op([&record, name] { record(name); });
+// A one-at-a-time queue, held while a test fills it.
+class HeldSerialQueueTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    queue_->setMaxConcurrentOperationCount(1);
+    queue_->setSuspended(true);
+  }
+  Ref<BlockOperation> add(std::string name, OperationQueuePriority priority = OperationQueuePriority::Normal) {
+    auto o = op([this, name] { record_(name); });
     o->setQueuePriority(priority);
-    queue->addOperation(o);
-  };
-  add("normal1", OperationQueuePriority::Normal);
+    queue_->addOperation(o);
+    return o;
+  }
+  std::vector<std::string> runAll() {
+    queue_->setSuspended(false);
+    queue_->waitUntilAllOperationsAreFinished();
+    return record_.snapshot();
+  }
+  Ref<OperationQueue> queue_ = make<OperationQueue>();
+  Recorder record_;
+};
+
+TEST_F(HeldSerialQueueTest, HigherQueuePriorityStartsFirstAndEqualsKeepTheirOrder) {
+  add("normal1");
   add("low", OperationQueuePriority::Low);
   add("veryHigh", OperationQueuePriority::VeryHigh);
-  add("normal2", OperationQueuePriority::Normal);
+  add("normal2");
   add("high", OperationQueuePriority::High);
-  queue->setSuspended(false);
-  queue->waitUntilAllOperationsAreFinished();
-  EXPECT_EQ(record.snapshot(), (std::vector<std::string>{"veryHigh", "high", "normal1", "normal2", "low"}));
+  EXPECT_EQ(runAll(), (std::vector<std::string>{"veryHigh", "high", "normal1", "normal2", "low"}));
 }
 
-TEST(OperationQueueTest, PriorityChangedWhileWaitingTakesEffect) {
-  auto queue = make<OperationQueue>();
-  queue->setMaxConcurrentOperationCount(1);
-  queue->setSuspended(true);
-  Recorder record;
-  std::vector<Ref<BlockOperation>> ops;
-  for (std::string name : {"a", "b", "c", "d"}) {
-    ops.push_back(op([&record, name] { record(name); }));
-    queue->addOperation(ops.back());
-  }
-  ops[0]->setQueuePriority(OperationQueuePriority::Low);
-  ops[3]->setQueuePriority(OperationQueuePriority::VeryHigh);
-  ops[2]->setQueuePriority(OperationQueuePriority::High);
-  ops[2]->setQueuePriority(OperationQueuePriority::Normal);  // back among equals, in the order added
-  queue->setSuspended(false);
-  queue->waitUntilAllOperationsAreFinished();
-  EXPECT_EQ(record.snapshot(), (std::vector<std::string>{"d", "b", "c", "a"}));
+TEST_F(HeldSerialQueueTest, PriorityChangedWhileWaitingTakesEffect) {
+  auto a = add("a"), b = add("b"), c = add("c"), d = add("d");
+  a->setQueuePriority(OperationQueuePriority::Low);
+  d->setQueuePriority(OperationQueuePriority::VeryHigh);
+  c->setQueuePriority(OperationQueuePriority::High);
+  c->setQueuePriority(OperationQueuePriority::Normal);  // back among equals, in the order added
+  EXPECT_EQ(runAll(), (std::vector<std::string>{"d", "b", "c", "a"}));
 }
 
 TEST(OperationQueueTest, MaxConcurrentCountLimitsOverlap) {
@@ -144,37 +143,28 @@ TEST(OperationQueueTest, CancelledOperationsFinishWithoutRunningOrWaiting) {
   never->waitUntilAllOperationsAreFinished();
 }
 
-TEST(OperationQueueTest, OperationsListsTheUnfinishedInOrderAndCurrentQueueIsTheRunner) {
-  auto queue = make<OperationQueue>();
-  queue->setName(str("runner"));
-  queue->setSuspended(true);
-  auto a = op([] {});
+TEST_F(HeldSerialQueueTest, OperationsListsTheUnfinishedInOrderAndCurrentQueueIsTheRunner) {
+  auto a = add("a");
   Ref<OperationQueue> seen;
   auto b = op([&] { seen = OperationQueue::currentQueue(); });
-  queue->addOperation(a);
-  queue->addOperation(b);
-  auto listed = queue->operations();
+  queue_->addOperation(b);
+  auto listed = queue_->operations();
   ASSERT_EQ(listed.size(), 2u);
   EXPECT_EQ(listed[0], a);
   EXPECT_EQ(listed[1], b);
-  EXPECT_EQ(queue->operationsArray()->count(), 2u);
-  queue->setSuspended(false);
-  queue->waitUntilAllOperationsAreFinished();
-  EXPECT_EQ(seen, queue);
+  EXPECT_EQ(queue_->operationsArray()->count(), 2u);
+  runAll();
+  EXPECT_EQ(seen, queue_);
   EXPECT_EQ(OperationQueue::currentQueue(), nullptr);
 }
 
-TEST(OperationQueueTest, AddingTwiceOrStartingEarlyRaises) {
-  auto queue = make<OperationQueue>();
-  queue->setSuspended(true);
-  auto a = op([] {});
-  queue->addOperation(a);
-  EXPECT_THROW(queue->addOperation(a), Exception);
+TEST_F(HeldSerialQueueTest, AddingTwiceOrStartingEarlyRaises) {
+  auto a = add("a");
+  EXPECT_THROW(queue_->addOperation(a), Exception);
   auto b = op([] {});
   b->addDependency(a);
   EXPECT_THROW(b->start(), Exception);
-  queue->setSuspended(false);
-  queue->waitUntilAllOperationsAreFinished();
+  runAll();
   b->start();
   EXPECT_TRUE(b->isFinished());
   EXPECT_THROW(b->start(), Exception);

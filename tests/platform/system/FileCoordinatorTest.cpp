@@ -3,12 +3,10 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <future>
-#include <thread>
 
 #include "tests/support/Eventually.h"
 #include "tests/support/HelperProcess.h"

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "tests/support/TemporaryFolder.h"
 #include "tq/platform/system/FileSystem.h"
 
 using namespace tq;
@@ -14,13 +15,8 @@ namespace {
 
 class FileSystemTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    root_ = fs::temp_directory_path() / ("tq-fs-" + std::to_string(::getpid()));
-    fs::remove_all(root_);
-    fs::create_directories(root_);
-  }
-  void TearDown() override { fs::remove_all(root_); }
-  fs::path root_;
+  tq::testing::TemporaryFolder temporary_{"fs"};
+  const fs::path root_ = temporary_.path();
 };
 
 TEST_F(FileSystemTest, RootedPathsLandBelowTheRoot) {
@@ -61,7 +57,7 @@ TEST_F(FileSystemTest, FailuresSayWhy) {
 TEST_F(FileSystemTest, AtomicWriteReplacesWholeWithOrdinaryPermissionsAndLeavesNoTemporaryFile) {
   auto fileSystem = FileSystem::system();
   const std::string path = (root_ / "settings.plist").string();
-  std::ofstream(path) << "old contents that are longer";
+  ASSERT_TRUE(fileSystem->writeFileAtomically(path, "old contents that are longer"));
   mode_t previous = ::umask(027);
   bool written = fileSystem->writeFileAtomically(path, "new");
   ::umask(previous);
@@ -70,9 +66,9 @@ TEST_F(FileSystemTest, AtomicWriteReplacesWholeWithOrdinaryPermissionsAndLeavesN
   EXPECT_EQ(fileSystem->contentsOfDirectory(root_.string()), (std::vector<std::string>{"settings.plist"}));
   struct stat info {};
   ASSERT_EQ(::stat(path.c_str(), &info), 0);
-  // The mask is read once per process, so the file gets the mask the process
-  // started with, never 0600 from the temporary file.
-  EXPECT_NE(info.st_mode & 0044, 0u);
+  // The mask is read once per process (here by the first write), so the file
+  // gets the mask the process had then, never 0600 from the temporary file.
+  EXPECT_EQ(info.st_mode & 0777, 0666u & ~previous);
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/TemporaryFolder.h"
 #include "tq/platform/system/LineFollower.h"
 
 namespace tq {
@@ -36,16 +37,6 @@ namespace fs = std::filesystem;
 
 class LineFollowerTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    static int counter = 0;
-    folder_ = fs::temp_directory_path() /
-              ("tq-line-follower-" + std::to_string(::getpid()) + "-" + std::to_string(++counter));
-    fs::remove_all(folder_);
-    fs::create_directories(folder_);
-    path_ = (folder_ / "followed.log").string();
-  }
-  void TearDown() override { fs::remove_all(folder_); }
-
   // Writes as a writer does: appended, or the file started anew.
   void append(const std::string& bytes) { std::ofstream(path_, std::ios::binary | std::ios::app) << bytes; }
   void rewrite(const std::string& bytes) { std::ofstream(path_, std::ios::binary | std::ios::trunc) << bytes; }
@@ -56,8 +47,8 @@ class LineFollowerTest : public ::testing::Test {
     ASSERT_EQ(std::rename(fresh.c_str(), path_.c_str()), 0);
   }
 
-  fs::path folder_;
-  std::string path_;
+  tq::testing::TemporaryFolder folder_{"line-follower"};
+  const std::string path_ = (folder_.path() / "followed.log").string();
 };
 
 TEST_F(LineFollowerTest, AppendsInPiecesComeOutAsWholeLines) {
@@ -75,14 +66,6 @@ TEST_F(LineFollowerTest, AppendsInPiecesComeOutAsWholeLines) {
   append("rth\n");
   EXPECT_TRUE(readsOn(follower, "fourth\n"));
   EXPECT_TRUE(readsOn(follower, "")) << "nothing new";
-}
-
-TEST_F(LineFollowerTest, ACharacterCutByTheReadWaitsWithItsLine) {
-  append("caf\xC3");
-  LineFollower follower(path_);
-  EXPECT_TRUE(readsOn(follower, "")) << "the first read opens the file";
-  append("\xA9\n");
-  EXPECT_TRUE(readsOn(follower, "caf\xC3\xA9\n"));
 }
 
 TEST_F(LineFollowerTest, TheUnfinishedLastLineCanBeTakenAndReadingGoesOnAfterIt) {

@@ -119,11 +119,11 @@ TEST(NamedColors, StandardColoursHaveTheirComponentValues) {
     double red, green, blue, alpha;
   };
   const Expected table[] = {
-      {"blackColor", 0, 0, 0, 1},         {"blueColor", 0, 0, 1, 1},       {"brownColor", 0.6, 0.4, 0.2, 1},
-      {"clearColor", 0, 0, 0, 0},         {"cyanColor", 0, 1, 1, 1},       {"darkGrayColor", 1. / 3, 1. / 3, 1. / 3, 1},
-      {"grayColor", 0.5, 0.5, 0.5, 1},    {"greenColor", 0, 1, 0, 1},      {"lightGrayColor", 2. / 3, 2. / 3, 2. / 3, 1},
-      {"magentaColor", 1, 0, 1, 1},       {"orangeColor", 1, 0.5, 0, 1},   {"purpleColor", 0.5, 0, 0.5, 1},
-      {"redColor", 1, 0, 0, 1},           {"whiteColor", 1, 1, 1, 1},      {"yellowColor", 1, 1, 0, 1},
+      {"blackColor", 0, 0, 0, 1},      {"blueColor", 0, 0, 1, 1},     {"brownColor", 0.6, 0.4, 0.2, 1},
+      {"clearColor", 0, 0, 0, 0},      {"cyanColor", 0, 1, 1, 1},     {"darkGrayColor", 1. / 3, 1. / 3, 1. / 3, 1},
+      {"grayColor", 0.5, 0.5, 0.5, 1}, {"greenColor", 0, 1, 0, 1},    {"lightGrayColor", 2. / 3, 2. / 3, 2. / 3, 1},
+      {"magentaColor", 1, 0, 1, 1},    {"orangeColor", 1, 0.5, 0, 1}, {"purpleColor", 0.5, 0, 0.5, 1},
+      {"redColor", 1, 0, 0, 1},        {"whiteColor", 1, 1, 1, 1},    {"yellowColor", 1, 1, 0, 1},
   };
   for (const auto& expected : table) {
     auto color = Color::namedColor(expected.name);
@@ -136,11 +136,8 @@ TEST(NamedColors, StandardColoursHaveTheirComponentValues) {
 }
 
 TEST(NamedColors, NamesAreExactMethodNames) {
-  EXPECT_FALSE(Color::namedColor("red"));
-  EXPECT_FALSE(Color::namedColor("RedColor"));
-  EXPECT_FALSE(Color::namedColor("darkgrayColor"));
-  EXPECT_FALSE(Color::namedColor(""));
-  EXPECT_FALSE(Color::namedColor("redColor "));
+  for (const char* near : {"red", "RedColor", "darkgrayColor", "", "redColor "})
+    EXPECT_FALSE(Color::namedColor(near)) << "'" << near << "'";
   EXPECT_EQ(Color::namedColor("redColor").get(), Color::namedColor("redColor").get()) << "one shared object";
   auto names = Color::namedColorNames();
   EXPECT_TRUE(std::is_sorted(names.begin(), names.end()));

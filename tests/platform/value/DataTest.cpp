@@ -1,11 +1,8 @@
 #include "tq/platform/value/Data.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
 #include <numeric>
 #include <vector>
 
@@ -76,21 +73,6 @@ TEST(DataObject, EqualityHashAndCopies) {
   EXPECT_FALSE(isKindOf<MutableData>(frozen));
   b->setLength(0);
   EXPECT_EQ(cast<Data>(frozen)->length(), 100u);
-}
-
-TEST_F(DataFiles, AtomicWriteReplacesTheFileAndLeavesNoTemporary) {
-  std::string path = (folder_ / "out.bin").string();
-  ASSERT_TRUE(counting(1000)->writeToFile(path, true));
-  ASSERT_TRUE(make<Data>(std::string_view("short"))->writeToFile(path, true));
-  auto read = Data::dataWithContentsOfFile(path);
-  ASSERT_TRUE(read);
-  EXPECT_EQ(read->view(), "short") << "the old, longer content is gone";
-  EXPECT_EQ(entries(), std::vector<std::string>{"out.bin"});
-  struct stat info {};
-  ASSERT_EQ(::stat(path.c_str(), &info), 0);
-  mode_t mask = ::umask(0);
-  ::umask(mask);
-  EXPECT_EQ(info.st_mode & 0777, 0666u & ~mask) << "an ordinary file's permissions, not the temporary's 0600";
 }
 
 TEST_F(DataFiles, FailedWritesReportAndLeaveNothingBehind) {

@@ -1,7 +1,8 @@
-// The XML property-list writer. Its output is byte-for-byte the conventional
-// layout (tabs, sorted keys, self-closing empty containers, Base64 lines that
-// count tabs as eight columns), so that files written here diff cleanly against
-// files written by other tools and by hand.
+// The XML property-list writer. Its output is the conventional layout (tabs,
+// sorted keys, self-closing empty containers, Base64 lines that count tabs as
+// eight columns), so that files written here diff cleanly against files
+// written by other tools and by hand, but for the document-type line, which
+// it leaves out.
 //
 // A settings store writes its whole file at every flush, so the writer works
 // in one buffer: each element asks once for room for its worst case and is
@@ -26,10 +27,11 @@ namespace tq::plist_detail {
 
 namespace {
 
-// The document prologue of format 1.0; readers look for this exact text.
+// The document prologue of format 1.0. No document-type line: readers of the
+// format never validate against one, and the reader still accepts a file that
+// carries one.
 constexpr std::string_view XMLPrologue =
     "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-    "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" \"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
     "<plist version=\"1.0\">\n";
 constexpr std::string_view XMLEpilogue = "</plist>\n";
 
