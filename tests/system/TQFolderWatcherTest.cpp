@@ -32,18 +32,15 @@ struct Batch {
   bool mustScan = false;
 };
 
-class Batches {
+// The batches a handler was given, from whatever thread it ran on.
+class Batches : public tq::testing::Recorder<Batch> {
  public:
   TQFolderWatcher::FileChangeHandler handlerFor(TQFolderWatcher& watcher) {
     return [this, &watcher](const std::vector<std::string>& paths, std::uint64_t id) {
-      std::lock_guard lock(mutex_);
-      batches_.push_back({paths, id, watcher.lastBatchMustScanSubDirs()});
+      (*this)({paths, id, watcher.lastBatchMustScanSubDirs()});
     };
   }
-  std::vector<Batch> all() const {
-    std::lock_guard lock(mutex_);
-    return batches_;
-  }
+  std::vector<Batch> all() const { return snapshot(); }
   std::set<std::string> paths() const {
     std::set<std::string> seen;
     for (const auto& batch : all()) seen.insert(batch.paths.begin(), batch.paths.end());
@@ -52,24 +49,14 @@ class Batches {
   bool waitFor(std::size_t count) const {
     return eventually([&] { return all().size() >= count; }, kPatience);
   }
-
- private:
-  mutable std::mutex mutex_;
-  std::vector<Batch> batches_;
 };
 
 class RecordingFolderDelegate : public TQFolderWatcherDelegate {
  public:
   void folderWatcherNotedChangesToPaths(TQFolderWatcher&, const std::vector<std::string>& paths) override {
-    std::lock_guard lock(mutex);
-    noted.push_back(paths);
+    noted(paths);
   }
-  std::size_t count() {
-    std::lock_guard lock(mutex);
-    return noted.size();
-  }
-  std::mutex mutex;
-  std::vector<std::vector<std::string>> noted;
+  tq::testing::Recorder<std::vector<std::string>> noted;
 };
 
 // ---- Through the seams -----------------------------------------------------------
@@ -147,13 +134,13 @@ TEST_F(TQFolderWatcherSeamTest, TheHandlerTakesPrecedenceOverTheDelegate) {
   EXPECT_GT(batch.id, before);
   EXPECT_EQ(batch.id, watcher->latestEventId());
   EXPECT_FALSE(batch.mustScan);
-  EXPECT_EQ(delegate_->count(), 0u);
+  EXPECT_EQ(delegate_->noted.snapshot().size(), 0u);
 
   watcher->setFileChangeHandler(nullptr);
   inject(root_, {{Kind::Deleted, "a.txt", false}});
   passLatency();
-  ASSERT_TRUE(eventually([&] { return delegate_->count() == 1; }, kPatience));
-  EXPECT_EQ(delegate_->noted[0], std::vector<std::string>{root_ + "/a.txt"});
+  ASSERT_TRUE(eventually([&] { return delegate_->noted.snapshot().size() == 1; }, kPatience));
+  EXPECT_EQ(delegate_->noted.snapshot()[0], std::vector<std::string>{root_ + "/a.txt"});
   EXPECT_GT(watcher->latestEventId(), batch.id) << "ids increase";
   watcher->stopWatching();
 }
