@@ -227,10 +227,8 @@ class TqkitCompletion : public TqkitTest {
 using Words = std::vector<std::string>;
 
 TEST_F(TqkitCompletion, IsValidBash) {
-  const CommandResult check = runCommand("bash -n " + shellQuoted(script_) + " 2>&1");
-  EXPECT_EQ(check.status, 0) << check.output;
-  EXPECT_EQ(check.output, "");
-  // Sourcing it registers the function for tqkit and prints nothing.
+  // Sourced, it parses without a message (bash reads the whole file) and
+  // registers the function for tqkit.
   const CommandResult registered =
       runCommand("bash --norc -c " + shellQuoted("source " + shellQuoted(script_) + " && complete -p tqkit") + " 2>&1");
   EXPECT_EQ(registered.output, "complete -F _tqkit tqkit\n");
