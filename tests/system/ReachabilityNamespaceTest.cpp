@@ -9,11 +9,10 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <filesystem>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
-#include <mutex>
 #include <thread>
 
 #include "tests/support/Eventually.h"
@@ -38,9 +37,7 @@ void check(bool ok, const std::string& what) {
   ++failures;
 }
 
-bool run(const std::string& command) {
-  return std::system((command + " >/dev/null 2>&1").c_str()) == 0;
-}
+bool run(const std::string& command) { return std::system((command + " >/dev/null 2>&1").c_str()) == 0; }
 
 Ref<TQReachability> at(const char* address) {
   return TQReachability::reachabilityWithURL(std::string("http://") + address);
@@ -52,28 +49,6 @@ void expectFlags(const Ref<TQReachability>& target, const std::string& expected,
   check(ok, when + ": " + target->reachabilityRef().description() + " is '" + target->currentReachabilityFlags() +
                 "', expected '" + expected + "'");
 }
-
-// The changes one notifier reported, as flag strings.
-class Changes {
- public:
-  explicit Changes(const Ref<TQReachability>& target) {
-    target->setReachabilityBlock([this](TQReachability&, std::uint32_t flags) {
-      std::lock_guard lock(mutex_);
-      seen_.push_back(TQReachability::flagString(flags));
-    });
-  }
-  std::vector<std::string> seen() {
-    std::lock_guard lock(mutex_);
-    return seen_;
-  }
-  bool waitFor(std::size_t count) {
-    return eventually([&] { return seen().size() >= count; }, kPatience, std::chrono::milliseconds(5));
-  }
-
- private:
-  std::mutex mutex_;
-  std::vector<std::string> seen_;
-};
 
 int insideNamespace(const std::vector<std::string>&) {
   auto internet = TQReachability::reachabilityForInternetConnection();
@@ -92,24 +67,29 @@ int insideNamespace(const std::vector<std::string>&) {
   auto localhost = TQReachability::reachabilityWithHostname("localhost");
   expectFlags(localhost, "XR -----ld", "a name resolved off the caller's thread");
 
-  Changes farChanges(far);
+  // The changes the notifier reported, as flag strings.
+  tq::testing::Recorder<> changes;
+  far->setReachabilityBlock([&](TQReachability&, std::uint32_t flags) { changes(TQReachability::flagString(flags)); });
+  auto changesReach = [&](std::size_t count) {
+    return eventually([&] { return changes.snapshot().size() >= count; }, kPatience, std::chrono::milliseconds(5));
+  };
   check(far->startNotifier(), "starting the notifier");
   check(run("ip route add default via 10.1.0.2"), "adding the default route");
-  check(farChanges.waitFor(1), "no callback after the default route came");
+  check(changesReach(1), "no callback after the default route came");
   expectFlags(internet, "XR -------", "a default route through a gateway");
   expectFlags(far, "XR -------", "beyond the gateway");
 
   check(run("ip addr add 10.9.0.1/24 dev v0"), "adding an unrelated address");
   std::this_thread::sleep_for(std::chrono::milliseconds(400));
-  check(farChanges.seen().size() == 1, "a change that did not change the flags was reported");
+  check(changes.snapshot().size() == 1, "a change that did not change the flags was reported");
 
   check(run("ip link set v0 down"), "bringing the link down");
-  check(farChanges.waitFor(2), "no callback after the link went down");
+  check(changesReach(2), "no callback after the link went down");
   expectFlags(neighbour, "X- -------", "the link is down");
   check(run("ip link set v0 up") && run("ip route add default via 10.1.0.2"), "bringing the link back");
-  check(farChanges.waitFor(3), "no callback after the link came back");
+  check(changesReach(3), "no callback after the link came back");
   far->stopNotifier();
-  auto seen = farChanges.seen();
+  auto seen = changes.snapshot();
   check(seen.size() == 3 && seen[0] == "XR -------" && seen[1] == "X- -------" && seen[2] == "XR -------",
         "the changes reported were not reachable, unreachable, reachable");
   std::fprintf(stderr, "%d checks, %d failed\n", checks, failures);  // stderr: the role ends with _Exit, unflushed

@@ -89,10 +89,15 @@ TEST_F(TQFileWatcherTest, AMissingFileFailsWithCode500ButAnswersTrueWithoutAnErr
   EXPECT_EQ(error->localizedDescription(), "Could not open() the watching file at: " + missing);
 }
 
-TEST_F(TQFileWatcherTest, ASourceThatCannotBeMadeFailsWithCode501AndKeepsTheDescriptor) {
-  auto source = std::make_shared<ManualFileChangeSource>();
+// Through the change-source seam instead of the kernel.
+class TQFileWatcherSeamTest : public TQFileWatcherTest {
+ protected:
+  std::shared_ptr<ManualFileChangeSource> source = std::make_shared<ManualFileChangeSource>();
+  ScopedFileChangeSource installed{source};
+};
+
+TEST_F(TQFileWatcherSeamTest, ASourceThatCannotBeMadeFailsWithCode501AndKeepsTheDescriptor) {
   source->setFailure("the user's limit of inotify watches is reached (fs.inotify.max_user_watches)");
-  ScopedFileChangeSource installed(source);
   auto watcher = TQFileWatcher::initWithDelegate(delegate_, file_.string());
   Ref<Error> error;
   EXPECT_FALSE(watcher->startWatchingWithError(&error));
@@ -103,9 +108,7 @@ TEST_F(TQFileWatcherTest, ASourceThatCannotBeMadeFailsWithCode501AndKeepsTheDesc
   EXPECT_FALSE(watcher->isWatching());
 }
 
-TEST_F(TQFileWatcherTest, ASecondStartReplacesTheSourceWithoutCancellingTheFirst) {
-  auto source = std::make_shared<ManualFileChangeSource>();
-  ScopedFileChangeSource installed(source);
+TEST_F(TQFileWatcherSeamTest, ASecondStartReplacesTheSourceWithoutCancellingTheFirst) {
   auto watcher = TQFileWatcher::initWithDelegate(delegate_, file_.string());
   ASSERT_TRUE(watcher->startWatchingWithError());
   auto first = watcher->source();
@@ -122,9 +125,7 @@ TEST_F(TQFileWatcherTest, ASecondStartReplacesTheSourceWithoutCancellingTheFirst
   EXPECT_FALSE(first->isCancelled()) << "stop cancels only the current source";
 }
 
-TEST_F(TQFileWatcherTest, StopClosesAndClearsAndASecondStopDoesNothing) {
-  auto source = std::make_shared<ManualFileChangeSource>();
-  ScopedFileChangeSource installed(source);
+TEST_F(TQFileWatcherSeamTest, StopClosesAndClearsAndASecondStopDoesNothing) {
   auto watcher = TQFileWatcher::initWithDelegate(delegate_, file_.string());
   ASSERT_TRUE(watcher->startWatchingWithError());
   const std::string path = "/proc/self/fd/" + std::to_string(watcher->fileDescriptor());

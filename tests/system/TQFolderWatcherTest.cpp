@@ -32,18 +32,15 @@ struct Batch {
   bool mustScan = false;
 };
 
-class Batches {
+// The batches a handler was given, from whatever thread it ran on.
+class Batches : public tq::testing::Recorder<Batch> {
  public:
   TQFolderWatcher::FileChangeHandler handlerFor(TQFolderWatcher& watcher) {
     return [this, &watcher](const std::vector<std::string>& paths, std::uint64_t id) {
-      std::lock_guard lock(mutex_);
-      batches_.push_back({paths, id, watcher.lastBatchMustScanSubDirs()});
+      (*this)({paths, id, watcher.lastBatchMustScanSubDirs()});
     };
   }
-  std::vector<Batch> all() const {
-    std::lock_guard lock(mutex_);
-    return batches_;
-  }
+  std::vector<Batch> all() const { return snapshot(); }
   std::set<std::string> paths() const {
     std::set<std::string> seen;
     for (const auto& batch : all()) seen.insert(batch.paths.begin(), batch.paths.end());
@@ -52,24 +49,14 @@ class Batches {
   bool waitFor(std::size_t count) const {
     return eventually([&] { return all().size() >= count; }, kPatience);
   }
-
- private:
-  mutable std::mutex mutex_;
-  std::vector<Batch> batches_;
 };
 
 class RecordingFolderDelegate : public TQFolderWatcherDelegate {
  public:
   void folderWatcherNotedChangesToPaths(TQFolderWatcher&, const std::vector<std::string>& paths) override {
-    std::lock_guard lock(mutex);
-    noted.push_back(paths);
+    noted(paths);
   }
-  std::size_t count() {
-    std::lock_guard lock(mutex);
-    return noted.size();
-  }
-  std::mutex mutex;
-  std::vector<std::vector<std::string>> noted;
+  tq::testing::Recorder<std::vector<std::string>> noted;
 };
 
 // ---- Through the seams -----------------------------------------------------------
@@ -84,6 +71,12 @@ class TQFolderWatcherSeamTest : public ::testing::Test {
   void inject(const std::string& folder, std::vector<FileChange> changes) {
     ASSERT_EQ(source_->inject(folder, changes), 1u) << folder;
   }
+  // A watcher of the root whose batches go to batches_, not yet started.
+  Ref<TQFolderWatcher> withHandler(std::uint32_t flags = 25) {
+    auto watcher = TQFolderWatcher::initWithDelegate(delegate_, flags, root_);
+    watcher->setFileChangeHandler(batches_.handlerFor(*watcher));
+    return watcher;
+  }
 
   tq::testing::TemporaryFolder folder_{"folder-watcher"};
   const std::string root_ = folder_.string();
@@ -92,6 +85,7 @@ class TQFolderWatcherSeamTest : public ::testing::Test {
   std::shared_ptr<ManualClock> clock_ = std::make_shared<ManualClock>();
   ScopedClock<MonotonicClock> installedClock_{clock_};
   std::shared_ptr<RecordingFolderDelegate> delegate_ = std::make_shared<RecordingFolderDelegate>();
+  Batches batches_;
 };
 
 TEST_F(TQFolderWatcherSeamTest, FlagsAlwaysCarryBitOneAndTheQueueHasItsLabel) {
@@ -126,15 +120,13 @@ TEST_F(TQFolderWatcherSeamTest, ARunningWatcherIsNotStartedAgain) {
 }
 
 TEST_F(TQFolderWatcherSeamTest, TheHandlerTakesPrecedenceOverTheDelegate) {
-  auto watcher = TQFolderWatcher::initWithDelegate(delegate_, root_);
-  Batches batches;
-  watcher->setFileChangeHandler(batches.handlerFor(*watcher));
+  auto watcher = withHandler();
   ASSERT_TRUE(watcher->startWatchingWithError());
   const auto before = watcher->latestEventId();
   inject(root_, {{Kind::Created, "a.txt", false}, {Kind::Modified, "a.txt", false}, {Kind::Created, "b", false}});
   passLatency();
-  ASSERT_TRUE(batches.waitFor(1));
-  auto batch = batches.all()[0];
+  ASSERT_TRUE(batches_.waitFor(1));
+  auto batch = batches_.all()[0];
   EXPECT_EQ(std::set<std::string>(batch.paths.begin(), batch.paths.end()),
             (std::set<std::string>{root_ + "/a.txt", root_ + "/b"}))
       << "each path once";
@@ -142,46 +134,42 @@ TEST_F(TQFolderWatcherSeamTest, TheHandlerTakesPrecedenceOverTheDelegate) {
   EXPECT_GT(batch.id, before);
   EXPECT_EQ(batch.id, watcher->latestEventId());
   EXPECT_FALSE(batch.mustScan);
-  EXPECT_EQ(delegate_->count(), 0u);
+  EXPECT_EQ(delegate_->noted.snapshot().size(), 0u);
 
   watcher->setFileChangeHandler(nullptr);
   inject(root_, {{Kind::Deleted, "a.txt", false}});
   passLatency();
-  ASSERT_TRUE(eventually([&] { return delegate_->count() == 1; }, kPatience));
-  EXPECT_EQ(delegate_->noted[0], std::vector<std::string>{root_ + "/a.txt"});
+  ASSERT_TRUE(eventually([&] { return delegate_->noted.snapshot().size() == 1; }, kPatience));
+  EXPECT_EQ(delegate_->noted.snapshot()[0], std::vector<std::string>{root_ + "/a.txt"});
   EXPECT_GT(watcher->latestEventId(), batch.id) << "ids increase";
   watcher->stopWatching();
 }
 
 TEST_F(TQFolderWatcherSeamTest, WithoutFileEventsTheFolderOfTheChangeIsReported) {
   fs::create_directory(folder_.path() / "sub");
-  auto watcher = TQFolderWatcher::initWithDelegate(delegate_, kFSEventStreamCreateFlagIgnoreSelf, root_);
-  Batches batches;
-  watcher->setFileChangeHandler(batches.handlerFor(*watcher));
+  auto watcher = withHandler(kFSEventStreamCreateFlagIgnoreSelf);
   ASSERT_TRUE(watcher->startWatchingWithError());
   inject(root_ + "/sub", {{Kind::Created, "x", false}, {Kind::Created, "y", false}});
   inject(root_, {{Kind::Modified, "z", false}});
   passLatency();
-  ASSERT_TRUE(batches.waitFor(1));
-  EXPECT_EQ(batches.paths(), (std::set<std::string>{root_, root_ + "/sub"}));
+  ASSERT_TRUE(batches_.waitFor(1));
+  EXPECT_EQ(batches_.paths(), (std::set<std::string>{root_, root_ + "/sub"}));
   watcher->stopWatching();
 }
 
 TEST_F(TQFolderWatcherSeamTest, OverflowAndResumingReportTheRootForARescan) {
-  auto watcher = TQFolderWatcher::initWithDelegate(delegate_, root_);
-  Batches batches;
-  watcher->setFileChangeHandler(batches.handlerFor(*watcher));
+  auto watcher = withHandler();
   ASSERT_TRUE(watcher->startWatchingSinceEventId(42));
   EXPECT_EQ(watcher->latestEventId(), 42u) << "the id given, until something is delivered";
   passLatency();
-  ASSERT_TRUE(batches.waitFor(1)) << "an id from the past: the kernel keeps no history, so rescan";
-  EXPECT_EQ(batches.all()[0].paths, std::vector<std::string>{root_});
-  EXPECT_TRUE(batches.all()[0].mustScan);
+  ASSERT_TRUE(batches_.waitFor(1)) << "an id from the past: the kernel keeps no history, so rescan";
+  EXPECT_EQ(batches_.all()[0].paths, std::vector<std::string>{root_});
+  EXPECT_TRUE(batches_.all()[0].mustScan);
 
   inject(root_, {{Kind::Created, "seen", false}, {Kind::Overflow, "", false}});
   passLatency();
-  ASSERT_TRUE(batches.waitFor(2));
-  auto overflow = batches.all()[1];
+  ASSERT_TRUE(batches_.waitFor(2));
+  auto overflow = batches_.all()[1];
   EXPECT_EQ(std::set<std::string>(overflow.paths.begin(), overflow.paths.end()),
             (std::set<std::string>{root_, root_ + "/seen"}));
   EXPECT_TRUE(overflow.mustScan);
@@ -189,9 +177,7 @@ TEST_F(TQFolderWatcherSeamTest, OverflowAndResumingReportTheRootForARescan) {
 }
 
 TEST_F(TQFolderWatcherSeamTest, StopClearsThePathAndTheIdAndDropsAQueuedBatch) {
-  auto watcher = TQFolderWatcher::initWithDelegate(delegate_, root_);
-  Batches batches;
-  watcher->setFileChangeHandler(batches.handlerFor(*watcher));
+  auto watcher = withHandler();
   auto held = DispatchQueue::createSerial("held");
   watcher->setCallbackQueue(held);
   ASSERT_TRUE(watcher->startWatchingWithError());
@@ -206,7 +192,7 @@ TEST_F(TQFolderWatcherSeamTest, StopClearsThePathAndTheIdAndDropsAQueuedBatch) {
   watcher->stopWatching();
   gate.unlock();
   held->sync([] {});
-  EXPECT_TRUE(batches.all().empty()) << "no handler runs after stop";
+  EXPECT_TRUE(batches_.all().empty()) << "no handler runs after stop";
   EXPECT_EQ(watcher->latestEventId(), 0u);
   EXPECT_FALSE(watcher->watchedPath());
   EXPECT_FALSE(watcher->startWatchingWithError()) << "a stopped watcher needs a path again";
@@ -231,8 +217,8 @@ TEST_F(TQFolderWatcherSeamTest, StartAndStopWriteTheirLinesThroughTheLogger) {
   const std::string start = "[TQS_TQFolderWatcher] -[TQFolderWatcher startWatchingSinceEventId:error:]:";
   EXPECT_NE(text.find(start + "79\n\t\tstarting up Sync Folder Watcher for Path: " + root_), std::string::npos) << text;
   EXPECT_NE(text.find(start + "109\n\t\tSuccessfully set up SyncFolder Listener"), std::string::npos) << text;
-  EXPECT_NE(text.find("[TQS_TQFolderWatcher] -[TQFolderWatcher stopWatching]:134\n\t\tstopWatching"),
-            std::string::npos) << text;
+  EXPECT_NE(text.find("[TQS_TQFolderWatcher] -[TQFolderWatcher stopWatching]:134\n\t\tstopWatching"), std::string::npos)
+      << text;
   EXPECT_NE(text.find(start + "103\n\t\tFailed to start the SyncFolder Listener"), std::string::npos) << text;
 }
 
@@ -240,8 +226,8 @@ TEST_F(TQFolderWatcherSeamTest, StartAndStopWriteTheirLinesThroughTheLogger) {
 
 class TQFolderWatcherKernelTest : public ::testing::Test {
  protected:
-  Ref<TQFolderWatcher> start(std::uint32_t flags = 25) {
-    auto watcher = TQFolderWatcher::initWithDelegate(std::weak_ptr<TQFolderWatcherDelegate>(), flags, root_);
+  Ref<TQFolderWatcher> start(const std::string& root) {
+    auto watcher = TQFolderWatcher::initWithDelegate(std::weak_ptr<TQFolderWatcherDelegate>(), 25, root);
     watcher->setFileChangeHandler(batches_.handlerFor(*watcher));
     EXPECT_TRUE(watcher->startWatchingWithError());
     return watcher;
@@ -257,7 +243,7 @@ class TQFolderWatcherKernelTest : public ::testing::Test {
 
 TEST_F(TQFolderWatcherKernelTest, FoldersMadeLaterAreWatchedAndWhatTheyHeldIsReported) {
   folder_.write("old/inner/file.txt", "x");
-  auto watcher = start();
+  auto watcher = start(root_);
   EXPECT_EQ(watcher->watchedFolderCount(), 3u);
   folder_.write("old/inner/file.txt", "changed");
   // A whole branch made at once: the inner files may come before the new
@@ -277,7 +263,7 @@ TEST_F(TQFolderWatcherKernelTest, FoldersMadeLaterAreWatchedAndWhatTheyHeldIsRep
 }
 
 TEST_F(TQFolderWatcherKernelTest, IgnoreSelfLeavesOutThisProcessReplacementsOnly) {
-  auto watcher = start();
+  auto watcher = start(root_);
   ASSERT_TRUE(FileSystem::current()->writeFileAtomically(root_ + "/own.plist", "<plist/>"));
   std::ofstream(root_ + "/theirs.txt") << "x";
   ASSERT_TRUE(eventuallySeen(root_ + "/theirs.txt"));
@@ -290,9 +276,7 @@ TEST_F(TQFolderWatcherKernelTest, IgnoreSelfLeavesOutThisProcessReplacementsOnly
 TEST_F(TQFolderWatcherKernelTest, FoldersDeletedAndMadeAgainAtOnceAreWatchedAgain) {
   fs::create_directories(folder_.path() / "root" / "sub");
   const std::string root = root_ + "/root";
-  auto watcher = TQFolderWatcher::initWithDelegate(std::weak_ptr<TQFolderWatcherDelegate>(), 25, root);
-  watcher->setFileChangeHandler(batches_.handlerFor(*watcher));
-  ASSERT_TRUE(watcher->startWatchingWithError());
+  auto watcher = start(root);
   // Within one latency, so that the new folders (which the file system may
   // give the old inode numbers) come before anything is delivered.
   fs::remove_all(folder_.path() / "root" / "sub");
@@ -310,9 +294,7 @@ TEST_F(TQFolderWatcherKernelTest, FoldersDeletedAndMadeAgainAtOnceAreWatchedAgai
 TEST_F(TQFolderWatcherKernelTest, TheRootGoingAwayAndComingBackAsksForARescan) {
   fs::create_directory(folder_.path() / "root");
   const std::string root = root_ + "/root";
-  auto watcher = TQFolderWatcher::initWithDelegate(std::weak_ptr<TQFolderWatcherDelegate>(), 25, root);
-  watcher->setFileChangeHandler(batches_.handlerFor(*watcher));
-  ASSERT_TRUE(watcher->startWatchingWithError());
+  auto watcher = start(root);
   fs::remove(root);
   ASSERT_TRUE(eventually([&] { return !batches_.all().empty() && batches_.all().back().mustScan; }, kPatience));
   const auto before = batches_.all().size();

@@ -36,9 +36,9 @@ TEST_F(TQReachabilityTest, PredicatesReadTheFlagsAsTheyAreWritten) {
     bool reachable, onDemand, intervention, required;
   };
   const Case cases[] = {
-      {0x2, true, false, false, false},   {0x7, false, false, false, true},   {0x6, true, false, false, true},
-      {0x3, true, false, false, false},   {0x24, false, true, false, true},   {0x0C, false, true, false, true},
-      {0x20, false, false, false, false}, {0x04, false, false, false, true},  {0x14, false, false, true, true},
+      {0x2, true, false, false, false},   {0x7, false, false, false, true},  {0x6, true, false, false, true},
+      {0x3, true, false, false, false},   {0x24, false, true, false, true},  {0x0C, false, true, false, true},
+      {0x20, false, false, false, false}, {0x04, false, false, false, true}, {0x14, false, false, true, true},
       {0x10, false, false, false, false}, {0x2E, true, true, false, true},
   };
   for (const Case& c : cases) {
@@ -87,8 +87,7 @@ TEST_F(TQReachabilityTest, TheFlagStringStartsWithXAndListsTheBitsInItsOwnOrder)
 TEST_F(TQReachabilityTest, FactoriesMakeTheirTargets) {
   EXPECT_EQ(TQReachability::reachabilityForInternetConnection()->reachabilityRef().description(), "0.0.0.0");
   EXPECT_EQ(TQReachability::reachabilityForLocalWiFi()->reachabilityRef().description(), "169.254.0.0");
-  EXPECT_EQ(TQReachability::reachabilityWithHostName("mail.example")->reachabilityRef().description(),
-            "mail.example");
+  EXPECT_EQ(TQReachability::reachabilityWithHostName("mail.example")->reachabilityRef().description(), "mail.example");
   EXPECT_FALSE(TQReachability::reachabilityWithHostname(""));
   EXPECT_FALSE(TQReachability::reachabilityWithAddress(nullptr));
   sockaddr unix{};
@@ -109,8 +108,8 @@ TEST_F(TQReachabilityTest, URLsWithAnAddressGoByAddressAndPortAndOthersByName) {
     int port;  // -1: a name target
   };
   const Case cases[] = {
-      {"https://192.0.2.7/inbox", "192.0.2.7", 443}, {"http://192.0.2.7", "192.0.2.7", 80},
-      {"imap://192.0.2.7", "192.0.2.7", 80},         {"HTTPS://192.0.2.7", "192.0.2.7", 80},
+      {"https://192.0.2.7/inbox", "192.0.2.7", 443},  {"http://192.0.2.7", "192.0.2.7", 80},
+      {"imap://192.0.2.7", "192.0.2.7", 80},          {"HTTPS://192.0.2.7", "192.0.2.7", 80},
       {"https://192.0.2.7:8443/", "192.0.2.7", 8443}, {"https://user@mail.example:993/", "mail.example", -1},
       {"https://[2001:db8::1]/", "2001:db8::1", -1},
   };
@@ -134,13 +133,10 @@ TEST_F(TQReachabilityTest, URLsWithAnAddressGoByAddressAndPortAndOthersByName) {
 TEST_F(TQReachabilityTest, ChangesCallTheBlocksOnTheQueueThenNotifyOnTheMainQueue) {
   auto reachability = withFlags(0);
   Recorder<> events;
-  reachability->setReachableBlock([&](TQReachability&) {
-    events("reachable on " + DispatchQueue::currentLabel());
-  });
+  reachability->setReachableBlock([&](TQReachability&) { events("reachable on " + DispatchQueue::currentLabel()); });
   reachability->setUnreachableBlock([&](TQReachability&) { events("unreachable"); });
-  reachability->setReachabilityBlock([&](TQReachability&, std::uint32_t flags) {
-    events("flags " + std::to_string(flags));
-  });
+  reachability->setReachabilityBlock(
+      [&](TQReachability&, std::uint32_t flags) { events("flags " + std::to_string(flags)); });
   auto token = NotificationCenter::defaultCenter()->addObserverForName(
       str("kReachabilityChangedNotification"), reachability, nullptr,
       [&](const Ref<Notification>&) { events(RunLoop::isMainThread() ? "notified on main" : "notified elsewhere"); });

@@ -29,16 +29,16 @@ class PlayedOutDownload : public CloudFiles {
   mutable std::atomic<int> starts{0};
 
   std::optional<bool> isUbiquitousItem(const std::string&, CloudFileError* error) const override {
-    if (!ubiquitous && error) *error = {"NSCocoaErrorDomain", 256, "cannot read the item"};
+    if (!ubiquitous && error) *error = {"TQTestErrorDomain", 256, "cannot read the item"};
     return ubiquitous;
   }
   std::optional<DownloadingStatus> downloadingStatus(const std::string&, CloudFileError* error) const override {
-    if (!status && error) *error = {"NSCocoaErrorDomain", 257, "cannot read the status"};
+    if (!status && error) *error = {"TQTestErrorDomain", 257, "cannot read the status"};
     return status;
   }
   bool startDownloading(const std::string&, CloudFileError* error) const override {
     ++starts;
-    if (!startSucceeds && error) *error = {"NSCocoaErrorDomain", 4, "refused"};
+    if (!startSucceeds && error) *error = {"TQTestErrorDomain", 4, "refused"};
     return startSucceeds;
   }
   std::optional<long long> downloadedSize(const std::string&) const override {
@@ -57,9 +57,8 @@ class UbiquityFilesTest : public ::testing::Test {
   UbiquityFilesTest() {
     for (const char* name : {Ubiquity::StartedDownloadingNotification, Ubiquity::FinishedDownloadingNotification}) {
       tokens_.push_back(NotificationCenter::defaultCenter()->addObserverForName(
-          str(name), nullptr, nullptr, [this](const Ref<Notification>& n) {
-            notes_(n->name()->utf8() + " " + describeUTF8(n->object()));
-          }));
+          str(name), nullptr, nullptr,
+          [this](const Ref<Notification>& n) { notes_(n->name()->utf8() + " " + describeUTF8(n->object())); }));
     }
   }
   ~UbiquityFilesTest() override {
@@ -109,35 +108,33 @@ TEST_F(UbiquityFilesTest, TheDefaultProviderHasNoCloudFilesSoTheURLComesBackAtOn
 }
 
 TEST_F(UbiquityFilesTest, AnswersAtOnceUnlessTheFileStillHasToBeDownloaded) {
-  provider_->status = CloudFiles::DownloadingStatus::Current;
-  manage("/cloud/a");
-  ASSERT_TRUE(outcome());
-  EXPECT_EQ(outcome()->url, "/cloud/a");
-  EXPECT_FALSE(outcome()->error);
-
-  outcome_.reset();
-  provider_->status.reset();
-  manage("/cloud/b");
-  ASSERT_TRUE(outcome());
-  EXPECT_EQ(outcome()->url, "/cloud/b") << "the URL, with the error of the status read";
-  ASSERT_TRUE(outcome()->error);
-  EXPECT_EQ(outcome()->error->code(), 257);
-
-  outcome_.reset();
-  provider_->ubiquitous.reset();
-  manage("/cloud/c");
-  ASSERT_TRUE(outcome());
-  EXPECT_FALSE(outcome()->url);
-  EXPECT_EQ(outcome()->error->code(), 256);
-  EXPECT_EQ(provider_->starts.load(), 0);
-}
-
-TEST_F(UbiquityFilesTest, ARefusedDownloadAnswersNoURLAndItsError) {
-  provider_->startSucceeds = false;
-  manage("/cloud/refused");
-  ASSERT_TRUE(outcome());
-  EXPECT_FALSE(outcome()->url);
-  EXPECT_EQ(outcome()->error->code(), 4);
+  using Status = CloudFiles::DownloadingStatus;
+  struct Row {
+    std::optional<bool> ubiquitous;
+    std::optional<Status> status;
+    bool startSucceeds;
+    std::optional<std::string> url;  // what the completion gets
+    std::int64_t code;               // its error's; 0 for none
+  };
+  const Row rows[] = {
+      {true, Status::Current, true, "/cloud/a", 0},
+      {true, std::nullopt, true, "/cloud/a", 257},  // the URL, with the error of the status read
+      {std::nullopt, Status::Current, true, std::nullopt, 256},
+      {true, Status::NotDownloaded, false, std::nullopt, 4},  // a refused download
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.code);
+    provider_->ubiquitous = row.ubiquitous;
+    provider_->status = row.status;
+    provider_->startSucceeds = row.startSucceeds;
+    outcome_.reset();
+    manage("/cloud/a");
+    ASSERT_TRUE(outcome()) << "called before returning";
+    EXPECT_EQ(outcome()->url, row.url);
+    EXPECT_EQ(outcome()->error ? outcome()->error->code() : 0, row.code);
+    if (outcome()->error) EXPECT_EQ(outcome()->error->domain(), "TQTestErrorDomain");
+  }
+  EXPECT_EQ(provider_->starts.load(), 1) << "only the download that has to be made is started";
 }
 
 TEST_F(UbiquityFilesTest, AFileArrivingWithinASecondPostsNoNotifications) {
@@ -157,8 +154,9 @@ TEST_F(UbiquityFilesTest, ASlowDownloadIsAnnouncedOnItsFifthPassAndWhenItEnds) {
   pollUntilDone(20);
   ASSERT_TRUE(finished());
   EXPECT_EQ(outcome()->url, "/cloud/slow");
-  EXPECT_EQ(notes_.snapshot(), (std::vector<std::string>{"TQEditingWebviewStartedDownloadingUbiquitousFile /cloud/slow",
-                                                         "TQEditingWebviewFinishedDownloadingUbiquitousFile /cloud/slow"}));
+  EXPECT_EQ(notes_.snapshot(),
+            (std::vector<std::string>{"TQEditingWebviewStartedDownloadingUbiquitousFile /cloud/slow",
+                                      "TQEditingWebviewFinishedDownloadingUbiquitousFile /cloud/slow"}));
   EXPECT_EQ(Ubiquity::tqUbiquityQueue()->maxConcurrentOperationCount(), 1);
 }
 

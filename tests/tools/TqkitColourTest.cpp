@@ -1,5 +1,6 @@
 // tqkit colour: the four forms of each colour read, the shades, the names,
-// the appearance and the catalogue, run in-process.
+// the appearance and the catalogue, run in-process. The colours' values are
+// the colour room's tests; these hold the forms, options and errors.
 
 #include <gtest/gtest.h>
 
@@ -34,9 +35,6 @@ TEST_F(TqkitColour, ParseReadsLinesOfStandardInputAndPrintsOneFormWhenAsked) {
 }
 
 TEST_F(TqkitColour, ShadesPrintsEveryShadeAtTheLevelsAsked) {
-  // #3366cc: hue 0.61, saturation 0.75, brightness 0.8, lightness 0.42;
-  // the pale shade has saturation 0.279 and brightness 0.934, the dark one
-  // saturation 0.837 and brightness 0.16.
   const InProcessResult result = runInProcess({"colour", "shades", "--levels", "0.5", "#3366cc"});
   EXPECT_EQ(result.status, 0) << result.err;
   EXPECT_EQ(result.out,
@@ -45,7 +43,8 @@ TEST_F(TqkitColour, ShadesPrintsEveryShadeAtTheLevelsAsked) {
             "pale 0.5\t149 176 229 100\trgb(149,176,229)\t#95b0e5\t-\n"
             "highlight 0.5\t165 186 229 100\trgb(165,186,229)\t#a5bae5\t-\n"
             "shade 0.5\t0 34 102 100\trgb(0,34,102)\t#002266\t-\n");
-  const InProcessResult css = runInProcess({"colour", "shades", "--levels", "0.25,0.75", "--form", "css", "-"}, "orange\n");
+  const InProcessResult css =
+      runInProcess({"colour", "shades", "--levels", "0.25,0.75", "--form", "css", "-"}, "orange\n");
   EXPECT_EQ(css.out.substr(css.out.find("shade 0.25")), "shade 0.25\trgb(191,95,0)\nshade 0.75\trgb(63,31,0)\n");
 }
 
@@ -70,10 +69,6 @@ TEST_F(TqkitColour, AppearanceAndCatalogue) {
   const InProcessResult catalogue = runInProcess({"colour", "catalogue"});
   EXPECT_EQ(catalogue.status, 0);
   EXPECT_EQ(catalogue.out.substr(0, catalogue.out.find('\n') + 1), "tagWindowBackgroundColor\t#d5dde4\t#191919\n");
-  EXPECT_NE(catalogue.out.find("\nkeywordStrokeColor\t#91b0e8\t#91b0e8\n"), std::string::npos)
-      << "no dark variant: the light one on both sides";
-  EXPECT_NE(catalogue.out.find("\nnamedColor8\t#5a73eb\t#5a73eb\nnamedColor10\t"), std::string::npos)
-      << "the gap at 9";
   const InProcessResult unwritable = runInProcess({"colour", "catalogue", "--html", "/nonexistent/c.html"});
   EXPECT_EQ(unwritable.status, 1);
   EXPECT_EQ(unwritable.err.rfind("tqkit: colour catalogue: cannot write '/nonexistent/c.html': ", 0), 0u)
@@ -84,6 +79,5 @@ TEST_F(TqkitColour, NamesListsTheColoursTheNamedFormFinds) {
   const InProcessResult result = runInProcess({"colour", "names"});
   EXPECT_EQ(result.status, 0);
   EXPECT_NE(result.out.find("brownColor\t153 102 51 100\n"), std::string::npos) << result.out;
-  EXPECT_NE(result.out.find("clearColor\t0 0 0 0\n"), std::string::npos);
   EXPECT_EQ(runInProcess({"colour", "names", "extra"}).status, 2);
 }

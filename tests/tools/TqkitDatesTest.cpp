@@ -1,6 +1,7 @@
 // tqkit date and tqkit version, run in-process: the world options fix now,
 // the zone and the locale; bad input is a usage error (2) or a failure (1)
-// with one line on stderr.
+// with one line on stderr. One row per command and style: the dates
+// themselves are the date room's tests.
 
 #include <gtest/gtest.h>
 
@@ -33,9 +34,6 @@ INSTANTIATE_TEST_SUITE_P(
         CommandCase{{"date", "range", "LAST_WEEK", "--now", "2024-02-10T12:00:00Z", "--tz", "Europe/Paris"},
                     0,
                     "2024-01-28 00:00:00 +0100 - 2024-02-03 23:59:59 +0100\n"},
-        CommandCase{{"date", "range", "TODAY", "--now", "2024-03-10T15:00:00Z", "--tz", "America/New_York"},
-                    0,
-                    "2024-03-10 00:00:00 -0500 - 2024-03-10 23:59:59 -0400\n"},
         CommandCase{{"date", "range", "today", "--now", "2024-02-10T12:00:00Z"}, 1, ""},
         CommandCase{{"date", "range", "TODAY", "--tz", "Mars/Olympus"}, 2, ""},
         CommandCase{{"date", "range", "TODAY", "--now", "yesterday"}, 2, ""},
@@ -57,17 +55,13 @@ INSTANTIATE_TEST_SUITE_P(
                     0,
                     "2024-03-05T19:52:09+05:45\n"},
         CommandCase{{"date", "format", "--style", "unix"}, 2, ""},
-        CommandCase{{"date", "parse", "--style", "rfc2822", "Tue, 5 Mar 2024 15:07:09 +0100"}, 0,
-                    "2024-03-05T14:07:09Z\n"},
+        CommandCase{
+            {"date", "parse", "--style", "rfc2822", "Tue, 5 Mar 2024 15:07:09 +0100"}, 0, "2024-03-05T14:07:09Z\n"},
         CommandCase{{"date", "parse", "--style", "json", "2024-03-05 15:07:09 +0100"}, 1, ""},
         CommandCase{{"date", "preference", R"({"presetType":0,"relativeDateType":13,"atHour":9})", "--now",
                      "2024-02-13T10:00:00Z", "--tz", "UTC", "--label"},
                     0,
                     "2024-02-20T00:00:00Z\tNext Tuesday\n"},
-        CommandCase{{"date", "preference", R"({"presetType":1,"relativeTimeType":2,"offsetTime":1})", "--now",
-                     "2024-01-31T22:30:45Z", "--tz", "Europe/Berlin"},
-                    0,
-                    "2024-02-01T23:30:00+01:00\n"},
         CommandCase{{"date", "preference", "[1,2]"}, 1, ""},
         CommandCase{{"version", "parse", "4.2.1b123"}, 0, "major 4\nminor 2\nmaintenance 1\nbuild 123\n"},
         CommandCase{{"version", "parse", "1.2.3.4"}, 1, ""},

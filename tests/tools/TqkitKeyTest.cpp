@@ -1,5 +1,6 @@
 // tqkit key: glyph strings, their parsing and the layout table, over named
-// layouts; run in-process.
+// layouts; run in-process. The keys' names per layout are the key room's
+// tests; these hold the options and the output forms.
 
 #include <gtest/gtest.h>
 
@@ -11,8 +12,6 @@ using TqkitKey = TqkitTest;
 
 TEST_F(TqkitKey, GlyphShowsTheModifiersAndTheKeyOfTheLayout) {
   EXPECT_EQ(runInProcess({"key", "glyph", "--layout", "us", "--modifiers", "cmd,shift", "40"}).out, "⇧⌘K\n");
-  EXPECT_EQ(runInProcess({"key", "glyph", "--layout", "fr", "12"}).out, "A\n");
-  EXPECT_EQ(runInProcess({"key", "glyph", "--layout", "fr", "--modifiers", "command", "18"}).out, "⌘&\n");
   EXPECT_EQ(runInProcess({"key", "glyph", "--layout", "fr", "--number-digit", "18"}).out, "1\n");
   EXPECT_EQ(runInProcess({"key", "glyph", "--modifiers", "fn,ctrl,alt", "122"}).out, "⌃⌥F1\n");
   EXPECT_EQ(runInProcess({"key", "glyph", "--layout", "us:dvorak", "1"}).out, "O\n");
@@ -40,9 +39,6 @@ TEST_F(TqkitKey, LayoutPrintsTheNameAndTheTableOfKeys) {
   EXPECT_EQ(french.out.rfind("French\tfr\ncode\tevdev\tname\tplain\tshift\toption\tshift+option\n0\t30\tQ\tq\tQ\t", 0),
             0u)
       << french.out.substr(0, 200);
-  EXPECT_NE(french.out.find("\n29\t11\tÀ\tà\t0\t@\t"), std::string::npos);
   EXPECT_NE(french.out.find("\n122\t59\tF1\t-\t-\t-\t-\n"), std::string::npos);
-  const InProcessResult russian = runInProcess({"key", "layout", "--layout", "ru"});
-  EXPECT_EQ(russian.out.rfind("English (US)\tus\n", 0), 0u) << "shortcuts of a Russian keyboard use its Latin layout";
   EXPECT_EQ(runInProcess({"key", "layout", "extra"}).status, 2);
 }

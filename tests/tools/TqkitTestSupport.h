@@ -3,7 +3,6 @@
 // of the built binary through the shell with its standard error kept.
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -12,6 +11,7 @@
 #include <string>
 
 #include "tests/support/RunCommand.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tests/tools/InProcess.h"
 
 namespace tq::testing {
@@ -24,23 +24,9 @@ struct BinaryResult {
 
 class TqkitTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    static int serial = 0;
-    folder_ = std::filesystem::temp_directory_path() /
-              ("tqkit-tools-" + std::to_string(::getpid()) + "-" + std::to_string(++serial));
-    std::filesystem::create_directories(folder_);
-  }
-  void TearDown() override {
-    std::error_code ignored;
-    std::filesystem::permissions(folder_, std::filesystem::perms::owner_all, ignored);
-    std::filesystem::remove_all(folder_, ignored);
-  }
-
-  std::string path(const std::string& name) const { return (folder_ / name).string(); }
-
+  std::string path(const std::string& name) const { return (folder_.path() / name).string(); }
   std::string write(const std::string& name, const std::string& bytes) const {
-    std::ofstream(path(name), std::ios::binary) << bytes;
-    return path(name);
+    return folder_.write(name, bytes).string();
   }
 
   static std::string read(const std::string& file) {
@@ -73,7 +59,7 @@ class TqkitTest : public ::testing::Test {
     return bytes;
   }
 
-  std::filesystem::path folder_;
+  TemporaryFolder folder_{"tqkit-tools"};
 };
 
 /// "group command" as typed after "tqkit" (the group alone for a group of one).
