@@ -186,9 +186,15 @@ TEST_F(TQFolderWatcherSeamTest, StopClearsThePathAndTheIdAndDropsAQueuedBatch) {
   held->async([&] { std::lock_guard wait(gate); });  // keeps the batch queued
   inject(root_, {{Kind::Created, "late", false}});
   passLatency();
-  // Once the stream waits out a second burst, the first is on the queue.
-  inject(root_, {{Kind::Created, "later", false}});
-  clock_->waitForSleepers(1);
+  // Once the stream waits out a second burst, the first is on the queue. A
+  // change that lands while the first burst is being taken joins it instead,
+  // so changes keep coming until one opens a burst of its own.
+  ASSERT_TRUE(eventually([&] { return clock_->sleepers() == 0; })) << "the first burst's wait never ended";
+  for (int attempt = 0; clock_->sleepers() == 0; ++attempt) {
+    ASSERT_LT(attempt, 1000) << "no second burst was ever opened";
+    inject(root_, {{Kind::Created, "later" + std::to_string(attempt), false}});
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
   watcher->stopWatching();
   gate.unlock();
   held->sync([] {});
