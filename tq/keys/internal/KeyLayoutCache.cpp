@@ -17,11 +17,21 @@ namespace tq::detail {
 
 namespace {
 
-/// Every snapshot ever published, the current one last (see the header for
-/// why none is freed); the lock orders publications.
+/// Every snapshot ever published (see the header for why none is freed);
+/// the lock orders publications.
 struct Published {
   std::mutex lock;
   std::vector<std::unique_ptr<const KeyLayoutSnapshot>> all;
+  /// The snapshot made of a layout object, if one was: a layout answers
+  /// the same translations for its life, so switching back to it takes its
+  /// snapshot again instead of keeping another. The snapshots hold their
+  /// layouts, so no other layout can come to have the same address.
+  const KeyLayoutSnapshot* madeOf(const KeyboardLayout* layout) const {
+    for (const auto& snapshot : all) {
+      if (layout && snapshot->layout.get() == layout) return snapshot.get();
+    }
+    return nullptr;
+  }
 };
 Published& publications() {
   static Published* kept = new Published;  // outlives every reader, exit included
@@ -31,8 +41,22 @@ Published& publications() {
 void publish(std::unique_ptr<const KeyLayoutSnapshot> snapshot) {
   Published& kept = publications();
   std::lock_guard lock(kept.lock);
+  if (const KeyLayoutSnapshot* earlier = kept.madeOf(snapshot->layout.get())) {
+    // A rebuild that raced this one made it first; nobody has seen this one.
+    publishedKeyLayoutSnapshot.store(earlier, std::memory_order_release);
+    return;
+  }
   publishedKeyLayoutSnapshot.store(snapshot.get(), std::memory_order_release);
   kept.all.push_back(std::move(snapshot));
+}
+
+/// Publishes the snapshot made earlier of the layout, if there is one.
+bool publishMadeOf(const KeyboardLayout& layout) {
+  Published& kept = publications();
+  std::lock_guard lock(kept.lock);
+  const KeyLayoutSnapshot* earlier = kept.madeOf(&layout);
+  if (earlier) publishedKeyLayoutSnapshot.store(earlier, std::memory_order_release);
+  return earlier != nullptr;
 }
 
 /// Every unit of the basic plane above ASCII that some case mapping changes
@@ -153,7 +177,7 @@ std::unique_ptr<const KeyLayoutSnapshot> build(std::shared_ptr<const KeyboardLay
 bool buildAndPublish() {
   auto layout = shortcutLayout();
   if (!layout) return false;
-  publish(build(std::move(layout)));
+  if (!publishMadeOf(*layout)) publish(build(std::move(layout)));
   return true;
 }
 

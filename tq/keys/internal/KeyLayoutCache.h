@@ -9,7 +9,10 @@
 // Snapshots are never freed: a reader on another thread may still hold the
 // one a rebuild replaced, and layouts change a handful of times in a session,
 // so keeping every snapshot until exit (some tens of kilobytes each) costs
-// less than any scheme that would tell when the last reader has let go.
+// less than any scheme that would tell when the last reader has let go. A
+// layout object that comes back (the user switching to and fro between the
+// same compiled layouts) gets its earlier snapshot again, so the memory kept
+// grows with the layouts seen, not with the switches.
 
 #include <array>
 #include <atomic>
