@@ -8,10 +8,29 @@
 
 namespace tq {
 
-std::uint16_t TQKeyCombo::keycodeForKeyChar(const String& keyChar, std::uint64_t* modifierFlags) {
-  const detail::KeyAnswer answer = detail::lookUpKeyCode(detail::keyLayoutSnapshot(), keyChar.utf16());
+namespace {
+
+std::uint16_t keyCodeAnswering(detail::KeyAnswer answer, std::uint64_t* modifierFlags) {
   if (modifierFlags) *modifierFlags = answer.flags();
   return answer.keyCode;
+}
+
+/// Every text but one ASCII character with the cache built.
+[[gnu::noinline]] std::uint16_t keycodeForAnyKeyChar(const std::u16string& keyChar, std::uint64_t* modifierFlags) {
+  return keyCodeAnswering(detail::lookUpKeyCode(detail::keyLayoutSnapshot(), keyChar), modifierFlags);
+}
+
+}  // namespace
+
+std::uint16_t TQKeyCombo::keycodeForKeyChar(const String& keyChar, std::uint64_t* modifierFlags) {
+  // One ASCII character, the usual question, in a path that calls nothing
+  // (everything else is a tail call), so it saves no registers.
+  const std::u16string& units = keyChar.utf16();
+  const detail::KeyLayoutSnapshot* cache = detail::publishedKeyLayoutSnapshot.load(std::memory_order_acquire);
+  if (cache && units.size() == 1 && units[0] < 0x80) [[likely]] {
+    return keyCodeAnswering(cache->asciiAnswers[units[0]], modifierFlags);
+  }
+  return keycodeForAnyKeyChar(units, modifierFlags);
 }
 
 Ref<String> TQKeyCombo::stringForKeyCode(std::uint16_t keyCode) {
