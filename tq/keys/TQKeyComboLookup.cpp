@@ -15,7 +15,7 @@ std::uint16_t keyCodeAnswering(detail::KeyAnswer answer, std::uint64_t* modifier
   return answer.keyCode;
 }
 
-/// Every text but one ASCII character with the cache built.
+/// The texts the tables do not answer, and the first call of all.
 [[gnu::noinline]] std::uint16_t keycodeForAnyKeyChar(const std::u16string& keyChar, std::uint64_t* modifierFlags) {
   return keyCodeAnswering(detail::lookUpKeyCode(detail::keyLayoutSnapshot(), keyChar), modifierFlags);
 }
@@ -23,12 +23,12 @@ std::uint16_t keyCodeAnswering(detail::KeyAnswer answer, std::uint64_t* modifier
 }  // namespace
 
 std::uint16_t TQKeyCombo::keycodeForKeyChar(const String& keyChar, std::uint64_t* modifierFlags) {
-  // One ASCII character, the usual question, in a path that calls nothing
-  // (everything else is a tail call), so it saves no registers.
+  // The usual question is answered in a path that calls nothing (everything
+  // else is a tail call), so it saves no registers.
   const std::u16string& units = keyChar.utf16();
-  const detail::KeyLayoutSnapshot* cache = detail::publishedKeyLayoutSnapshot.load(std::memory_order_acquire);
-  if (cache && units.size() == 1 && units[0] < 0x80) [[likely]] {
-    return keyCodeAnswering(cache->asciiAnswers[units[0]], modifierFlags);
+  if (const detail::KeyLayoutSnapshot* cache = detail::publishedKeyLayoutSnapshot.load(std::memory_order_acquire)) {
+    detail::KeyAnswer answer;
+    if (detail::tabledAnswer(*cache, units, answer)) return keyCodeAnswering(answer, modifierFlags);
   }
   return keycodeForAnyKeyChar(units, modifierFlags);
 }

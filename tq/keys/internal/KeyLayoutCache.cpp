@@ -98,26 +98,24 @@ void tableAnswers(KeyLayoutSnapshot& snapshot) {
     snapshot.asciiSpace[unit] = spaces->characterIsMember(unit);
     snapshot.asciiAnswers[unit] = lookUpKeyCodeGenerally(snapshot, std::u16string_view(&unit, 1));
   }
-  std::vector<std::pair<std::uint64_t, KeyAnswer>> others;
-  auto add = [&](std::uint64_t key, std::u16string_view text) {
-    const KeyAnswer answer = lookUpKeyCodeGenerally(snapshot, text);
-    if (answer != KeyAnswer{}) others.emplace_back(key, answer);
-  };
   for (const auto& [unit, forms] : casedUnits()) {
     const KeyAnswer answer = answerForForms(snapshot, forms);
-    if (answer != KeyAnswer{}) others.emplace_back(unit, answer);
+    if (answer != KeyAnswer{}) snapshot.unitAnswers.add(unit, answer);
   }
+  std::vector<std::pair<std::uint64_t, KeyAnswer>> names;
   for (const auto& [text, entry] : snapshot.index) {
-    if (text.size() == 1 && text[0] >= 0x80 && !U16_IS_SURROGATE(text[0])) add(text[0], text);
+    if (text.size() == 1 && text[0] >= 0x80 && !U16_IS_SURROGATE(text[0])) {
+      const KeyAnswer answer = lookUpKeyCodeGenerally(snapshot, text);
+      if (answer != KeyAnswer{}) snapshot.unitAnswers.add(text[0], answer);
+    }
     if (text.size() < 2 || !isASCIIText(text)) continue;
     const std::u16string lower = lowercased(text);
     const std::u16string_view name = trimmed(lower, true);
-    if (name.size() >= 2 && name.size() <= kLongestPackedText) add(packedASCIIKey(name), name);
+    if (name.size() < 2 || name.size() > kLongestPackedText) continue;
+    const KeyAnswer answer = lookUpKeyCodeGenerally(snapshot, name);
+    if (answer != KeyAnswer{}) names.emplace_back(packedASCIIKey(name), answer);
   }
-  std::sort(others.begin(), others.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
-  others.erase(std::unique(others.begin(), others.end(), [](const auto& a, const auto& b) { return a.first == b.first; }),
-               others.end());
-  snapshot.otherAnswers = KeyAnswerTable(others);
+  snapshot.nameAnswers = KeyAnswerTable(names);
 }
 
 /// The layout shortcuts are read from: the current one, else (none, or one
@@ -213,6 +211,20 @@ KeyAnswerTable::KeyAnswerTable(const std::vector<std::pair<std::uint64_t, KeyAns
 }
 
 std::atomic<const KeyLayoutSnapshot*> publishedKeyLayoutSnapshot{nullptr};
+
+KeyUnitAnswers::KeyUnitAnswers() {
+  static const Page none{};
+  pages_.fill(&none);
+}
+
+void KeyUnitAnswers::add(char16_t unit, KeyAnswer answer) {
+  std::unique_ptr<Page>& page = made_[unit >> 8];
+  if (!page) {
+    page = std::make_unique<Page>();
+    pages_[unit >> 8] = page.get();
+  }
+  (*page)[unit & 0xFF] = answer;
+}
 
 const KeyLayoutSnapshot& loadKeyLayoutSnapshot() {
   loadOnce();

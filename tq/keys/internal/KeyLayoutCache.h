@@ -37,8 +37,7 @@ struct KeyAnswer {
   bool operator==(const KeyAnswer&) const = default;
 };
 
-/// Answers by a 64-bit key, for the few texts of a layout that are not one
-/// ASCII character: open addressing in a table at most half full, so a
+/// Answers by a 64-bit key, for the short names of a layout: open addressing in a table at most half full, so a
 /// search ends after a probe or two. Key 0 marks an empty slot; absent keys
 /// answer the empty answer, which is also what the lookup answers for them.
 class KeyAnswerTable {
@@ -64,6 +63,24 @@ class KeyAnswerTable {
   std::size_t mask_ = 0, count_ = 0;
 };
 
+/// Answers for single units of the basic plane, by 256-unit pages: only the
+/// pages that hold an answer are made (some ten per layout: Latin, Greek,
+/// Cyrillic, arrows and the symbols the fixed table names), the others point
+/// at one shared empty page. Two loads and no search.
+class KeyUnitAnswers {
+ public:
+  using Page = std::array<KeyAnswer, 256>;
+  KeyUnitAnswers();
+  KeyUnitAnswers(const KeyUnitAnswers&) = delete;
+  KeyUnitAnswers& operator=(const KeyUnitAnswers&) = delete;
+  KeyAnswer find(char16_t unit) const { return (*pages_[unit >> 8])[unit & 0xFF]; }
+  void add(char16_t unit, KeyAnswer answer);
+
+ private:
+  std::array<const Page*, 256> pages_;              // what `find` reads
+  std::array<std::unique_ptr<Page>, 256> made_;     // the pages with answers
+};
+
 struct KeyLayoutSnapshot {
   using CharacterMap = std::unordered_map<std::u16string, std::uint16_t>;
   std::shared_ptr<const KeyboardLayout> layout;  // nil: no layout was found
@@ -83,11 +100,12 @@ struct KeyLayoutSnapshot {
 
   // The lookup's answers worked out when the snapshot is made, by the
   // general lookup itself, for the texts that are asked most: any one ASCII
-  // character, and (in `otherAnswers`) every other single unit and every
-  // short ASCII name that has an answer. `KeyLookup` says why the texts left
-  // out have none.
+  // character, every other single unit of the basic plane that has an
+  // answer, and every short ASCII name that has one (in `nameAnswers`).
+  // `KeyLookup` says why the texts left out have none.
   std::array<KeyAnswer, 128> asciiAnswers{};
-  KeyAnswerTable otherAnswers;
+  KeyUnitAnswers unitAnswers;
+  KeyAnswerTable nameAnswers;
   /// The ASCII units trimming takes away: white space and line breaks (the
   /// lookup), white space alone (the parse).
   std::array<bool, 128> asciiBlank{}, asciiSpace{};

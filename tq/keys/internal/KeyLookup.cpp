@@ -153,7 +153,7 @@ KeyAnswer lookUpKeyCodeOtherwise(const KeyLayoutSnapshot& cache, std::u16string_
   if (trimmedText.empty()) return {};
   if (trimmedText.size() == 1) return cache.asciiAnswers[trimmedText[0]];
   if (trimmedText.size() > kLongestPackedText) return lookUpKeyCodeGenerally(cache, text);
-  return cache.otherAnswers.find(packedASCIIKey(trimmedText));
+  return cache.nameAnswers.find(packedASCIIKey(trimmedText));
 }
 
 TQKeyComboParts partsForKeyChar(KeyAnswer answer, std::uint64_t modifiers) {

@@ -30,15 +30,15 @@ KeyAnswer answerForForms(const KeyLayoutSnapshot& cache, const LookupForms& form
 /// and lower-case forms up in the fixed, unmod, shift, option and
 /// shiftOption maps in that order, upper first.
 KeyAnswer lookUpKeyCodeGenerally(const KeyLayoutSnapshot& cache, std::u16string_view text);
-/// The texts the inline part leaves: ones to trim, longer names, anything
-/// beyond ASCII but a single unit.
+/// The texts the tables leave: ones to trim, longer names, strings beyond
+/// ASCII, lone surrogates.
 KeyAnswer lookUpKeyCodeOtherwise(const KeyLayoutSnapshot& cache, std::u16string_view text);
 
-inline char16_t asciiLowered(char16_t unit) { return unit >= u'A' && unit <= u'Z' ? char16_t(unit | 0x20) : unit; }
+inline char16_t asciiLowered(char16_t unit) { return char16_t(unit | (char16_t(unit - u'A') < 26 ? 0x20 : 0)); }
 
-/// The key of a short ASCII text (2 to 8 units) in `otherAnswers`: the units
-/// at 7 bits each, with the length in the top byte, so that no such key is
-/// a single unit's.
+/// The key of a short ASCII text (2 to 8 units) in `nameAnswers`: the units
+/// at 7 bits each, with the length in the top byte (never 0, the empty
+/// slot).
 inline std::uint64_t packedASCIIKey(std::u16string_view text) {
   std::uint64_t key = std::uint64_t(text.size()) << 56;
   for (std::size_t i = 0; i < text.size(); ++i) key |= std::uint64_t(text[i] & 0x7F) << (7 * i);
@@ -46,16 +46,24 @@ inline std::uint64_t packedASCIIKey(std::u16string_view text) {
 }
 inline constexpr std::size_t kLongestPackedText = 8;
 
-/// The quick lookup. Inline, for the texts asked most: one character, or a
-/// short ASCII name with nothing to trim ("F1", "PAD 1").
-inline KeyAnswer lookUpKeyCode(const KeyLayoutSnapshot& cache, std::u16string_view text) {
+/// The answer for the texts asked most, from the tables alone: one
+/// character, or a short ASCII name with nothing to trim ("F1", "PAD 1").
+/// False for the others. Inline and calling nothing, so that a caller's
+/// quick path saves no registers.
+inline bool tabledAnswer(const KeyLayoutSnapshot& cache, std::u16string_view text, KeyAnswer& answer) {
   if (text.size() == 1) {
     // A unit that is in neither table has no answer: the snapshot tabled
     // every unit a map holds and every unit some case mapping changes, and
     // any other unit is its own upper and lower case form and in no map.
     const char16_t unit = text[0];
-    if (unit < 0x80) return cache.asciiAnswers[unit];
-    if (unit < 0xD800 || unit > 0xDFFF) return cache.otherAnswers.find(unit);
+    if (unit < 0x80) {
+      answer = cache.asciiAnswers[unit];
+      return true;
+    }
+    if (unit < 0xD800 || unit > 0xDFFF) {
+      answer = cache.unitAnswers.find(unit);
+      return true;
+    }
   } else if (text.size() >= 2 && text.size() <= kLongestPackedText && text.front() < 0x80 && text.back() < 0x80 &&
              !cache.asciiBlank[text.front()] && !cache.asciiBlank[text.back()]) {
     char16_t all = 0;
@@ -64,9 +72,18 @@ inline KeyAnswer lookUpKeyCode(const KeyLayoutSnapshot& cache, std::u16string_vi
       all |= text[i];
       key |= std::uint64_t(asciiLowered(text[i]) & 0x7F) << (7 * i);
     }
-    if (all < 0x80) return cache.otherAnswers.find(key);
+    if (all < 0x80) {
+      answer = cache.nameAnswers.find(key);
+      return true;
+    }
   }
-  return lookUpKeyCodeOtherwise(cache, text);
+  return false;
+}
+
+/// The quick lookup: the tables' answer, else the remaining ways.
+inline KeyAnswer lookUpKeyCode(const KeyLayoutSnapshot& cache, std::u16string_view text) {
+  KeyAnswer answer;
+  return tabledAnswer(cache, text, answer) ? answer : lookUpKeyCodeOtherwise(cache, text);
 }
 
 /// Upper-cases the glyph string, takes the first control, shift, command,
