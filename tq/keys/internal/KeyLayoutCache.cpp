@@ -205,7 +205,6 @@ KeyAnswerTable::KeyAnswerTable(const std::vector<std::pair<std::uint64_t, KeyAns
   for (const auto& [key, answer] : entries) {
     std::size_t i = slotOf(key);
     while (slots_[i].key != 0 && slots_[i].key != key) i = (i + 1) & mask_;
-    count_ += slots_[i].key == 0;
     slots_[i] = {key, answer};
   }
 }

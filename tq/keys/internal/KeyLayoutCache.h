@@ -51,7 +51,6 @@ class KeyAnswerTable {
       if (slots_[i].key == 0) return {};
     }
   }
-  std::size_t size() const { return count_; }
 
  private:
   struct Slot {
@@ -60,7 +59,7 @@ class KeyAnswerTable {
   };
   std::size_t slotOf(std::uint64_t key) const { return std::size_t((key * 0x9E3779B97F4A7C15ull) >> 40) & mask_; }
   std::vector<Slot> slots_;
-  std::size_t mask_ = 0, count_ = 0;
+  std::size_t mask_ = 0;
 };
 
 /// Answers for single units of the basic plane, by 256-unit pages: only the
