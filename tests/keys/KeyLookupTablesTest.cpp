@@ -28,8 +28,8 @@ detail::KeyAnswer answerByTheMaps(const detail::KeyLayoutSnapshot& cache, std::u
   return {};
 }
 
-/// The texts worth asking: every key of every map, in both cases, padded,
-/// behind a glyph; and the texts whose case mappings surprise.
+/// Every key of every map, in both cases, padded, behind a glyph; and texts
+/// whose case mappings surprise.
 std::vector<std::u16string> textsOf(const detail::KeyLayoutSnapshot& cache) {
   std::vector<std::u16string> texts = {u"",   u" ",      u"\u212A",     u"\u017F",  u"\u0130", u"\u00DF", u"SS",
                                        u"F12", u"pad 1", u"  f1 \n",    u"Space",   u"\xD800", u"a\tb",   u"\u2318",
@@ -91,17 +91,15 @@ TEST(KeyLookupTables, ReplacedSnapshotsStayReadableAndComeBackWithTheirLayouts) 
   EXPECT_EQ(TQKeyCombo::keycodeForKeyChar(*str("q")), 0);
   EXPECT_EQ(detail::lookUpKeyCode(old, u"q").keyCode, 12) << "the replaced snapshot still answers for us";
   EXPECT_EQ(old.name, "English (US)");
-  // Switching back to the same layout objects takes their snapshot again:
-  // kept snapshots grow with the layouts seen, not with the switches.
+  // Switching to and fro between the same layout objects takes their
+  // snapshots again: the snapshots kept grow with the layouts, not the switches.
   const std::shared_ptr<const KeyboardLayouts> french = KeyboardLayouts::current(),
                                                 german = FixedKeyboardLayouts::withNames("de");
-  std::set<const detail::KeyLayoutSnapshot*> seen{&detail::keyLayoutSnapshot()};
-  for (int i = 0; i < 3; ++i) {
-    for (const auto& layouts : {german, french}) {
-      KeyboardLayouts::setCurrent(layouts);
-      TQKeyCombo::cacheKeyboardLayout();
-      seen.insert(&detail::keyLayoutSnapshot());
-    }
+  std::set<const detail::KeyLayoutSnapshot*> seen;
+  for (const auto& layouts : {german, french, german, french}) {
+    KeyboardLayouts::setCurrent(layouts);
+    TQKeyCombo::cacheKeyboardLayout();
+    seen.insert(&detail::keyLayoutSnapshot());
   }
   EXPECT_EQ(seen.size(), 2u);
 }
