@@ -3,8 +3,10 @@
 // the five modifiers; the combo's glyph string starts with the glyphs of its
 // flags; its dictionary form reads back as the same combo; a copy is equal
 // and hashes alike; a combo orders the same as itself; and the character
-// lookup never answers a flag other than shift, option or both; and a menu
-// item has a combo exactly when its equivalent is not empty.
+// lookup never answers a flag other than shift, option or both; a menu item
+// has a combo exactly when its equivalent is not empty; and the quick lookup
+// and parse, which answer the usual texts from the layout's tables, give
+// what the general ones work out on strings.
 //
 // Input layout: byte 0 chooses the layout (us, fr, de, ru, Dvorak), the rest
 // is the text as UTF-8 (ill-formed bytes become U+FFFD).
@@ -16,6 +18,7 @@
 
 #include "fuzz/support/FuzzCheck.h"
 #include "tq/keys/TQKeyCombo.h"
+#include "tq/keys/internal/KeyLookup.h"
 #include "tq/platform/dispatch/RunLoop.h"
 #include "tq/platform/object/Exception.h"
 #include "tq/platform/system/KeyboardLayout.h"
@@ -72,6 +75,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::uint64_t needed = 1;
     tq::TQKeyCombo::keycodeForKeyChar(*text, &needed);
     check(needed == 0 || needed == Flag::Shift || needed == Flag::Option || needed == (Flag::Shift | Flag::Option));
+    const auto& cache = tq::detail::keyLayoutSnapshot();
+    const std::u16string_view units = text->utf16();
+    check(tq::detail::lookUpKeyCode(cache, units) == tq::detail::lookUpKeyCodeGenerally(cache, units));
+    check(tq::detail::parseKeyGlyph(cache, units) == tq::detail::parseKeyGlyphGenerally(cache, units));
+    check(tq::TQKeyCombo::parseKeyGlyph(*text) == (tq::TQKeyComboParts{combo->keyCode(), combo->modifierFlags()}));
     // A menu item without an equivalent has no combo; with one, always one.
     check((tq::TQKeyCombo::newWithEquivalentForMenuItem(*text, ~std::uint64_t(0)) == nullptr) ==
           (text->length() == 0));

@@ -122,6 +122,8 @@ TEST(KeyComboLayout, GlyphStringsParseBackToTheirCombos) {
       for (std::uint64_t flags : flagSets) {
         auto combo = TQKeyCombo::initWithKeyCode(key, flags);
         auto parsed = TQKeyCombo::newWithKeyGlyph(*combo->keyGlyph());
+        EXPECT_EQ(TQKeyCombo::parseKeyGlyph(*combo->keyGlyph()),
+                  (TQKeyComboParts{parsed->keyCode(), parsed->modifierFlags()}));
         if (key == 49) {
           // Kept: the space bar's name "Space" is never found again.
           EXPECT_EQ(parsed->keyCode(), 0) << layouts;

@@ -32,6 +32,14 @@ inline constexpr std::uint64_t Shift = 0x20000, Control = 0x40000, Option = 0x80
 inline constexpr std::uint64_t Mask = 0x9E0000;
 }  // namespace TQModifierFlag
 
+/// A combo's key code and flags as a plain value: what parsing a glyph
+/// string answers without making a combo object.
+struct TQKeyComboParts {
+  std::uint16_t keyCode = 0;
+  std::uint64_t modifierFlags = 0;
+  bool operator==(const TQKeyComboParts&) const = default;
+};
+
 class TQKeyCombo : public Object {
  public:
   /// Stores the flags masked, as they are; `initWithKeyCode` is the usual
@@ -61,6 +69,9 @@ class TQKeyCombo : public Object {
   /// Parsed from a glyph string such as "⌘⇧K".
   static Ref<TQKeyCombo> newWithKeyGlyph(const String& glyph);
   static Ref<TQKeyCombo> forKeyGlyph(const String& glyph) { return newWithKeyGlyph(glyph); }
+  /// The key code and flags `newWithKeyGlyph` makes its combo of, with no
+  /// object made: for callers that only want the values.
+  static TQKeyComboParts parseKeyGlyph(const String& glyph);
   /// From a menu item's key equivalent and modifier mask; nil when the
   /// equivalent is empty. The combo's flags are the menu item's, exactly.
   static Ref<TQKeyCombo> newWithEquivalentForMenuItem(const String& keyEquivalent, std::uint64_t modifierMask);

@@ -113,9 +113,10 @@ int glyph(Arguments& arguments) {
 int parse(Arguments& arguments) {
   LayoutChoice layout(arguments);
   const std::string text = textArgument(arguments);
-  auto combo = tq::TQKeyCombo::newWithKeyGlyph(*tq::str(text));
-  writeOut(arguments, std::to_string(combo->keyCode()) + "\t" + hex(combo->modifierFlags()) + "\t" +
-                          modifierNames(combo->modifierFlags()) + "\t" + combo->keyGlyph()->utf8() + "\n");
+  const tq::TQKeyComboParts combo = tq::TQKeyCombo::parseKeyGlyph(*tq::str(text));
+  writeOut(arguments, std::to_string(combo.keyCode) + "\t" + hex(combo.modifierFlags) + "\t" +
+                          modifierNames(combo.modifierFlags) + "\t" +
+                          tq::TQKeyCombo::stringForKeyCode(combo.keyCode, combo.modifierFlags)->utf8() + "\n");
   return Success;
 }
 
