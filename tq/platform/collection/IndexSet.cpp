@@ -156,8 +156,7 @@ Index IndexSet::countOfIndexesInRange(Range range) const {
 
 bool IndexSet::containsIndex(Index index) const {
   settle();
-  auto it = runs_.reaching(index);
-  return it != runs_.end() && (*it).location <= index;
+  return runs_.contains(index);
 }
 
 bool IndexSet::containsIndexesInRange(Range range) const {

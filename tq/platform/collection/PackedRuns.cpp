@@ -9,12 +9,13 @@ namespace {
 
 constexpr Index Narrow = std::numeric_limits<std::uint32_t>::max();
 
-// Room for one more, growing by an eighth instead of doubling: a set being
-// built holds at most an eighth more than its runs need, and appends in
-// order stay amortised O(1).
+// Room for one more, growing by an eighth (plus `step`) instead of doubling:
+// a set being built holds at most about an eighth more than its runs need,
+// and appends in order stay amortised O(1). Blocks come one per 128 runs, so
+// they grow by a smaller step.
 template <class T>
-void makeRoomForOne(std::vector<T>& items) {
-  if (items.size() == items.capacity()) items.reserve(items.size() + items.size() / 8 + 16);
+void makeRoomForOne(std::vector<T>& items, std::size_t step) {
+  if (items.size() == items.capacity()) items.reserve(items.size() + items.size() / 8 + step);
 }
 
 }  // namespace
@@ -29,13 +30,6 @@ PackedRuns::Iterator& PackedRuns::Iterator::operator--() {
   --slot_;
   if (slot_ < runs_->blocks_[block_].firstSlot) --block_;
   return *this;
-}
-
-Range PackedRuns::runAt(std::size_t block, std::size_t slot) const {
-  const Block& owner = blocks_[block];
-  const Slot& run = slots_[slot];
-  if (owner.wide) return {owner.base, Index(run.length) << 32 | run.offset};
-  return {owner.base + run.offset, run.length};
 }
 
 std::size_t PackedRuns::blockOf(std::size_t slot) const {
@@ -55,25 +49,39 @@ bool PackedRuns::operator==(const PackedRuns& other) const {
   return size() == other.size() && std::equal(begin(), end(), other.begin());
 }
 
+std::size_t PackedRuns::blockAtOrBefore(Index index) const {
+  auto after = std::upper_bound(blocks_.begin(), blocks_.end(), index,
+                                [](Index value, const Block& block) { return value < block.base; });
+  return after == blocks_.begin() ? blocks_.size() : std::size_t(after - blocks_.begin()) - 1;
+}
+
+std::size_t PackedRuns::slotAtOrBefore(std::size_t block, Index index) const {
+  const Block& owner = blocks_[block];
+  // Offsets beyond 32 bits are past every run of the block.
+  auto key = std::uint32_t(std::min(index - owner.base, Narrow));
+  auto first = slots_.begin() + std::ptrdiff_t(owner.firstSlot);
+  auto last = slots_.begin() + std::ptrdiff_t(endOfBlock(block));
+  auto next = std::upper_bound(first, last, key, [](std::uint32_t value, const Slot& run) { return value < run.offset; });
+  return std::size_t(next - slots_.begin()) - 1;
+}
+
 PackedRuns::Iterator PackedRuns::reaching(Index index) const {
   // The run holding `index`, if any, is the last one starting at or before
   // it, and that run lies in the last block whose base is at or before it.
-  auto after = std::upper_bound(blocks_.begin(), blocks_.end(), index,
-                                [](Index value, const Block& block) { return value < block.base; });
-  if (after == blocks_.begin()) return begin();
-  std::size_t block = std::size_t(after - blocks_.begin()) - 1;
-  const Block& owner = blocks_[block];
-  std::size_t slot = owner.firstSlot;
-  if (!owner.wide) {
-    // Offsets beyond 32 bits are past every run of the block.
-    auto key = std::uint32_t(std::min(index - owner.base, Narrow));
-    auto first = slots_.begin() + std::ptrdiff_t(owner.firstSlot), last = slots_.begin() + std::ptrdiff_t(endOfBlock(block));
-    auto next = std::upper_bound(first, last, key, [](std::uint32_t value, const Slot& run) { return value < run.offset; });
-    slot = std::size_t(next - slots_.begin()) - 1;
-  }
+  std::size_t block = blockAtOrBefore(index);
+  if (block == blocks_.size()) return begin();
+  std::size_t slot = blocks_[block].wide ? std::size_t(blocks_[block].firstSlot) : slotAtOrBefore(block, index);
   Iterator found{this, block, slot};
   if (runAt(block, slot).end() <= index) ++found;
   return found;
+}
+
+bool PackedRuns::contains(Index index) const {
+  std::size_t block = blockAtOrBefore(index);
+  if (block == blocks_.size()) return false;
+  if (blocks_[block].wide) return runAt(block, blocks_[block].firstSlot).end() > index;
+  const Slot& run = slots_[slotAtOrBefore(block, index)];
+  return index - blocks_[block].base - run.offset < run.length;
 }
 
 std::vector<Range> PackedRuns::toVector() const { return {begin(), end()}; }
@@ -99,7 +107,7 @@ void PackedRuns::append(Range run) {
       return;
     }
   }
-  makeRoomForOne(slots_);
+  makeRoomForOne(slots_, 16);
   if (fitsLastBlock(run)) {
     slots_.push_back({std::uint32_t(run.location - blocks_.back().base), std::uint32_t(run.length)});
     return;
@@ -109,7 +117,7 @@ void PackedRuns::append(Range run) {
   block.base = run.location;
   block.firstSlot = slots_.size();
   block.wide = wide;
-  makeRoomForOne(blocks_);
+  makeRoomForOne(blocks_, 2);
   blocks_.push_back(block);
   if (wide) slots_.push_back({std::uint32_t(run.length), std::uint32_t(run.length >> 32)});
   else slots_.push_back({0, std::uint32_t(run.length)});

@@ -76,6 +76,9 @@ class PackedRuns {
 
   /// The first run whose end lies beyond `index` (it may contain the index).
   Iterator reaching(Index index) const;
+  /// Whether a run holds `index`: `reaching` without building an iterator,
+  /// for the membership test every caller leans on.
+  bool contains(Index index) const;
   /// Every run, ascending, as plain ranges (for callers that keep a copy).
   std::vector<Range> toVector() const;
   /// Bytes held on the heap, counting reserved capacity.
@@ -105,7 +108,17 @@ class PackedRuns {
     std::uint64_t wide : 1;
   };
 
-  Range runAt(std::size_t block, std::size_t slot) const;
+  // Inline: every read decodes runs, an append decodes the last one.
+  Range runAt(std::size_t block, std::size_t slot) const {
+    const Block& owner = blocks_[block];
+    const Slot& run = slots_[slot];
+    if (owner.wide) return {owner.base, Index(run.length) << 32 | run.offset};
+    return {owner.base + run.offset, run.length};
+  }
+  /// The block whose base is the last at or before `index`; none: the size.
+  std::size_t blockAtOrBefore(Index index) const;
+  /// In a narrow block, the last slot whose offset is at or before `index`.
+  std::size_t slotAtOrBefore(std::size_t block, Index index) const;
   std::size_t blockOf(std::size_t slot) const;
   std::size_t endOfBlock(std::size_t block) const {
     return block + 1 < blocks_.size() ? blocks_[block + 1].firstSlot : slots_.size();
