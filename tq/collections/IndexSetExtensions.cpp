@@ -23,14 +23,14 @@ Ref<IndexSet> commonWalkingSmaller(const IndexSet& small, const IndexSet& large)
 }  // namespace
 
 Ref<IndexSet> tq_optionalIndexSetByRemovingIndex(Index index, const Ref<IndexSet>& from) {
-  MutableIndexSet set(from ? from->ranges() : std::vector<Range>{});
+  MutableIndexSet set(from ? from->ranges() : PackedRuns());
   set.removeIndex(index);
   if (set.count() == 0) return nullptr;
   return frozen(set);
 }
 
 Ref<IndexSet> tq_setByAddingIndex(Index index, const Ref<IndexSet>& to) {
-  MutableIndexSet set(to ? to->ranges() : std::vector<Range>{});
+  MutableIndexSet set(to ? to->ranges() : PackedRuns());
   set.addIndex(index);
   return frozen(set);
 }

@@ -23,7 +23,7 @@ Ref<MutableIndexSet> sample() {
   return set;
 }
 
-std::vector<Range> runsOf(const IndexSet& set) { return set.ranges(); }
+std::vector<Range> runsOf(const IndexSet& set) { return set.ranges().toVector(); }
 
 }  // namespace
 
@@ -217,4 +217,263 @@ TEST(MutableIndexSetBuffering, RandomAdditionsMatchASortedModelAtEveryRead) {
     IndexSet copy(set);
     ASSERT_TRUE(copy.isEqualToIndexSet(set));
   }
+}
+
+// ---- The packed encoding ----------------------------------------------------
+// Runs are kept 8 bytes each in blocks with a 64-bit base; a run too long or
+// too far from its block's base for 32 bits changes the layout. These cases
+// sit on those edges.
+
+namespace {
+
+constexpr Index Bit32 = Index(1) << 32;
+
+// A plain model of the same set: sorted runs, normalised after every change.
+class RunModel {
+ public:
+  void add(Range range) {
+    if (range.length) runs_.push_back(range);
+    normalise();
+  }
+  void remove(Range range) {
+    Index cut = range.length > NotFound - range.location ? NotFound : range.end();
+    std::vector<Range> kept;
+    for (Range run : runs_) {
+      if (run.end() <= range.location || run.location >= cut) {
+        kept.push_back(run);
+        continue;
+      }
+      if (run.location < range.location) kept.push_back({run.location, range.location - run.location});
+      if (run.end() > cut) kept.push_back({cut, run.end() - cut});
+    }
+    runs_ = kept;
+  }
+  // Indexes at or above `index` move by `delta`; moving down deletes what is
+  // passed over, and what leaves [0, NotFound) is dropped.
+  void shift(Index index, std::int64_t delta) {
+    std::vector<Range> moved;
+    std::vector<Range> kept;
+    for (Range run : runs_) {
+      if (run.end() <= index) kept.push_back(run);
+      else if (run.location >= index) moved.push_back(run);
+      else kept.push_back({run.location, index - run.location}), moved.push_back({index, run.end() - index});
+    }
+    runs_ = kept;
+    if (delta < 0) {
+      Index gap = Index(-delta);
+      Index floor = index >= gap ? index - gap : 0;
+      remove({floor, index - floor});
+      for (Range run : moved) {
+        if (run.end() <= gap) continue;
+        Index start = run.location >= gap ? run.location - gap : 0;
+        runs_.push_back({start, run.end() - gap - start});
+      }
+    } else {
+      for (Range run : moved) {
+        Index start = run.location + Index(delta);
+        if (start >= NotFound) continue;
+        runs_.push_back({start, std::min(run.end() + Index(delta), NotFound) - start});
+      }
+    }
+    normalise();
+  }
+  const std::vector<Range>& runs() const { return runs_; }
+  bool contains(Index index) const {
+    for (Range run : runs_) {
+      if (run.contains(index)) return true;
+    }
+    return false;
+  }
+  Index greaterThan(Index index) const {
+    for (Range run : runs_) {
+      if (run.end() > index + 1) return std::max(run.location, index + 1);
+    }
+    return NotFound;
+  }
+  Index lessThan(Index index) const {
+    Index found = NotFound;
+    for (Range run : runs_) {
+      if (run.location < index) found = std::min(run.end(), index) - 1;
+    }
+    return found;
+  }
+
+ private:
+  void normalise() {
+    std::sort(runs_.begin(), runs_.end(), [](Range a, Range b) { return a.location < b.location; });
+    std::vector<Range> joined;
+    for (Range run : runs_) {
+      if (!joined.empty() && run.location <= joined.back().end()) {
+        joined.back().length = std::max(joined.back().end(), run.end()) - joined.back().location;
+      } else {
+        joined.push_back(run);
+      }
+    }
+    runs_ = joined;
+  }
+  std::vector<Range> runs_;
+};
+
+// Locations near the encoding's edges: 32-bit offsets from 0 and from a
+// far base, the subset boundary at the top, and a dense window for runs
+// enough to fill several blocks.
+Index landmark(std::mt19937_64& random) {
+  static const Index anchors[] = {0, Bit32, 3 * Bit32, 5 * Bit32 + 12345, NotFound - 4 * Bit32, NotFound - 64};
+  Index anchor = anchors[random() % std::size(anchors)];
+  Index jitter = random() % 600;
+  if (random() % 3 == 0) jitter += random() % (Bit32 + 1000);
+  return std::min(anchor + jitter, NotFound - 1);
+}
+
+Index lengthFor(Index location, std::mt19937_64& random) {
+  Index room = NotFound - location;
+  Index length;
+  switch (random() % 5) {
+    case 0: length = Bit32 - 2 + random() % 4; break;  // either side of the widest slot
+    case 1: length = random() % (Bit32 * 4); break;
+    default: length = 1 + random() % 4; break;
+  }
+  return std::min(length, room);
+}
+
+void expectSameAsModel(const IndexSet& set, const RunModel& model, std::mt19937_64& random) {
+  ASSERT_EQ(runsOf(set), model.runs());
+  Index total = 0;
+  for (Range run : model.runs()) total += run.length;
+  ASSERT_EQ(set.count(), total);
+  // Probes on every run's edges and on landmarks.
+  std::vector<Index> probes;
+  for (Range run : model.runs()) {
+    probes.insert(probes.end(), {run.location - (run.location > 0), run.location, run.end() - 1, run.end()});
+  }
+  for (int i = 0; i < 20; ++i) probes.push_back(landmark(random));
+  for (Index probe : probes) {
+    if (probe >= NotFound) continue;
+    ASSERT_EQ(set.containsIndex(probe), model.contains(probe)) << probe;
+    ASSERT_EQ(set.indexGreaterThanIndex(probe), model.greaterThan(probe)) << probe;
+    ASSERT_EQ(set.indexLessThanIndex(probe), model.lessThan(probe)) << probe;
+  }
+}
+
+}  // namespace
+
+TEST(IndexSetPackedRuns, EditsNearThe32BitEdgesMatchAModel) {
+  for (unsigned seed = 1; seed <= 40; ++seed) {
+    std::mt19937_64 random(seed);
+    MutableIndexSet set;
+    RunModel model;
+    for (int step = 0; step < 300; ++step) {
+      Index location = landmark(random);
+      Index length = lengthFor(location, random);
+      switch (random() % 8) {
+        case 0:
+          set.removeIndexesInRange({location, length});
+          model.remove({location, length});
+          break;
+        case 1: {
+          auto delta = std::int64_t(random() % (2 * Bit32)) - std::int64_t(Bit32);
+          if (random() % 4 == 0) delta = delta < 0 ? -std::int64_t(random() % 8) - 1 : std::int64_t(random() % 8) + 1;
+          set.shiftIndexesStartingAtIndex(location, delta);
+          model.shift(location, delta);
+          break;
+        }
+        default:
+          set.addIndexesInRange({location, length});
+          model.add({location, length});
+      }
+      if (step % 25 == 24) {
+        SCOPED_TRACE("seed " + std::to_string(seed) + " step " + std::to_string(step));
+        expectSameAsModel(set, model, random);
+        if (::testing::Test::HasFatalFailure()) return;
+      }
+    }
+    IndexSet copy(set);
+    EXPECT_TRUE(copy.isEqualToIndexSet(set));
+  }
+}
+
+TEST(IndexSetPackedRuns, BlocksFillSplitAndJoin) {
+  // 1,000 runs three apart: several full blocks.
+  MutableIndexSet set;
+  for (Index i = 0; i < 1000; ++i) set.addIndexesInRange({i * 3, 2});
+  ASSERT_EQ(set.ranges().size(), 1000u);
+  // Walking forward and back crosses every block edge.
+  const PackedRuns& runs = set.ranges();
+  Index position = 0;
+  for (Range run : runs) ASSERT_EQ(run, (Range{position++ * 3, 2}));
+  position = 1000;
+  for (auto it = runs.end(); it != runs.begin();) ASSERT_EQ(*--it, (Range{--position * 3, 2}));
+  EXPECT_EQ(runs[PackedRuns::BlockCapacity], (Range{PackedRuns::BlockCapacity * 3, 2}));
+  // Filling the gap at a block's last run joins it with the next block's first.
+  Index edge = PackedRuns::BlockCapacity - 1;
+  set.addIndex(edge * 3 + 2);
+  EXPECT_EQ(set.ranges().size(), 999u);
+  EXPECT_TRUE(set.containsIndexesInRange({edge * 3, 5}));
+  // Removing the joined run's first index shortens it in place.
+  set.removeIndexesInRange({edge * 3, 1});
+  EXPECT_FALSE(set.containsIndex(edge * 3));
+  EXPECT_TRUE(set.containsIndexesInRange({edge * 3 + 1, 4}));
+  EXPECT_EQ(set.ranges().size(), 999u);
+  // Splitting a full block's last run pushes its upper part over the edge.
+  set.removeIndex(edge * 3 + 3);
+  ASSERT_EQ(set.ranges().size(), 1000u);
+  EXPECT_EQ(set.ranges()[edge], (Range{edge * 3 + 1, 2}));
+  EXPECT_EQ(set.ranges()[edge + 1], (Range{edge * 3 + 4, 1}));
+  EXPECT_EQ(set.indexGreaterThanIndex(edge * 3 + 2), edge * 3 + 4);
+  // One run over everything joins every block into one.
+  set.addIndexesInRange({1, 2998});
+  EXPECT_EQ(runsOf(set), (std::vector<Range>{{0, 2999}}));
+}
+
+TEST(IndexSetPackedRuns, RunsBeyond32BitsKeepTheirLengthAndPlace) {
+  MutableIndexSet set;
+  set.addIndexesInRange({5, Bit32 - 1});  // the longest narrow run
+  set.addIndexesInRange({Bit32 + 10, Bit32});  // one too long: a wide block
+  set.addIndexesInRange({3 * Bit32, 1});  // far from the first base
+  set.addIndexesInRange({NotFound - Bit32 * 2, Bit32 * 2});  // up to the largest index
+  EXPECT_EQ(runsOf(set), (std::vector<Range>{
+                             {5, Bit32 - 1}, {Bit32 + 10, Bit32}, {3 * Bit32, 1}, {NotFound - Bit32 * 2, Bit32 * 2}}));
+  EXPECT_TRUE(set.containsIndex(Bit32 + 3));
+  EXPECT_FALSE(set.containsIndex(Bit32 + 4));
+  EXPECT_EQ(set.indexGreaterThanIndex(Bit32 + 4), Bit32 + 10);
+  EXPECT_EQ(set.indexLessThanIndex(3 * Bit32), 2 * Bit32 + 9);
+  EXPECT_EQ(set.lastIndex(), NotFound - 1);
+  // A narrow run that grows past 32 bits moves to a wide block and back.
+  MutableIndexSet growing;
+  growing.addIndexesInRange({7, 10});
+  growing.addIndexesInRange({17, Bit32});
+  EXPECT_EQ(runsOf(growing), (std::vector<Range>{{7, Bit32 + 10}}));
+  growing.addIndexesInRange({Bit32 + 100, 1});
+  growing.removeIndexesInRange({20, Bit32 - 10});
+  EXPECT_EQ(runsOf(growing), (std::vector<Range>{{7, 13}, {Bit32 + 10, 7}, {Bit32 + 100, 1}}));
+  // Shifting up past a 32-bit offset, then back down over the gap.
+  growing.shiftIndexesStartingAtIndex(Bit32, std::int64_t(Bit32) * 3);
+  EXPECT_EQ(runsOf(growing), (std::vector<Range>{{7, 13}, {4 * Bit32 + 10, 7}, {4 * Bit32 + 100, 1}}));
+  growing.shiftIndexesStartingAtIndex(4 * Bit32, -std::int64_t(4 * Bit32 - 20));
+  EXPECT_EQ(runsOf(growing), (std::vector<Range>{{7, 13}, {30, 7}, {120, 1}}));
+}
+
+TEST(IndexSetPackedRuns, StorageIsEightBytesARunAndTheBufferIsFreed) {
+  // 1,000 runs of message numbers: 8 blocks of at most 128.
+  constexpr std::size_t exact = 1000 * 8 + 8 * 16;
+  std::mt19937_64 random(9);
+  std::vector<Index> starts;
+  for (Index i = 0; i < 999; ++i) starts.push_back(1 + i * 4000);
+  std::shuffle(starts.begin(), starts.end(), random);
+  // The last run first, so that every other one goes through the buffer.
+  MutableIndexSet set;
+  set.addIndexesInRange({1 + 999 * 4000, 1000});
+  for (Index start : starts) set.addIndexesInRange({start, 1000});
+  EXPECT_EQ(set.storageBytes(), exact) << "the merge leaves the runs packed and the buffer freed";
+  EXPECT_EQ(set.ranges().size(), 1000u);
+  // Appended in order, the storage grows by small steps, not by doubling.
+  MutableIndexSet appended;
+  for (Index i = 0; i < 1000; ++i) {
+    for (Index n = 0; n < 1000; n += 100) appended.addIndexesInRange({1 + i * 4000 + n, 100});
+  }
+  EXPECT_TRUE(appended.isEqualToIndexSet(set));
+  EXPECT_GE(appended.storageBytes(), exact);
+  EXPECT_LE(appended.storageBytes(), exact + exact / 8 + 16 * 16);
+  EXPECT_EQ(IndexSet(set).storageBytes(), exact) << "a copy holds no spare room";
+  EXPECT_EQ(IndexSet().storageBytes(), 0u);
 }

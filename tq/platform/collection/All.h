@@ -10,6 +10,7 @@
 #include "tq/platform/collection/Error.h"
 #include "tq/platform/collection/IndexSet.h"
 #include "tq/platform/collection/KeyValueObserving.h"
+#include "tq/platform/collection/PackedRuns.h"
 #include "tq/platform/collection/Parallel.h"
 #include "tq/platform/collection/Set.h"
 #include "tq/platform/collection/SlotIndex.h"

@@ -382,9 +382,11 @@ void MutableArray::removeObjectsAtIndexes(const IndexSet& indexes) {
   if (last != NotFound && last >= objects_.size()) {
     raiseIndexBeyondBounds("MutableArray", "removeObjectsAtIndexes:", last, objects_.size());
   }
+  // From the last run down, so that each run's positions still hold.
   const auto& runs = indexes.ranges();
-  for (auto run = runs.rbegin(); run != runs.rend(); ++run) {
-    objects_.erase(objects_.begin() + long(run->location), objects_.begin() + long(run->end()));
+  for (auto it = runs.end(); it != runs.begin();) {
+    Range run = *--it;
+    objects_.erase(objects_.begin() + long(run.location), objects_.begin() + long(run.end()));
   }
 }
 

@@ -24,10 +24,9 @@ Index endOf(Range range) {
   return range.length > ~Index(0) - range.location ? ~Index(0) : range.location + range.length;
 }
 
-// The first run whose end lies beyond `index` (it may contain the index).
-std::vector<Range>::const_iterator runReaching(const std::vector<Range>& runs, Index index) {
-  return std::upper_bound(runs.begin(), runs.end(), index,
-                          [](Index value, const Range& run) { return value < run.end(); });
+// The first run that overlaps or touches a run starting at `location`.
+PackedRuns::Iterator runTouching(const PackedRuns& runs, Index location) {
+  return location == 0 ? runs.begin() : runs.reaching(location - 1);
 }
 
 // Serialises merges of every set's buffer: merges are rare (a read after
@@ -41,7 +40,7 @@ std::mutex& pendingLock() {
 
 IndexSet& IndexSet::operator=(const IndexSet& other) {
   if (this != &other) {
-    std::vector<Range> runs = other.ranges();
+    PackedRuns runs = other.ranges();
     settle();
     runs_ = std::move(runs);
   }
@@ -52,40 +51,36 @@ void IndexSet::mergePending() const {
   std::lock_guard<std::mutex> hold(pendingLock());
   if (!hasPending_.load(std::memory_order_relaxed)) return;
   std::sort(pending_.begin(), pending_.end(), [](const Range& a, const Range& b) { return a.location < b.location; });
-  std::vector<Range> merged;
+  // Taken in order of location, runs that overlap or touch join as they are
+  // appended.
+  PackedRuns merged;
   merged.reserve(runs_.size() + pending_.size());
-  auto take = [&merged](const Range& run) {
-    // Runs that overlap or touch the last one join it.
-    if (!merged.empty() && run.location <= merged.back().end()) {
-      Index end = std::max(merged.back().end(), run.end());
-      merged.back().length = end - merged.back().location;
-    } else {
-      merged.push_back(run);
-    }
-  };
-  auto a = runs_.begin(), b = pending_.begin();
+  auto a = runs_.begin();
+  auto b = pending_.begin();
   while (a != runs_.end() || b != pending_.end()) {
-    if (b == pending_.end() || (a != runs_.end() && a->location <= b->location)) take(*a++);
-    else take(*b++);
+    if (b == pending_.end() || (a != runs_.end() && (*a).location <= b->location)) merged.append(*a++);
+    else merged.append(*b++);
   }
+  merged.shrinkToFit();
   runs_ = std::move(merged);
-  pending_.clear();
+  // Freed, not just emptied: a settled set holds nothing but its runs.
+  std::vector<Range>().swap(pending_);
   hasPending_.store(false, std::memory_order_release);
 }
 
 void MutableIndexSet::removeAllIndexes() {
   settle();
-  runs_.clear();
+  runs_ = PackedRuns();
 }
 
 IndexSet::IndexSet(Index index) {
   checkRange({index, 1}, "initWithIndex:");
-  runs_.push_back({index, 1});
+  runs_.append({index, 1});
 }
 
 IndexSet::IndexSet(Range range) {
   checkRange(range, "initWithIndexesInRange:");
-  if (range.length) runs_.push_back(range);
+  runs_.append(range);
 }
 
 IndexSet::IndexSet(std::vector<Range> runs) {
@@ -112,10 +107,12 @@ Ref<String> IndexSet::description() const {
   std::snprintf(address, sizeof address, "%p", static_cast<const void*>(this));
   std::string text = "<" + className() + ": " + address + ">[number of indexes: " + std::to_string(count()) +
                      " (in " + std::to_string(runs_.size()) + " ranges), indexes: (";
-  for (std::size_t i = 0; i < runs_.size(); ++i) {
-    if (i) text += " ";
-    text += std::to_string(runs_[i].location);
-    if (runs_[i].length > 1) text += "-" + std::to_string(runs_[i].end() - 1);
+  bool first = true;
+  for (Range run : runs_) {
+    if (!first) text += " ";
+    first = false;
+    text += std::to_string(run.location);
+    if (run.length > 1) text += "-" + std::to_string(run.end() - 1);
   }
   return str(text + ")]");
 }
@@ -133,10 +130,15 @@ Id MutableIndexSet::copy() const {
   return make<IndexSet>(runs_);
 }
 
+std::size_t IndexSet::storageBytes() const {
+  settle();
+  return runs_.heapBytes() + pending_.capacity() * sizeof(Range);
+}
+
 Index IndexSet::count() const {
   settle();
   Index total = 0;
-  for (const Range& run : runs_) total += run.length;
+  for (Range run : runs_) total += run.length;
   return total;
 }
 
@@ -144,28 +146,31 @@ Index IndexSet::countOfIndexesInRange(Range range) const {
   settle();
   Index total = 0;
   Index end = endOf(range);
-  for (auto it = runReaching(runs_, range.location); it != runs_.end() && it->location < end; ++it) {
-    total += std::min(it->end(), end) - std::max(it->location, range.location);
+  for (auto it = runs_.reaching(range.location); it != runs_.end(); ++it) {
+    Range run = *it;
+    if (run.location >= end) break;
+    total += std::min(run.end(), end) - std::max(run.location, range.location);
   }
   return total;
 }
 
 bool IndexSet::containsIndex(Index index) const {
   settle();
-  auto it = runReaching(runs_, index);
-  return it != runs_.end() && it->location <= index;
+  return runs_.contains(index);
 }
 
 bool IndexSet::containsIndexesInRange(Range range) const {
   settle();
   if (range.length == 0) return false;
-  auto it = runReaching(runs_, range.location);
-  return it != runs_.end() && it->location <= range.location && it->end() >= range.end();
+  auto it = runs_.reaching(range.location);
+  if (it == runs_.end()) return false;
+  Range run = *it;
+  return run.location <= range.location && run.end() >= range.end();
 }
 
 bool IndexSet::containsIndexes(const IndexSet& other) const {
   settle();
-  for (const Range& run : other.ranges()) {
+  for (Range run : other.ranges()) {
     if (!containsIndexesInRange(run)) return false;
   }
   return true;
@@ -187,9 +192,9 @@ Index IndexSet::lastIndex() const {
 
 Index IndexSet::indexGreaterThanOrEqualToIndex(Index index) const {
   settle();
-  auto it = runReaching(runs_, index);
+  auto it = runs_.reaching(index);
   if (it == runs_.end()) return NotFound;
-  return std::max(it->location, index);
+  return std::max((*it).location, index);
 }
 
 Index IndexSet::indexGreaterThanIndex(Index index) const {
@@ -200,10 +205,10 @@ Index IndexSet::indexGreaterThanIndex(Index index) const {
 
 Index IndexSet::indexLessThanOrEqualToIndex(Index index) const {
   settle();
-  auto it = runReaching(runs_, index);
-  if (it != runs_.end() && it->location <= index) return index;
+  auto it = runs_.reaching(index);
+  if (it != runs_.end() && (*it).location <= index) return index;
   if (it == runs_.begin()) return NotFound;
-  return std::prev(it)->end() - 1;
+  return (*--it).end() - 1;
 }
 
 Index IndexSet::indexLessThanIndex(Index index) const {
@@ -218,8 +223,9 @@ Index IndexSet::getIndexes(Index* buffer, Index capacity, Range* inOutRange) con
   Index end = endOf(range);
   Index copied = 0;
   Index next = range.location;
-  for (auto it = runReaching(runs_, range.location); it != runs_.end() && it->location < end; ++it) {
-    for (Index i = std::max(it->location, range.location); i < std::min(it->end(), end); ++i) {
+  for (auto it = runs_.reaching(range.location); it != runs_.end() && (*it).location < end; ++it) {
+    Range run = *it;
+    for (Index i = std::max(run.location, range.location); i < std::min(run.end(), end); ++i) {
       if (copied == capacity) {
         next = i;
         goto done;
@@ -289,8 +295,10 @@ void IndexSet::enumerateRangesInRange(Range range, EnumerationOptions options, c
   settle();
   std::vector<Range> clipped;
   Index end = endOf(range);
-  for (auto it = runReaching(runs_, range.location); it != runs_.end() && it->location < end; ++it) {
-    Index from = std::max(it->location, range.location), to = std::min(it->end(), end);
+  for (auto it = runs_.reaching(range.location); it != runs_.end(); ++it) {
+    Range run = *it;
+    if (run.location >= end) break;
+    Index from = std::max(run.location, range.location), to = std::min(run.end(), end);
     clipped.push_back({from, to - from});
   }
   if (has(options, EnumerationOptions::Reverse)) std::reverse(clipped.begin(), clipped.end());
@@ -347,17 +355,16 @@ Ref<IndexSet> IndexSet::unionWithIndexSet(const IndexSet& other) const {
 
 Ref<IndexSet> IndexSet::intersectionWithIndexSet(const IndexSet& other) const {
   settle();
-  std::vector<Range> common;
-  const std::vector<Range>& mine = runs_;
-  const std::vector<Range>& theirs = other.ranges();
-  auto a = mine.begin(), b = theirs.begin();
-  while (a != mine.end() && b != theirs.end()) {
-    Index from = std::max(a->location, b->location), to = std::min(a->end(), b->end());
-    if (from < to) common.push_back({from, to - from});
-    if (a->end() < b->end()) ++a; else ++b;
-  }
   auto result = make<IndexSet>();
-  result->runs_ = std::move(common);
+  const PackedRuns& theirs = other.ranges();
+  auto a = runs_.begin(), b = theirs.begin();
+  while (a != runs_.end() && b != theirs.end()) {
+    Range mine = *a, their = *b;
+    Index from = std::max(mine.location, their.location), to = std::min(mine.end(), their.end());
+    if (from < to) result->runs_.append({from, to - from});
+    if (mine.end() < their.end()) ++a; else ++b;
+  }
+  result->runs_.shrinkToFit();
   return result;
 }
 
@@ -372,7 +379,7 @@ std::vector<Index> IndexSet::allIndexes() const {
   settle();
   std::vector<Index> all;
   all.reserve(count());
-  for (const Range& run : runs_) {
+  for (Range run : runs_) {
     for (Index i = run.location; i < run.end(); ++i) all.push_back(i);
   }
   return all;
@@ -382,8 +389,8 @@ void MutableIndexSet::addIndexesInRange(Range range) {
   checkRange(range, "addIndexesInRange:");
   if (range.length == 0) return;
   if (!runs_.empty() && range.end() < runs_.back().location) {
-    // Before the last run: buffered, so that random order does not shift
-    // the vector for every index.
+    // Before the last run: buffered, so that random order does not rebuild
+    // the runs for every index.
     bool full;
     {
       std::lock_guard<std::mutex> hold(pendingLock());
@@ -395,70 +402,69 @@ void MutableIndexSet::addIndexesInRange(Range range) {
     return;
   }
   settle();
-  // Runs that touch or overlap the new one merge with it.
-  auto first = std::lower_bound(runs_.begin(), runs_.end(), range.location,
-                                [](const Range& run, Index value) { return run.end() < value; });
-  auto last = first;
-  Index from = range.location, to = range.end();
-  while (last != runs_.end() && last->location <= to) {
-    from = std::min(from, last->location);
-    to = std::max(to, last->end());
-    ++last;
+  // The new run reaches the last run or lies beyond it. At or after the last
+  // run's start (appends in order), it joins or follows it; further back, it
+  // takes in every run from the first it touches to the last.
+  if (runs_.empty() || range.location >= runs_.back().location) {
+    runs_.append(range);
+    return;
   }
-  first = runs_.erase(first, last);
-  runs_.insert(first, Range{from, to - from});
+  auto first = runTouching(runs_, range.location);
+  Index from = std::min(range.location, (*first).location);
+  Index to = std::max(range.end(), runs_.back().end());
+  runs_.truncate(first.position());
+  runs_.append({from, to - from});
 }
 
 void MutableIndexSet::addIndexes(const IndexSet& other) {
   settle();
   // A copy of the runs: `other` may be this set, whose runs change underneath.
-  std::vector<Range> runs = other.ranges();
-  for (const Range& run : runs) addIndexesInRange(run);
+  PackedRuns runs = other.ranges();
+  for (Range run : runs) addIndexesInRange(run);
 }
 
 void MutableIndexSet::removeIndexesInRange(Range range) {
   settle();
   if (range.length == 0 || range.location >= NotFound) return;
   Index cut = std::min(endOf(range), NotFound);
-  std::vector<Range> kept;
-  kept.reserve(runs_.size() + 1);
-  for (const Range& run : runs_) {
-    if (run.end() <= range.location || run.location >= cut) {
-      kept.push_back(run);
+  auto first = runs_.reaching(range.location);
+  if (first == runs_.end() || (*first).location >= cut) return;
+  // The runs before `first` stay as they are; the rest is appended again
+  // without the removed indexes.
+  std::vector<Range> tail(first, runs_.end());
+  runs_.truncate(first.position());
+  for (Range run : tail) {
+    if (run.location >= cut) {
+      runs_.append(run);
       continue;
     }
-    if (run.location < range.location) kept.push_back({run.location, range.location - run.location});
-    if (run.end() > cut) kept.push_back({cut, run.end() - cut});
+    if (run.location < range.location) runs_.append({run.location, range.location - run.location});
+    if (run.end() > cut) runs_.append({cut, run.end() - cut});
   }
-  runs_ = std::move(kept);
 }
 
 void MutableIndexSet::removeIndexes(const IndexSet& other) {
   settle();
-  std::vector<Range> runs = other.ranges();
-  for (const Range& run : runs) removeIndexesInRange(run);
+  PackedRuns runs = other.ranges();
+  for (Range run : runs) removeIndexesInRange(run);
 }
 
 void MutableIndexSet::shiftIndexesStartingAtIndex(Index index, std::int64_t delta) {
   settle();
   if (delta == 0) return;
-  std::vector<Range> moved;
-  std::vector<Range> kept;
-  for (const Range& run : runs_) {
-    if (run.end() <= index) {
-      kept.push_back(run);
-    } else if (run.location >= index) {
-      moved.push_back(run);
-    } else {
-      kept.push_back({run.location, index - run.location});
-      moved.push_back({index, run.end() - index});
-    }
+  // The runs that end at or below `index` stay; the rest move (a run across
+  // `index` leaves its lower part behind).
+  auto first = runs_.reaching(index);
+  std::vector<Range> moved(first, runs_.end());
+  runs_.truncate(first.position());
+  if (!moved.empty() && moved.front().location < index) {
+    runs_.append({moved.front().location, index - moved.front().location});
+    moved.front() = {index, moved.front().end() - index};
   }
   if (delta < 0) {
     // Shifting down deletes the indexes in [index + delta, index).
     Index gap = Index(0) - Index(delta);  // no overflow for the most negative delta
     Index floor = index >= gap ? index - gap : 0;
-    runs_ = kept;
     removeIndexesInRange({floor, index - floor});
     for (Range run : moved) {
       // Indexes that would go below zero are dropped.
@@ -469,7 +475,6 @@ void MutableIndexSet::shiftIndexesStartingAtIndex(Index index, std::int64_t delt
     }
     return;
   }
-  runs_ = kept;
   for (Range run : moved) {
     Index start = run.location + Index(delta);
     if (start >= NotFound) continue;
