@@ -194,7 +194,7 @@ BENCHMARK(BM_TQ_Next) DATA_KINDS->Iterations(3);
 BENCHMARK(BM_Roaring_Next) DATA_KINDS->Iterations(3);
 BENCHMARK(BM_StdSet_Next) DATA_KINDS->Iterations(3);
 BENCHMARK(BM_TQ_InsertRandomGrowth)
-    ->Arg(125'000)->Arg(250'000)->Arg(500'000)->Arg(1'000'000)->Arg(2'000'000)
+    ->Arg(125'000)->Arg(250'000)->Arg(500'000)->Arg(1'000'000)->Arg(2'000'000)->Arg(4'000'000)
     ->Unit(benchmark::kMillisecond)->Iterations(2);
 BENCHMARK(BM_TQ_IntegersFromTo)->Arg(1'000'000)->Unit(benchmark::kMillisecond)->Iterations(3);
 
@@ -231,8 +231,8 @@ tq::bench::Program tq::bench::program() {
     std::printf("memory runs: tq %zu heap bytes for %zu runs (capacity included), roaring %zu bytes serialized, "
                 "tq/roaring = %.2f\n",
                 ourBytes, runCount, theirBytes, double(ourBytes) / double(theirBytes));
-    const char* sizes[] = {"125000", "250000", "500000", "1000000", "2000000"};
-    for (int i = 1; i < 5; ++i) {
+    const char* sizes[] = {"125000", "250000", "500000", "1000000", "2000000", "4000000"};
+    for (int i = 1; i < 6; ++i) {
       auto grown = times.ratio({"BM_TQ_InsertRandomGrowth", sizes[i]}, {"BM_TQ_InsertRandomGrowth", sizes[i - 1]});
       if (grown) std::printf("growth random insert n=%s: time(n)/time(n/2) = %.2f (2.00 is linear, 4.00 quadratic)\n", sizes[i], *grown);
     }
