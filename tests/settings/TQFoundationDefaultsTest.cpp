@@ -137,12 +137,12 @@ TEST_F(TQFoundationDefaultsTest, TypedWritersStoreOnlyValuesOfTheirKind) {
   EXPECT_EQ(store->defaultForKey("map"), nullptr);
   EXPECT_EQ(store->defaultForKey("tint"), nullptr);
 
-  store->setString(str("Ada"), "name");
+  store->setString(str("Marta"), "name");
   store->setInteger(-7, "count");
   store->setFloat(0.1f, "ratio");
   store->setBool(true, "enabled");
   store->setColor(Color::colorWithDeviceRed(0.5, 0.5, 0.5, 1), "tint");
-  EXPECT_TRUE(store->stringForKey("name")->isEqual(*str("Ada")));
+  EXPECT_TRUE(store->stringForKey("name")->isEqual(*str("Marta")));
   EXPECT_EQ(store->integerForKey("count"), -7);
   EXPECT_EQ(store->floatForKey("ratio"), double(0.1f)) << "single precision, widened";
   EXPECT_TRUE(store->boolForKey("enabled"));

@@ -135,12 +135,12 @@ TEST(TQScriptRunTest, ScriptsAreFoundInBundlesRunAndReported) {
   auto greeter = F::scriptNamed(*str("Greeter"), *str("org.example.tq.scripts"));
   ASSERT_TRUE(greeter);
   Ref<Dictionary> errorInfo;
-  auto result = F::executeFunction(*greeter, *str("greet:person"), dict({{str("who"), str("Ada")}}), &errorInfo);
+  auto result = F::executeFunction(*greeter, *str("greet:person"), dict({{str("who"), str("Marta")}}), &errorInfo);
   ASSERT_TRUE(result) << describeUTF8(errorInfo);
   auto value = cast<Dictionary>(F::value(*result));
   EXPECT_EQ(describeUTF8(value->objectForKey(std::string_view("result"))), "hi");
   EXPECT_EQ(describeUTF8(cast<Dictionary>(value->objectForKey(std::string_view("input")))->objectForKey(std::string_view("who"))),
-            "Ada");
+            "Marta");
   EXPECT_FALSE(F::executeFunction(*greeter, *str("other"), nullptr, &errorInfo));
   ASSERT_TRUE(errorInfo);
   EXPECT_EQ(describeUTF8(errorInfo->objectForKey(std::string_view(ScriptErrorMessage))), "no handler other");

@@ -67,11 +67,11 @@ TEST(TqkitUUID, CompactAndExpandAreInverseAndRefuseOtherTexts) {
 }
 
 TEST(TqkitScript, RunPrintsTheHandlersResultAsJSONAndReportsItsFailure) {
-  auto greeting = runInProcess({"script", "run", Sample, "Greeter", "greet:person", "name=Ada"});
+  auto greeting = runInProcess({"script", "run", Sample, "Greeter", "greet:person", "name=Marta"});
   ASSERT_EQ(greeting.status, 0) << greeting.err;
   EXPECT_EQ(greeting.out,
-            "{\n  \"handledBy\": \"greet_person\",\n  \"name\": \"Ada\",\n  \"result\": \"Hello, Ada!\"\n}\n");
-  EXPECT_EQ(runInProcess({"script", "run", Sample, "Greeter", "count:letters", "name=Ada"}).out, "3\n");
+            "{\n  \"handledBy\": \"greet_person\",\n  \"name\": \"Marta\",\n  \"result\": \"Hello, Marta!\"\n}\n");
+  EXPECT_EQ(runInProcess({"script", "run", Sample, "Greeter", "count:letters", "name=Marta"}).out, "5\n");
   auto unknown = runInProcess({"script", "run", Sample, "Greeter", "dance"});
   EXPECT_EQ(unknown.status, 1);
   EXPECT_EQ(unknown.err, "tqkit: script run: handler 'dance' failed: Greeter.scpt: no handler named 'dance'\n");

@@ -107,7 +107,7 @@ TEST(CompiledScriptTest, TheScriptGetsItsHandlerAndParametersAndAnswersJSON) {
   Ref<Dictionary> errorInfo;
   auto script = CompiledScript::initWithContentsOfURL(*str("file://" + path), &errorInfo);
   ASSERT_TRUE(script);
-  auto result = script->executeEvent(*handlerCall("greet_person", {{"who", "Ada"}, {"tone", "\"warm\""}}), &errorInfo);
+  auto result = script->executeEvent(*handlerCall("greet_person", {{"who", "Marta"}, {"tone", "\"warm\""}}), &errorInfo);
   ASSERT_TRUE(result) << describeUTF8(errorInfo);
   auto fields = result->descriptorForKeyword(AE::keyASUserRecordFields);
   ASSERT_TRUE(fields);

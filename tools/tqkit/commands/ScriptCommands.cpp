@@ -123,8 +123,8 @@ const CommandGroup scriptGroup{
              "back under their keywords, {\"$date\": seconds} is a date. A script that exits with another status "
              "than 0 fails with the last line it wrote to standard error.",
          .options = {{"--timeout S", "stops the script after S seconds (120 by default)"}},
-         .examples = {{"tqkit script run samples/SampleAddOn.bundle Greeter greet:person name=Ada",
-                       "calls the handler greet_person with {\"name\": \"Ada\"}"},
+         .examples = {{"tqkit script run samples/SampleAddOn.bundle Greeter greet:person name=Marta",
+                       "calls the handler greet_person with {\"name\": \"Marta\"}"},
                       {"tqkit script run --timeout 5 Mail.bundle Sync run", "gives the handler five seconds"}}},
     }};
 
