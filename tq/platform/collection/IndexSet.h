@@ -14,6 +14,7 @@
 
 #include <atomic>
 #include <functional>
+#include <utility>
 #include <vector>
 
 #include "tq/platform/object/Object.h"
@@ -33,6 +34,8 @@ class IndexSet : public Object {
   explicit IndexSet(std::vector<Range> runs);
   /// A copy of another set's runs.
   explicit IndexSet(const PackedRuns& runs) : runs_(runs) {}
+  /// Takes runs that were built for it (no copy).
+  explicit IndexSet(PackedRuns&& runs) : runs_(std::move(runs)) {}
 
   static Ref<IndexSet> indexSet() { return make<IndexSet>(); }
   static Ref<IndexSet> indexSetWithIndex(Index index) { return make<IndexSet>(index); }
